@@ -1,0 +1,38 @@
+#pragma once
+
+#include "file_kind.h"
+
+#include <QJsonObject>
+#include <QString>
+#include <QUrl>
+
+#include <optional>
+
+// One proposed move, and possibly rename, of the open plan.
+struct PlanItem
+{
+    qint64 id = 0; // the scanned item it came from; unique within a plan
+    QUrl src;
+    QString destFolder; // relative to the home base, "/" between components
+    QString category;
+    QString confidence;
+    QString reason;
+    std::optional<QString> newName; // extension included
+    FileKind kind = FileKind::other;
+    qint64 size = 0;
+    bool approved = false;
+    bool renameApproved = false;
+    std::optional<QString> suggestedProject;
+
+    // The heading the review lists the item under.
+    QString group() const;
+
+    QJsonObject toJson() const;
+    // Only local file URLs with an absolute path are accepted for `src`: a plan names files
+    // on this computer, and anything else could not be moved back by an undo.
+    static std::optional<PlanItem> fromJson(const QJsonValue& value);
+
+    bool operator==(const PlanItem&) const = default;
+};
+
+size_t qHash(const PlanItem& item, size_t seed = 0);

@@ -1,0 +1,72 @@
+#include "profile.h"
+
+#include "iso_date.h"
+#include "json_fields.h"
+
+#include <QDir>
+#include <QJsonArray>
+
+using namespace Qt::Literals::StringLiterals;
+
+Profile Profile::defaults(const QString& home)
+{
+    Profile profile;
+    profile.homeBase = home + u"/Documents"_s;
+    profile.scanFolders = {u"Desktop"_s, u"Downloads"_s, u"Documents"_s};
+    profile.model = u"claude-haiku-5-5"_s;
+    return profile;
+}
+
+Profile Profile::defaults()
+{
+    return defaults(QDir::homePath());
+}
+
+QJsonObject Profile::toJson() const
+{
+    QJsonArray projectArray;
+    for (const Project& project : projects)
+        projectArray.append(project.toJson());
+    QJsonObject object{
+        {"onboarded"_L1, onboarded},
+        {"projects"_L1, projectArray},
+        {"renameFiles"_L1, renameFiles},
+        {"keepInstallers"_L1, keepInstallers},
+        {"autoTidy"_L1, autoTidy},
+        {"homeBase"_L1, homeBase},
+        {"scanFolders"_L1, QJsonArray::fromStringList(scanFolders)},
+        {"model"_L1, model},
+    };
+    if (lastRun)
+        object.insert("lastRun"_L1, IsoDate::format(*lastRun));
+    return object;
+}
+
+std::optional<Profile> Profile::fromJson(const QJsonValue& value)
+{
+    if (!value.isObject())
+        return std::nullopt;
+    JsonFields fields(value.toObject());
+    Profile profile;
+    profile.onboarded = fields.boolean("onboarded"_L1);
+    for (const QJsonValue& entry : fields.array("projects"_L1)) {
+        const std::optional<Project> project = Project::fromJson(entry);
+        if (!project)
+            return std::nullopt;
+        profile.projects.append(*project);
+    }
+    profile.renameFiles = fields.boolean("renameFiles"_L1);
+    profile.keepInstallers = fields.boolean("keepInstallers"_L1);
+    profile.autoTidy = fields.boolean("autoTidy"_L1);
+    profile.homeBase = fields.text("homeBase"_L1);
+    for (const QJsonValue& entry : fields.array("scanFolders"_L1)) {
+        if (!entry.isString())
+            return std::nullopt;
+        profile.scanFolders.append(entry.toString());
+    }
+    profile.model = fields.text("model"_L1);
+    profile.lastRun = fields.optionalDate("lastRun"_L1);
+    if (!fields.ok())
+        return std::nullopt;
+    return profile;
+}

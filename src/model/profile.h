@@ -1,0 +1,31 @@
+#pragma once
+
+#include "project.h"
+
+#include <QDateTime>
+#include <QList>
+#include <QStringList>
+
+// The person's settings and learned projects.
+struct Profile
+{
+    bool onboarded = false;
+    QList<Project> projects;
+    bool renameFiles = true;
+    bool keepInstallers = false;
+    bool autoTidy = false;
+    QString homeBase; // absolute path of the folder the organised tree is built under
+    QStringList scanFolders;
+    QString model;
+    std::optional<QDateTime> lastRun;
+
+    // The settings of a person who has set nothing yet, for the given home folder.
+    static Profile defaults(const QString& home);
+    // The same for the current user.
+    static Profile defaults();
+
+    QJsonObject toJson() const;
+    static std::optional<Profile> fromJson(const QJsonValue& value);
+
+    bool operator==(const Profile&) const = default;
+};

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "lesson.h"
+#include "plan_item.h"
+#include "profile.h"
+
+#include <QList>
+#include <QMap>
+#include <QString>
+
+#include <optional>
+
+// The program's files in its per-user support folder. No state, no errors: a missing or damaged
+// file reads as nothing stored, and a failed write leaves the previous file in place, so that a
+// bad file can never stop the program from starting or refreshing.
+namespace Store {
+
+// The support folder ("Brindlow" in the per-user data folder), created when missing.
+QString dir();
+// The folder of move logs inside it, created when missing.
+QString logsDir();
+// The newest move log that can still be undone.
+std::optional<QString> latestLog();
+
+void saveKey(const QString& key);
+std::optional<QString> loadKey();
+
+void saveProfile(const Profile& profile);
+// The stored profile, or the defaults when there is none that decodes. Never writes.
+Profile loadProfile();
+
+// Saving an empty list is how a plan is discarded.
+void savePlan(const QList<PlanItem>& items);
+QList<PlanItem> loadPlan();
+
+// Keeps one lesson per file name, newest last, at most 200.
+void addLesson(const Lesson& lesson);
+QList<Lesson> loadLessons();
+
+// Merges into the stored notes: new descriptions replace old ones, nothing is removed.
+void saveNotes(const QMap<QString, QString>& notes);
+QMap<QString, QString> loadNotes();
+
+constexpr int kMaxLessons = 200;
+
+} // namespace Store

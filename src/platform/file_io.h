@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <optional>
+
+// Whole-file reads and atomic whole-file writes for the program's own small files.
+namespace FileIo {
+
+// Contents of a regular file of at most `maxBytes`. Anything else (missing, unreadable, a
+// folder, a pipe that would block, a file that is too large) is nothing.
+std::optional<QByteArray> readRegular(const QString& path, qint64 maxBytes);
+
+// Replaces `path` with `bytes` so that a reader sees the old or the new content, never a
+// mixture; on any failure (a full disk included) the old file is left as it was and no
+// temporary file remains. The file is owner read/write only from the moment it is created,
+// so no other user can open it even while it is being written: the program's files hold the
+// key and the names of the person's files. Returns whether the new content landed.
+bool writeAtomic(const QString& path, const QByteArray& bytes);
+
+} // namespace FileIo
