@@ -6,8 +6,7 @@
 
 JsonFields::JsonFields(const QJsonObject& object)
     : m_object(object)
-{
-}
+{ }
 
 QJsonValue JsonFields::required(QLatin1StringView key, QJsonValue::Type type)
 {

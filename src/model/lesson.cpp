@@ -14,7 +14,7 @@ std::optional<Lesson> Lesson::fromJson(const QJsonValue& value)
     if (!value.isObject())
         return std::nullopt;
     JsonFields fields(value.toObject());
-    Lesson lesson{fields.text("name"_L1), fields.text("what"_L1), fields.text("dest"_L1)};
+    Lesson lesson {fields.text("name"_L1), fields.text("what"_L1), fields.text("dest"_L1)};
     if (!fields.ok())
         return std::nullopt;
     return lesson;

@@ -22,7 +22,7 @@ QString PlanItem::group() const
 
 QJsonObject PlanItem::toJson() const
 {
-    QJsonObject object{
+    QJsonObject object {
         {"id"_L1, id},
         {"src"_L1, src.toString(QUrl::FullyEncoded)},
         {"destFolder"_L1, destFolder},

@@ -27,7 +27,7 @@ QJsonObject Profile::toJson() const
     QJsonArray projectArray;
     for (const Project& project : projects)
         projectArray.append(project.toJson());
-    QJsonObject object{
+    QJsonObject object {
         {"onboarded"_L1, onboarded},
         {"projects"_L1, projectArray},
         {"renameFiles"_L1, renameFiles},

@@ -42,7 +42,7 @@ QString Project::folderPath() const
 
 QSet<QString> Project::terms() const
 {
-    QStringList candidates{name.toLower(), displayName().toLower()};
+    QStringList candidates {name.toLower(), displayName().toLower()};
     for (const QString& alias : aliases.split(u',', Qt::SkipEmptyParts))
         candidates.append(trimSpacesAndTabs(alias).toLower());
 

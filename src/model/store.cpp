@@ -31,7 +31,7 @@ std::optional<QJsonDocument> readJson(QStringView name)
     const std::optional<QByteArray> bytes = FileIo::readRegular(filePath(name), kMaxFileBytes);
     if (!bytes)
         return std::nullopt;
-    QJsonParseError error{};
+    QJsonParseError error {};
     QJsonDocument document = QJsonDocument::fromJson(*bytes, &error);
     if (error.error != QJsonParseError::NoError)
         return std::nullopt;
@@ -110,7 +110,7 @@ std::optional<QString> latestLog()
 
 void saveKey(const QString& key)
 {
-    const QJsonDocument document(QJsonObject{{"apiKey"_L1, key}});
+    const QJsonDocument document(QJsonObject {{"apiKey"_L1, key}});
     FileIo::writeAtomic(filePath(u"config.json"), document.toJson(QJsonDocument::Compact));
 }
 

@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
@@ -29,37 +30,69 @@ bool writeAll(int fd, const char* data, qint64 size)
 
 } // namespace
 
-std::optional<QByteArray> readRegular(const QString& path, qint64 maxBytes)
+namespace {
+
+// Opens without blocking on pipes and devices, and only keeps regular files.
+int openRegular(const QString& path, struct stat& info)
 {
-    // O_NONBLOCK keeps a pipe or device put in place of a file from hanging start-up.
     const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0)
-        return std::nullopt;
-    struct stat info {};
-    if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_size > maxBytes) {
+        return -1;
+    if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
         ::close(fd);
-        return std::nullopt;
+        return -1;
     }
+    return fd;
+}
+
+// Reads up to `limit` bytes; with `failBeyond`, a file longer than `limit` is an error.
+std::optional<QByteArray> readUpTo(int fd, qint64 limit, bool failBeyond)
+{
     QByteArray bytes;
-    bytes.reserve(static_cast<qsizetype>(info.st_size));
     char buffer[64 * 1024];
     for (;;) {
-        const ssize_t got = ::read(fd, buffer, sizeof buffer);
+        const qint64 wanted
+            = failBeyond ? qint64(sizeof buffer) : std::min<qint64>(sizeof buffer, limit - bytes.size());
+        if (wanted <= 0)
+            break;
+        const ssize_t got = ::read(fd, buffer, static_cast<size_t>(wanted));
         if (got < 0 && errno == EINTR)
             continue;
-        if (got < 0) {
-            ::close(fd);
+        if (got < 0)
             return std::nullopt;
-        }
         if (got == 0)
             break;
         bytes.append(buffer, got);
-        // The file may have grown since fstat.
-        if (bytes.size() > maxBytes) {
-            ::close(fd);
+        if (failBeyond && bytes.size() > limit)
             return std::nullopt;
-        }
     }
+    return bytes;
+}
+
+} // namespace
+
+std::optional<QByteArray> readRegular(const QString& path, qint64 maxBytes)
+{
+    struct stat info
+    { };
+    const int fd = openRegular(path, info);
+    if (fd < 0)
+        return std::nullopt;
+    std::optional<QByteArray> bytes;
+    if (info.st_size <= maxBytes)
+        bytes = readUpTo(fd, maxBytes, true);
+    ::close(fd);
+    return bytes;
+}
+
+std::optional<QByteArray> readHead(const QString& path, qint64 maxBytes)
+{
+    struct stat info
+    { };
+    const int fd = openRegular(path, info);
+    if (fd < 0)
+        return std::nullopt;
+    std::optional<QByteArray> bytes = readUpTo(fd, maxBytes, false);
     ::close(fd);
     return bytes;
 }
@@ -74,8 +107,8 @@ bool writeAtomic(const QString& path, const QByteArray& bytes)
     const int fd = ::mkostemp(temporary.data(), O_CLOEXEC);
     if (fd < 0)
         return false;
-    const bool written = ::fchmod(fd, S_IRUSR | S_IWUSR) == 0 && writeAll(fd, bytes.constData(), bytes.size())
-        && ::fsync(fd) == 0;
+    const bool written
+        = ::fchmod(fd, S_IRUSR | S_IWUSR) == 0 && writeAll(fd, bytes.constData(), bytes.size()) && ::fsync(fd) == 0;
     const bool closed = ::close(fd) == 0;
     if (!written || !closed || ::rename(temporary.constData(), QFile::encodeName(path).constData()) != 0) {
         ::unlink(temporary.constData());

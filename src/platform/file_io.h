@@ -12,6 +12,10 @@ namespace FileIo {
 // folder, a pipe that would block, a file that is too large) is nothing.
 std::optional<QByteArray> readRegular(const QString& path, qint64 maxBytes);
 
+// The first `maxBytes` of a regular file (all of it when shorter); nothing when it is not a
+// regular file or cannot be read.
+std::optional<QByteArray> readHead(const QString& path, qint64 maxBytes);
+
 // Replaces `path` with `bytes` so that a reader sees the old or the new content, never a
 // mixture; on any failure (a full disk included) the old file is left as it was and no
 // temporary file remains. The file is owner read/write only from the moment it is created,

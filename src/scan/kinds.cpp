@@ -31,9 +31,9 @@ constexpr Row kRows[] = {
     {FileKind::partial, u"crdownload part download partial tmp"},
 };
 
-constexpr QStringView kBundleExtensions =
-    u"app photoslibrary photolibrary fcpbundle imovielibrary logicx band musiclibrary tvlibrary aplibrary lrdata "
-    u"lrlibrary xcodeproj xcworkspace bundle framework rtfd pages key numbers sketch fcpxld dvdmedia prproj aep";
+constexpr QStringView kBundleExtensions
+    = u"app photoslibrary photolibrary fcpbundle imovielibrary logicx band musiclibrary tvlibrary aplibrary lrdata "
+      u"lrlibrary xcodeproj xcworkspace bundle framework rtfd pages key numbers sketch fcpxld dvdmedia prproj aep";
 
 } // namespace
 
@@ -64,16 +64,16 @@ const QSet<QString>& bundleExtensions()
 
 const QSet<FileKind>& hardProtected()
 {
-    static const QSet<FileKind> table{FileKind::pdf,
-                                      FileKind::video,
-                                      FileKind::design,
-                                      FileKind::doc,
-                                      FileKind::sheet,
-                                      FileKind::slides,
-                                      FileKind::font,
-                                      FileKind::bundle,
-                                      FileKind::project,
-                                      FileKind::folder};
+    static const QSet<FileKind> table {FileKind::pdf,
+                                       FileKind::video,
+                                       FileKind::design,
+                                       FileKind::doc,
+                                       FileKind::sheet,
+                                       FileKind::slides,
+                                       FileKind::font,
+                                       FileKind::bundle,
+                                       FileKind::project,
+                                       FileKind::folder};
     return table;
 }
 

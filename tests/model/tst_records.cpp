@@ -5,8 +5,8 @@
 
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QTimeZone>
 #include <QTest>
+#include <QTimeZone>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -14,7 +14,7 @@ namespace {
 
 QJsonObject parseObject(const char* json)
 {
-    QJsonParseError error{};
+    QJsonParseError error {};
     const QJsonDocument document = QJsonDocument::fromJson(QByteArray(json), &error);
     if (error.error != QJsonParseError::NoError)
         qFatal("bad fixture: %s", json);
@@ -75,35 +75,35 @@ private Q_SLOTS:
 
     void projectNames()
     {
-        Project client{QUuid::createUuid(), u"Client/ Quorrel "_s, QString()};
+        Project client {QUuid::createUuid(), u"Client/ Quorrel "_s, QString()};
         QCOMPARE(client.displayName(), u"Quorrel"_s);
         QCOMPARE(client.folderPath(), u"Client/Quorrel"_s);
 
-        Project colon{QUuid::createUuid(), u"Acme: Launch/Ads"_s, QString()};
+        Project colon {QUuid::createUuid(), u"Acme: Launch/Ads"_s, QString()};
         QCOMPARE(colon.folderPath(), u"Acme- Launch/Ads"_s);
         QCOMPARE(colon.displayName(), u"Ads"_s);
 
-        Project blank{QUuid::createUuid(), u" / "_s, QString()};
+        Project blank {QUuid::createUuid(), u" / "_s, QString()};
         QCOMPARE(blank.folderPath(), QString());
         QCOMPARE(blank.displayName(), QString());
 
         // Only spaces and tabs are trimmed from the display name; the folder trims line breaks too.
-        Project newline{QUuid::createUuid(), u"\nNote\t"_s, QString()};
+        Project newline {QUuid::createUuid(), u"\nNote\t"_s, QString()};
         QCOMPARE(newline.displayName(), u"\nNote"_s);
         QCOMPARE(newline.folderPath(), u"Note"_s);
     }
 
     void projectTerms()
     {
-        Project kstl{QUuid::createUuid(), u"KSTL"_s, u"ks, kstl drinks, "_s};
-        QCOMPARE(kstl.terms(), (QSet<QString>{u"kstl"_s, u"kstl drinks"_s}));
+        Project kstl {QUuid::createUuid(), u"KSTL"_s, u"ks, kstl drinks, "_s};
+        QCOMPARE(kstl.terms(), (QSet<QString> {u"kstl"_s, u"kstl drinks"_s}));
 
-        Project nested{QUuid::createUuid(), u"Client/Quorrel"_s, u"\tQC launch ,qc"_s};
-        QCOMPARE(nested.terms(), (QSet<QString>{u"client/quorrel"_s, u"quorrel"_s, u"qc launch"_s}));
+        Project nested {QUuid::createUuid(), u"Client/Quorrel"_s, u"\tQC launch ,qc"_s};
+        QCOMPARE(nested.terms(), (QSet<QString> {u"client/quorrel"_s, u"quorrel"_s, u"qc launch"_s}));
 
         // Three user-perceived characters count as three even when they take more UTF-16 units.
-        Project emoji{QUuid::createUuid(), u"ab"_s, u"\U0001F44D\U0001F3FDxy"_s};
-        QCOMPARE(emoji.terms(), (QSet<QString>{u"\U0001F44D\U0001F3FDxy"_s}));
+        Project emoji {QUuid::createUuid(), u"ab"_s, u"\U0001F44D\U0001F3FDxy"_s};
+        QCOMPARE(emoji.terms(), (QSet<QString> {u"\U0001F44D\U0001F3FDxy"_s}));
     }
 
     void scannedItemRelPath()
@@ -120,9 +120,23 @@ private Q_SLOTS:
 
     void fileKindRawTexts()
     {
-        const QStringList raw{u"pdf"_s,     u"image"_s,   u"video"_s,  u"audio"_s,   u"design"_s,  u"doc"_s,
-                              u"sheet"_s,   u"slides"_s,  u"archive"_s, u"installer"_s, u"code"_s, u"font"_s,
-                              u"partial"_s, u"bundle"_s,  u"project"_s, u"folder"_s,  u"other"_s};
+        const QStringList raw {u"pdf"_s,
+                               u"image"_s,
+                               u"video"_s,
+                               u"audio"_s,
+                               u"design"_s,
+                               u"doc"_s,
+                               u"sheet"_s,
+                               u"slides"_s,
+                               u"archive"_s,
+                               u"installer"_s,
+                               u"code"_s,
+                               u"font"_s,
+                               u"partial"_s,
+                               u"bundle"_s,
+                               u"project"_s,
+                               u"folder"_s,
+                               u"other"_s};
         for (int code = 0; code < raw.size(); ++code) {
             QCOMPARE(rawValue(static_cast<FileKind>(code)), raw[code]);
             QCOMPARE(fileKindFromRaw(raw[code]), std::optional(static_cast<FileKind>(code)));
@@ -136,7 +150,7 @@ private Q_SLOTS:
     {
         const std::optional<Profile> decoded = Profile::fromJson(parseObject(kProfile));
         QVERIFY(decoded);
-        QCOMPARE(decoded->scanFolders, (QStringList{u"Desktop"_s, u"Downloads"_s}));
+        QCOMPARE(decoded->scanFolders, (QStringList {u"Desktop"_s, u"Downloads"_s}));
         QCOMPARE(decoded->lastRun, QDateTime(QDate(2026, 3, 1), QTime(9, 0, 12), Qt::UTC));
         QCOMPARE(decoded->projects.size(), 1);
         QCOMPARE(decoded->projects[0].id, QUuid(u"6ba7b810-9dad-11d1-80b4-00c04fd430c8"_s));
@@ -151,7 +165,7 @@ private Q_SLOTS:
         const QJsonObject full = parseObject(kProfile);
         QCOMPARE(Profile::fromJson(withValue(full, "lastRun"_L1, QJsonValue::Undefined))->lastRun, std::nullopt);
         QCOMPARE(Profile::fromJson(withValue(full, "lastRun"_L1, QJsonValue::Null))->lastRun, std::nullopt);
-        const QList<QPair<QLatin1StringView, QJsonValue>> wrongTypes{
+        const QList<QPair<QLatin1StringView, QJsonValue>> wrongTypes {
             {"onboarded"_L1, u"true"_s},
             {"projects"_L1, QJsonObject()},
             {"renameFiles"_L1, 1},
@@ -166,11 +180,11 @@ private Q_SLOTS:
             QVERIFY2(!Profile::fromJson(withValue(full, key, QJsonValue::Null)), key.data());
             QVERIFY2(!Profile::fromJson(withValue(full, key, wrong)), key.data());
         }
-        QVERIFY(!Profile::fromJson(withValue(full, "scanFolders"_L1, QJsonArray{u"Desktop"_s, 4})));
+        QVERIFY(!Profile::fromJson(withValue(full, "scanFolders"_L1, QJsonArray {u"Desktop"_s, 4})));
         QVERIFY(!Profile::fromJson(withValue(full, "lastRun"_L1, u"yesterday"_s)));
         QVERIFY(!Profile::fromJson(withValue(full, "lastRun"_L1, 1700000000)));
-        QVERIFY(!Profile::fromJson(withValue(full, "projects"_L1, QJsonArray{QJsonObject{{"name"_L1, u"x"_s}}})));
-        QVERIFY(!Profile::fromJson(QJsonValue(QJsonArray{})));
+        QVERIFY(!Profile::fromJson(withValue(full, "projects"_L1, QJsonArray {QJsonObject {{"name"_L1, u"x"_s}}})));
+        QVERIFY(!Profile::fromJson(QJsonValue(QJsonArray {})));
     }
 
     void dates()
@@ -194,8 +208,12 @@ private Q_SLOTS:
         QCOMPARE(lastRunOf(u"2026-03-01T10:00:12+01:00"_s), expected);
         QCOMPARE(lastRunOf(u"2026-03-01T09:00:12.5Z"_s), expected);
         // Without a zone the moment is unknown; impossible dates are not dates.
-        for (const QString& bad : {u"2026-03-01T09:00:12"_s, u"2026-02-30T09:00:12Z"_s, u"2026-03-01T24:00:00Z"_s,
-                                   u"2026-03-01 09:00:12Z"_s, u"2026-03-01T09:00Z"_s, u"\u0662026-03-01T09:00:12Z"_s}) {
+        for (const QString& bad : {u"2026-03-01T09:00:12"_s,
+                                   u"2026-02-30T09:00:12Z"_s,
+                                   u"2026-03-01T24:00:00Z"_s,
+                                   u"2026-03-01 09:00:12Z"_s,
+                                   u"2026-03-01T09:00Z"_s,
+                                   u"\u0662026-03-01T09:00:12Z"_s}) {
             QVERIFY2(lastRunOf(bad) == std::optional<QDateTime>(QDateTime()), qPrintable(bad));
         }
     }
@@ -224,7 +242,7 @@ private Q_SLOTS:
         QCOMPARE(PlanItem::fromJson(withValue(full, "newName"_L1, QJsonValue::Null))->newName, std::nullopt);
         QCOMPARE(PlanItem::fromJson(withValue(full, "size"_L1, 2.0))->size, 2);
 
-        const QList<QPair<QLatin1StringView, QJsonValue>> broken{
+        const QList<QPair<QLatin1StringView, QJsonValue>> broken {
             {"id"_L1, QJsonValue::Undefined},
             {"id"_L1, u"7"_s},
             {"size"_L1, 2.5},
@@ -241,15 +259,15 @@ private Q_SLOTS:
         };
         for (const auto& [key, value] : broken) {
             QVERIFY2(!PlanItem::fromJson(withValue(full, key, value)),
-                     qPrintable(key + u" = "_s + QString::fromUtf8(QJsonDocument(QJsonArray{value}).toJson())));
+                     qPrintable(key + u" = "_s + QString::fromUtf8(QJsonDocument(QJsonArray {value}).toJson())));
         }
     }
 
     void moveRecordJson()
     {
-        const MoveRecord record{u"/home/ann/Downloads/a b.pdf"_s,
-                                u"/home/ann/Documents/Personal/a b.pdf"_s,
-                                QDateTime(QDate(2025, 3, 9), QTime(8, 15, 2), Qt::UTC)};
+        const MoveRecord record {u"/home/ann/Downloads/a b.pdf"_s,
+                                 u"/home/ann/Documents/Personal/a b.pdf"_s,
+                                 QDateTime(QDate(2025, 3, 9), QTime(8, 15, 2), Qt::UTC)};
         const QJsonObject encoded = record.toJson();
         QCOMPARE(encoded.value("at"_L1).toString(), u"2025-03-09T08:15:02Z"_s);
         QCOMPARE(encoded.value("from"_L1).toString(), record.from);

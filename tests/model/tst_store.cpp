@@ -29,7 +29,8 @@ QByteArray readAll(const QString& path)
 
 mode_t modeOf(const QString& path)
 {
-    struct stat info {};
+    struct stat info
+    { };
     return ::stat(QFile::encodeName(path).constData(), &info) == 0 ? (info.st_mode & 07777) : 0;
 }
 
@@ -56,7 +57,7 @@ public:
     {
         ::getrlimit(RLIMIT_FSIZE, &m_saved);
         m_handler = std::signal(SIGXFSZ, SIG_IGN);
-        const rlimit limit{bytes, m_saved.rlim_max};
+        const rlimit limit {bytes, m_saved.rlim_max};
         ::setrlimit(RLIMIT_FSIZE, &limit);
     }
     ~FullDisk()
@@ -66,7 +67,7 @@ public:
     }
 
 private:
-    rlimit m_saved{};
+    rlimit m_saved {};
     void (*m_handler)(int) = nullptr;
 };
 
@@ -102,15 +103,11 @@ private Q_SLOTS:
         Store::saveKey(key);
         QCOMPARE(Store::loadKey(), key);
         QCOMPARE(modeOf(config), mode_t(0600));
-        QCOMPARE(readAll(config), QJsonDocument(QJsonObject{{"apiKey"_L1, key}}).toJson(QJsonDocument::Compact));
-        QCOMPARE(QDir(home.supportDir()).entryList(QDir::Files | QDir::Hidden), QStringList{u"config.json"_s});
+        QCOMPARE(readAll(config), QJsonDocument(QJsonObject {{"apiKey"_L1, key}}).toJson(QJsonDocument::Compact));
+        QCOMPARE(QDir(home.supportDir()).entryList(QDir::Files | QDir::Hidden), QStringList {u"config.json"_s});
 
-        const QList<QByteArray> refused{R"({"apiKey": 5})",
-                                        R"({"apiKey": "k", "org": 1})",
-                                        R"({"key": "k"})",
-                                        R"(["k"])",
-                                        R"({"apiKey": "k")",
-                                        ""};
+        const QList<QByteArray> refused {
+            R"({"apiKey": 5})", R"({"apiKey": "k", "org": 1})", R"({"key": "k"})", R"(["k"])", R"({"apiKey": "k")", ""};
         for (const QByteArray& content : refused) {
             home.writeFile(u".local/share/Brindlow/config.json"_s, content);
             QVERIFY2(!Store::loadKey(), content.constData());
@@ -135,7 +132,7 @@ private Q_SLOTS:
         std::thread watcher([&] {
             alignas(inotify_event) char buffer[4096];
             while (!stop) {
-                pollfd fd{watch, POLLIN, 0};
+                pollfd fd {watch, POLLIN, 0};
                 if (::poll(&fd, 1, 20) <= 0)
                     continue;
                 const ssize_t got = ::read(watch, buffer, sizeof buffer);
@@ -173,7 +170,7 @@ private Q_SLOTS:
 
         Profile profile = Profile::defaults(home.path());
         profile.onboarded = true;
-        profile.projects.append(Project{QUuid::createUuid(), u"Quorrel"_s, u"qc"_s});
+        profile.projects.append(Project {QUuid::createUuid(), u"Quorrel"_s, u"qc"_s});
         profile.lastRun = QDateTime(QDate(2026, 3, 1), QTime(9, 0, 12), Qt::UTC);
         Store::saveProfile(profile);
         QCOMPARE(Store::loadProfile(), profile);
@@ -193,8 +190,8 @@ private Q_SLOTS:
     void planLessonsAndNotes()
     {
         TempHome home;
-        const QList<PlanItem> plan{planItem(0, u"/home/ann/Downloads/receipt 1.pdf"_s),
-                                   planItem(1, u"/home/ann/Desktop/Scan #2?.pdf"_s)};
+        const QList<PlanItem> plan {planItem(0, u"/home/ann/Downloads/receipt 1.pdf"_s),
+                                    planItem(1, u"/home/ann/Desktop/Scan #2?.pdf"_s)};
         Store::savePlan(plan);
         QCOMPARE(Store::loadPlan(), plan);
         QVERIFY(!readAll(home.supportDir() + u"/pending-plan.json"_s).contains('\n'));
@@ -212,9 +209,10 @@ private Q_SLOTS:
         Store::addLesson({u"file 5.pdf"_s, u"card art"_s, u"Projects/Quorrel"_s});
         lessons = Store::loadLessons();
         QCOMPARE(lessons.size(), 200);
-        QCOMPARE(lessons.last(), (Lesson{u"file 5.pdf"_s, u"card art"_s, u"Projects/Quorrel"_s}));
-        QCOMPARE(std::count_if(lessons.cbegin(), lessons.cend(), [](const Lesson& l) { return l.name == u"file 5.pdf"; }),
-                 1);
+        QCOMPARE(lessons.last(), (Lesson {u"file 5.pdf"_s, u"card art"_s, u"Projects/Quorrel"_s}));
+        QCOMPARE(
+            std::count_if(lessons.cbegin(), lessons.cend(), [](const Lesson& l) { return l.name == u"file 5.pdf"; }),
+            1);
         // Names differing only in case are different files.
         Store::addLesson({u"FILE 5.pdf"_s, u"x"_s, u"Archive"_s});
         QCOMPARE(Store::loadLessons().size(), 200);
@@ -223,7 +221,7 @@ private Q_SLOTS:
         home.writeFile(u".local/share/Brindlow/project-notes.json"_s, R"({"Quorrel": "old", "KSTL": "drinks"})");
         Store::saveNotes({{u"Quorrel"_s, u"card art"_s}});
         QCOMPARE(Store::loadNotes(),
-                 (QMap<QString, QString>{{u"Quorrel"_s, u"card art"_s}, {u"KSTL"_s, u"drinks"_s}}));
+                 (QMap<QString, QString> {{u"Quorrel"_s, u"card art"_s}, {u"KSTL"_s, u"drinks"_s}}));
         Store::saveNotes({});
         QCOMPARE(Store::loadNotes().size(), 2);
     }
@@ -232,7 +230,7 @@ private Q_SLOTS:
     {
         TempHome home;
         const QByteArray deep = QByteArray(100000, '[') + QByteArray(100000, ']');
-        const QList<QByteArray> hostile{
+        const QList<QByteArray> hostile {
             "",
             "{",
             "[{\"id\": 1, \"src\": ",
@@ -249,11 +247,8 @@ private Q_SLOTS:
             deep,
             QByteArray("[") + QByteArray(3000000, ' ') + "null]",
         };
-        const QStringList files{u"profile.json"_s,
-                                u"config.json"_s,
-                                u"pending-plan.json"_s,
-                                u"lessons.json"_s,
-                                u"project-notes.json"_s};
+        const QStringList files {
+            u"profile.json"_s, u"config.json"_s, u"pending-plan.json"_s, u"lessons.json"_s, u"project-notes.json"_s};
         for (const QByteArray& content : hostile) {
             for (const QString& name : files)
                 home.writeFile(u".local/share/Brindlow/"_s + name, content);
@@ -268,7 +263,7 @@ private Q_SLOTS:
         }
 
         // One bad item spoils the whole plan rather than leaving a plan with holes.
-        QJsonArray plan{planItem(0, u"/a"_s).toJson(), planItem(1, u"/b"_s).toJson()};
+        QJsonArray plan {planItem(0, u"/a"_s).toJson(), planItem(1, u"/b"_s).toJson()};
         QJsonObject bad = plan[1].toObject();
         bad.insert("kind"_L1, u"spaceship"_s);
         plan[1] = bad;
@@ -314,9 +309,9 @@ private Q_SLOTS:
 
         QCOMPARE(Store::loadProfile(), profile);
         QCOMPARE(Store::loadKey(), u"sk-ant-kept"_s);
-        QCOMPARE(Store::loadPlan(), QList<PlanItem>{planItem(3, u"/home/ann/a.pdf"_s)});
+        QCOMPARE(Store::loadPlan(), QList<PlanItem> {planItem(3, u"/home/ann/a.pdf"_s)});
         QCOMPARE(Store::loadLessons().size(), 1);
-        QCOMPARE(Store::loadNotes(), (QMap<QString, QString>{{u"Quorrel"_s, u"card art"_s}}));
+        QCOMPARE(Store::loadNotes(), (QMap<QString, QString> {{u"Quorrel"_s, u"card art"_s}}));
         // No half-written temporary files are left behind.
         QCOMPARE(QDir(home.supportDir()).entryList(QDir::Files | QDir::Hidden), before);
     }
@@ -336,8 +331,8 @@ private Q_SLOTS:
             home.writeFile(u".local/share/Brindlow/logs/"_s + name, "[]");
         }
         QCOMPARE(Store::latestLog(), logs + u"/moves-2025-03-10_080000.json"_s);
-        QVERIFY(QFile::rename(logs + u"/moves-2025-03-10_080000.json"_s,
-                              logs + u"/undone-moves-2025-03-10_080000.json"_s));
+        QVERIFY(
+            QFile::rename(logs + u"/moves-2025-03-10_080000.json"_s, logs + u"/undone-moves-2025-03-10_080000.json"_s));
         QCOMPARE(Store::latestLog(), logs + u"/moves-2025-03-09_091502.json"_s);
     }
 };

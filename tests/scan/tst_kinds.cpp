@@ -16,10 +16,19 @@ private Q_SLOTS:
         QCOMPARE(Kinds::hardProtected().size(), 10);
 
         // Counted by hand from the extension lists; a dropped or misspelt word changes a count.
-        const QHash<FileKind, int> expected{
-            {FileKind::pdf, 1},     {FileKind::image, 19},  {FileKind::video, 11},    {FileKind::audio, 9},
-            {FileKind::design, 27}, {FileKind::doc, 9},     {FileKind::sheet, 6},     {FileKind::slides, 4},
-            {FileKind::archive, 8}, {FileKind::installer, 4}, {FileKind::code, 23}, {FileKind::font, 4},
+        const QHash<FileKind, int> expected {
+            {FileKind::pdf, 1},
+            {FileKind::image, 19},
+            {FileKind::video, 11},
+            {FileKind::audio, 9},
+            {FileKind::design, 27},
+            {FileKind::doc, 9},
+            {FileKind::sheet, 6},
+            {FileKind::slides, 4},
+            {FileKind::archive, 8},
+            {FileKind::installer, 4},
+            {FileKind::code, 23},
+            {FileKind::font, 4},
             {FileKind::partial, 5},
         };
         QHash<FileKind, int> counted;

@@ -1,0 +1,105 @@
+#include "document_text.h"
+
+#include <QFile>
+#include <QRegularExpression>
+
+#include <poppler-qt6.h>
+#include <zip.h>
+
+#include <memory>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace DocumentText {
+
+namespace {
+
+void silencePoppler()
+{
+    // Damaged PDFs are common in a Downloads folder; their complaints are not ours to print.
+    static const bool silenced = [] {
+        Poppler::setDebugErrorFunction([](const QString&, const QVariant&) {}, QVariant());
+        return true;
+    }();
+    Q_UNUSED(silenced);
+}
+
+// The entry patterns of office files: "*" for any run of characters, "?" for one.
+QRegularExpression entryPattern(const QString& pattern)
+{
+    QString expression = u"^"_s;
+    for (const QChar c : pattern) {
+        if (c == u'*')
+            expression += u".*"_s;
+        else if (c == u'?')
+            expression += u'.';
+        else
+            expression += QRegularExpression::escape(QString(c));
+    }
+    return QRegularExpression(expression + u'$', QRegularExpression::DotMatchesEverythingOption);
+}
+
+struct ZipCloser
+{
+    void operator()(zip_t* archive) const
+    {
+        zip_discard(archive);
+    }
+};
+
+struct ZipFileCloser
+{
+    void operator()(zip_file_t* file) const
+    {
+        zip_fclose(file);
+    }
+};
+
+} // namespace
+
+std::optional<QString> pdfText(const QString& path, int pages, qsizetype maxCharacters)
+{
+    silencePoppler();
+    const std::unique_ptr<Poppler::Document> document = Poppler::Document::load(path);
+    if (!document || document->isLocked())
+        return std::nullopt;
+    QString text;
+    const int count = std::min(pages, document->numPages());
+    for (int i = 0; i < count && text.size() < maxCharacters; ++i) {
+        const std::unique_ptr<Poppler::Page> page = document->page(i);
+        if (page)
+            text += page->text(QRectF());
+        text += u' ';
+    }
+    return text.left(maxCharacters);
+}
+
+std::optional<QByteArray> zipEntries(const QString& path, const QString& pattern, qint64 maxBytes)
+{
+    int error = 0;
+    const std::unique_ptr<zip_t, ZipCloser> archive(zip_open(QFile::encodeName(path).constData(), ZIP_RDONLY, &error));
+    if (!archive)
+        return std::nullopt;
+    const QRegularExpression matcher = entryPattern(pattern);
+    QByteArray bytes;
+    const zip_int64_t entries = zip_get_num_entries(archive.get(), 0);
+    for (zip_int64_t i = 0; i < entries && bytes.size() < maxBytes; ++i) {
+        const char* name = zip_get_name(archive.get(), static_cast<zip_uint64_t>(i), ZIP_FL_ENC_GUESS);
+        if (!name || !matcher.match(QString::fromUtf8(name)).hasMatch())
+            continue;
+        const std::unique_ptr<zip_file_t, ZipFileCloser> file(zip_fopen_index(archive.get(), i, 0));
+        if (!file)
+            continue;
+        char buffer[64 * 1024];
+        while (bytes.size() < maxBytes) {
+            const zip_uint64_t wanted = std::min<qint64>(sizeof buffer, maxBytes - bytes.size());
+            const zip_int64_t got = zip_fread(file.get(), buffer, wanted);
+            if (got <= 0)
+                break;
+            bytes.append(buffer, static_cast<qsizetype>(got));
+        }
+    }
+    return bytes;
+}
+
+} // namespace DocumentText

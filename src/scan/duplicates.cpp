@@ -1,0 +1,194 @@
+#include "duplicates.h"
+
+#include "model/graphemes.h"
+
+#include <QFile>
+#include <QHash>
+#include <QtConcurrent>
+
+#include <openssl/evp.h>
+
+#include <algorithm>
+#include <fcntl.h>
+#include <memory>
+#include <unistd.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace Scanner {
+
+namespace {
+
+class Fd
+{
+public:
+    explicit Fd(const QString& path)
+        : m_fd(::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC))
+    {
+    }
+    ~Fd()
+    {
+        if (m_fd >= 0)
+            ::close(m_fd);
+    }
+    Fd(const Fd&) = delete;
+    Fd& operator=(const Fd&) = delete;
+    int get() const
+    {
+        return m_fd;
+    }
+
+private:
+    int m_fd;
+};
+
+struct DigestDeleter
+{
+    void operator()(EVP_MD_CTX* context) const
+    {
+        EVP_MD_CTX_free(context);
+    }
+};
+
+qint64 readFully(int fd, char* buffer, qint64 wanted)
+{
+    qint64 total = 0;
+    while (total < wanted) {
+        const ssize_t got = ::read(fd, buffer + total, static_cast<size_t>(wanted - total));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            break;
+        total += got;
+    }
+    return total;
+}
+
+QString hex(const unsigned char* digest, unsigned int length)
+{
+    return QString::fromLatin1(QByteArray(reinterpret_cast<const char*>(digest), length).toHex());
+}
+
+std::optional<quint64> prefixHash(const QString& path)
+{
+    const Fd fd(path);
+    if (fd.get() < 0)
+        return std::nullopt;
+    char buffer[kPrefixBytes];
+    const qint64 got = readFully(fd.get(), buffer, kPrefixBytes);
+    return quint64(qHashBits(buffer, size_t(got), 0x9e3779b97f4a7c15ULL)) ^ quint64(got);
+}
+
+} // namespace
+
+std::optional<QString> sha(const QString& path, qint64 size)
+{
+    const Fd fd(path);
+    if (fd.get() < 0)
+        return std::nullopt;
+    const std::unique_ptr<EVP_MD_CTX, DigestDeleter> context(EVP_MD_CTX_new());
+    if (!context || EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) != 1)
+        return std::nullopt;
+
+    if (size <= kWholeHashLimit) {
+        std::unique_ptr<char[]> buffer(new char[kHashChunk]);
+        for (;;) {
+            const ssize_t got = ::read(fd.get(), buffer.get(), kHashChunk);
+            if (got < 0 && errno == EINTR)
+                continue;
+            if (got <= 0)
+                break;
+            EVP_DigestUpdate(context.get(), buffer.get(), size_t(got));
+        }
+    } else {
+        unsigned char sizeBytes[8];
+        for (int i = 0; i < 8; ++i)
+            sizeBytes[i] = static_cast<unsigned char>(quint64(size) >> (8 * i));
+        EVP_DigestUpdate(context.get(), sizeBytes, sizeof sizeBytes);
+        std::unique_ptr<char[]> buffer(new char[kSampleBytes]);
+        for (const qint64 offset : {qint64(0), size / 2, size - kSampleBytes}) {
+            // A failed seek reads from wherever the file stands, as the content key always has.
+            ::lseek(fd.get(), offset, SEEK_SET);
+            const qint64 got = readFully(fd.get(), buffer.get(), kSampleBytes);
+            if (got > 0)
+                EVP_DigestUpdate(context.get(), buffer.get(), size_t(got));
+        }
+    }
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    unsigned int length = 0;
+    if (EVP_DigestFinal_ex(context.get(), digest, &length) != 1)
+        return std::nullopt;
+    return hex(digest, length);
+}
+
+void markDuplicates(QList<ScannedItem>& items)
+{
+    QList<CachedFacts> facts(items.size());
+    markDuplicates(items, facts);
+}
+
+void markDuplicates(QList<ScannedItem>& items, QList<CachedFacts>& facts)
+{
+    QHash<qint64, QList<qsizetype>> bySize;
+    for (qsizetype i = 0; i < items.size(); ++i) {
+        if (!items[i].isDir && items[i].size > 0)
+            bySize[items[i].size].append(i);
+    }
+
+    // First cut: the first 4 KiB. Different files of equal size almost always differ there.
+    QList<qsizetype> candidates;
+    for (const QList<qsizetype>& group : std::as_const(bySize)) {
+        if (group.size() > 1)
+            candidates.append(group);
+    }
+    QtConcurrent::blockingMap(candidates, [&](qsizetype position) {
+        CachedFacts& known = facts[position];
+        if (!known.prefixHash)
+            known.prefixHash = prefixHash(items[position].url.toLocalFile());
+    });
+
+    QHash<std::pair<qint64, quint64>, QList<qsizetype>> byPrefix;
+    for (const qsizetype position : std::as_const(candidates)) {
+        const CachedFacts& known = facts[position];
+        if (known.prefixHash)
+            byPrefix[{items[position].size, *known.prefixHash}].append(position);
+    }
+    QList<qsizetype> toHash;
+    for (const QList<qsizetype>& group : std::as_const(byPrefix)) {
+        if (group.size() > 1)
+            toHash.append(group);
+    }
+    QtConcurrent::blockingMap(toHash, [&](qsizetype position) {
+        CachedFacts& known = facts[position];
+        if (!known.contentKey)
+            known.contentKey = sha(items[position].url.toLocalFile(), items[position].size);
+    });
+
+    QHash<std::pair<qint64, QString>, QList<qsizetype>> sets;
+    for (const qsizetype position : std::as_const(toHash)) {
+        if (facts[position].contentKey)
+            sets[{items[position].size, *facts[position].contentKey}].append(position);
+    }
+    for (QList<qsizetype> set : std::as_const(sets)) {
+        if (set.size() < 2)
+            continue;
+        std::sort(set.begin(), set.end()); // listing order, so the stable sort below is repeatable
+        std::stable_sort(set.begin(), set.end(), [&items](qsizetype a, qsizetype b) {
+            const ScannedItem& x = items[a];
+            const ScannedItem& y = items[b];
+            const bool xCopy = x.junkHints.contains(u"copy-style-name"_s);
+            const bool yCopy = y.junkHints.contains(u"copy-style-name"_s);
+            if (xCopy != yCopy)
+                return !xCopy;
+            const qsizetype xLength = Graphemes::count(x.name);
+            const qsizetype yLength = Graphemes::count(y.name);
+            if (xLength != yLength)
+                return xLength < yLength;
+            return x.url.toLocalFile() < y.url.toLocalFile();
+        });
+        for (qsizetype i = 1; i < set.size(); ++i)
+            items[set[i]].junkHints.append(u"exact-duplicate"_s);
+    }
+}
+
+} // namespace Scanner

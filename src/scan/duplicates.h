@@ -1,0 +1,32 @@
+#pragma once
+
+#include "enrichment_cache.h"
+#include "model/scanned_item.h"
+
+#include <QList>
+#include <QString>
+
+#include <optional>
+
+// Exact duplicates among the scanned files.
+namespace Scanner {
+
+constexpr qint64 kWholeHashLimit = 500000000;
+constexpr qint64 kHashChunk = 1048576;
+constexpr qint64 kSampleBytes = 4000000;
+constexpr qint64 kPrefixBytes = 4096;
+
+// SHA-256 of the file's content as 64 lower-case hex digits: the whole file up to 500,000,000
+// bytes, above that its size and three samples (start, middle, end). Nothing if unreadable.
+std::optional<QString> sha(const QString& path, qint64 size);
+
+// Appends "exact-duplicate" to every member of a set of identical files but the kept copy (no
+// copy-style name first, then the shorter name, then the smaller path). Only files that share
+// their size and their first 4 KiB with another file are hashed in full, in parallel.
+void markDuplicates(QList<ScannedItem>& items);
+
+// The same, reusing the prefix hashes and content keys already in `facts` (which runs parallel
+// to `items`, from the cache of unchanged files) and recording the ones computed here.
+void markDuplicates(QList<ScannedItem>& items, QList<CachedFacts>& facts);
+
+} // namespace Scanner

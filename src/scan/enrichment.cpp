@@ -1,0 +1,186 @@
+#include "enrichment.h"
+
+#include "document_text.h"
+#include "kinds.h"
+#include "model/graphemes.h"
+#include "platform/download_origin.h"
+#include "platform/file_io.h"
+#include "scanner.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QImageReader>
+#include <QRegularExpression>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace Scanner {
+
+namespace {
+
+constexpr int kPeekKinds = 5;
+constexpr int kPeekNames = 25;
+// A PDF page can hold megabytes of text; the first 800 visible characters never need more.
+constexpr qsizetype kPdfTextCharacters = 100000;
+
+const QSet<QString>& plainTextExtensions()
+{
+    static const QSet<QString> extensions{u"txt"_s,
+                                          u"md"_s,
+                                          u"markdown"_s,
+                                          u"csv"_s,
+                                          u"tsv"_s,
+                                          u"json"_s,
+                                          u"html"_s,
+                                          u"htm"_s,
+                                          u"rtf"_s,
+                                          u"yml"_s,
+                                          u"yaml"_s,
+                                          u"svg"_s,
+                                          u"sol"_s};
+    return extensions;
+}
+
+QRegularExpression caseless(const QString& pattern)
+{
+    return QRegularExpression(pattern,
+                              QRegularExpression::CaseInsensitiveOption
+                                  | QRegularExpression::UseUnicodePropertiesOption);
+}
+
+} // namespace
+
+QString nameWithoutExtension(const QString& name)
+{
+    const qsizetype dot = name.lastIndexOf(u'.');
+    return dot > 0 ? name.left(dot) : name;
+}
+
+std::optional<QString> peek(const QString& folderPath)
+{
+    QDir folder(folderPath);
+    if (!folder.exists() || !folder.isReadable())
+        return std::nullopt;
+    QStringList names;
+    for (const QString& name : folder.entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                                                QDir::Unsorted)) {
+        if (!name.startsWith(u'.'))
+            names.append(name);
+    }
+    if (names.isEmpty())
+        return u"Empty folder"_s;
+
+    QHash<FileKind, int> counts;
+    for (const QString& name : std::as_const(names))
+        ++counts[Kinds::map().value(Kinds::extension(name), FileKind::other)];
+    QList<std::pair<FileKind, int>> ranked(counts.keyValueBegin(), counts.keyValueEnd());
+    // Ties are ordered by kind only to make the summary repeatable.
+    std::sort(ranked.begin(), ranked.end(), [](const auto& a, const auto& b) {
+        return a.second != b.second ? a.second > b.second : a.first < b.first;
+    });
+    QStringList kinds;
+    for (const auto& [kind, count] : ranked.first(std::min<qsizetype>(kPeekKinds, ranked.size())))
+        kinds.append(QString::number(count) + u' ' + rawValue(kind));
+
+    std::sort(names.begin(), names.end());
+    return u"Folder with "_s + QString::number(names.size()) + u" items ("_s + kinds.join(u", "_s)
+        + u"). Contents: "_s + names.first(std::min<qsizetype>(kPeekNames, names.size())).join(u" | "_s);
+}
+
+QString clean(const QString& text)
+{
+    static const QRegularExpression tags(u"<[^>]+>"_s);
+    static const QRegularExpression space(u"\\s+"_s, QRegularExpression::UseUnicodePropertiesOption);
+    QString result = text;
+    result.replace(tags, u" "_s);
+    result.replace(space, u" "_s);
+    qsizetype begin = 0;
+    qsizetype end = result.size();
+    while (begin < end && (result[begin] == u' ' || result[begin] == u'\t'))
+        ++begin;
+    while (end > begin && (result[end - 1] == u' ' || result[end - 1] == u'\t'))
+        --end;
+    return Graphemes::left(result.sliced(begin, end - begin), kSnippetCharacters);
+}
+
+std::optional<QString> unzip(const QString& path, const QString& entryPattern)
+{
+    const std::optional<QByteArray> bytes = DocumentText::zipEntries(path, entryPattern, kZipTextBytes);
+    if (!bytes)
+        return std::nullopt;
+    return QString::fromUtf8(*bytes);
+}
+
+std::optional<QString> snippet(const QString& path, const QString& ext, qint64 size)
+{
+    if (size <= 0 || size >= kNoSnippetFromBytes)
+        return std::nullopt;
+    if (ext == u"pdf") {
+        const std::optional<QString> text = DocumentText::pdfText(path, kPdfPages, kPdfTextCharacters);
+        return text ? std::optional(clean(*text)) : std::nullopt;
+    }
+    if (plainTextExtensions().contains(ext)) {
+        const std::optional<QByteArray> head = FileIo::readHead(path, kPlainTextBytes);
+        return head ? std::optional(clean(QString::fromUtf8(*head))) : std::nullopt;
+    }
+    std::optional<QString> text;
+    if (ext == u"docx")
+        text = unzip(path, u"word/document.xml"_s);
+    else if (ext == u"pptx")
+        text = unzip(path, u"ppt/slides/slide*.xml"_s);
+    else if (ext == u"xlsx")
+        text = unzip(path, u"xl/sharedStrings.xml"_s);
+    return text ? std::optional(clean(*text)) : std::nullopt;
+}
+
+std::optional<QString> whereFrom(const QString& path)
+{
+    return DownloadOrigin::read(path);
+}
+
+bool isTinyImage(const QString& path)
+{
+    QImageReader reader(path);
+    const QSize size = reader.size();
+    if (!size.isValid())
+        return true;
+    return std::max(size.width(), size.height()) < 65;
+}
+
+bool hasExtractedFolder(const QString& archivePath)
+{
+    const QFileInfo archive(archivePath);
+    return QFileInfo(archive.path() + u'/' + nameWithoutExtension(archive.fileName())).isDir();
+}
+
+QStringList hints(const ScannedItem& item)
+{
+    static const QRegularExpression screenshot = caseless(u"^(screen ?shot|screenshot|screen recording|cleanshot)"_s);
+    static const QRegularExpression copyStyle = caseless(u"( \\(\\d+\\)| copy( \\d+)?)$"_s);
+    const QString path = item.url.toLocalFile();
+
+    QStringList result;
+    if (screenshot.match(item.name).hasMatch())
+        result.append(u"screenshot-name"_s);
+    if (item.kind == FileKind::installer
+        || (item.kind == FileKind::bundle && item.ext == u"app" && path.contains(u"/Downloads/")))
+        result.append(u"installer"_s);
+    if (item.kind == FileKind::partial || isBrowserDownloadName(item.name))
+        result.append(u"partial-download"_s);
+    if (!item.isDir && item.size == 0)
+        result.append(u"empty-file"_s);
+    if (item.kind == FileKind::archive) {
+        if (hasExtractedFolder(path))
+            result.append(u"already-extracted-archive"_s);
+    } else if (item.kind == FileKind::image && item.size >= 1 && item.size <= kTinyImageMaxBytes) {
+        if (isTinyImage(path))
+            result.append(u"tiny-image"_s);
+    }
+    if (copyStyle.match(nameWithoutExtension(item.name)).hasMatch())
+        result.append(u"copy-style-name"_s);
+    return result;
+}
+
+} // namespace Scanner

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QHash>
+#include <QString>
+
+#include <optional>
+
+// What identifies one version of a file: any change to it (a write, a rename over it, a changed
+// extended attribute) changes at least one of these.
+struct FileStamp
+{
+    qint64 size = 0;
+    qint64 modifiedNs = 0;
+    quint64 inode = 0;
+    qint64 changedNs = 0;
+
+    bool operator==(const FileStamp&) const = default;
+};
+
+// The expensive facts about one file version, worth keeping between scans.
+struct CachedFacts
+{
+    FileStamp stamp;
+    std::optional<QString> text; // snippet or folder summary
+    std::optional<QString> whereFrom;
+    std::optional<quint64> prefixHash; // of the first 4 KiB, to rule out most same-size files
+    std::optional<QString> contentKey; // SHA-256, hex
+
+    bool operator==(const CachedFacts&) const = default;
+};
+
+// The scan's memory of files it has described before, kept in the support folder. The file
+// carries a checksum: a damaged, truncated or foreign file is ignored and rebuilt, never trusted.
+class EnrichmentCache
+{
+public:
+    static EnrichmentCache load(const QString& file);
+    // Writes the cache atomically; failures are dropped (the next scan just works harder).
+    void save(const QString& file) const;
+
+    // The facts for `path` when they were recorded for exactly this version of the file.
+    const CachedFacts* find(const QString& path, const FileStamp& stamp) const;
+    void put(const QString& path, const CachedFacts& facts);
+    // Drops entries of files that no longer exist, keeping the cache from growing forever.
+    void pruneMissing();
+
+    qsizetype size() const;
+
+    static constexpr qsizetype kMaxEntries = 200000;
+
+private:
+    QHash<QString, CachedFacts> m_entries;
+};

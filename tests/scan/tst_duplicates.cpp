@@ -1,0 +1,204 @@
+#include "scan/duplicates.h"
+#include "scan/kinds.h"
+#include "support/file_factory.h"
+
+#include <QFileInfo>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QtEndian>
+#include <QTest>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+ScannedItem itemAt(const QString& path, const QStringList& hints = {})
+{
+    ScannedItem item;
+    item.url = QUrl::fromLocalFile(path);
+    item.name = QFileInfo(path).fileName();
+    item.ext = Kinds::extension(path);
+    item.kind = Kinds::map().value(item.ext, FileKind::other);
+    item.size = QFileInfo(path).size();
+    item.junkHints = hints;
+    return item;
+}
+
+QStringList duplicatesIn(const QList<ScannedItem>& items)
+{
+    QStringList names;
+    for (const ScannedItem& item : items) {
+        if (item.junkHints.contains(u"exact-duplicate"_s))
+            names.append(item.url.toLocalFile().section(u'/', -2));
+    }
+    names.sort();
+    return names;
+}
+
+QByteArray noise(qsizetype size, quint32 seed)
+{
+    QByteArray bytes(size, Qt::Uninitialized);
+    QRandomGenerator random(seed);
+    for (char& byte : bytes)
+        byte = char(random.generate());
+    return bytes;
+}
+
+// A sparse file of `size` bytes with `bytes` written at `offset`.
+void sparse(const QString& path, qint64 size, qint64 offset, const QByteArray& bytes)
+{
+    const int fd = ::open(QFile::encodeName(path).constData(), O_CREAT | O_TRUNC | O_WRONLY, 0644);
+    QVERIFY(fd >= 0);
+    QCOMPARE(::ftruncate(fd, size), 0);
+    QCOMPARE(::pwrite(fd, bytes.constData(), size_t(bytes.size()), offset), ssize_t(bytes.size()));
+    ::close(fd);
+}
+
+} // namespace
+
+class TestDuplicates : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+
+    QString file(const QString& relative, const QByteArray& content)
+    {
+        const QString full = m_dir.path() + u'/' + relative;
+        FileFactory::write(full, content);
+        return full;
+    }
+
+private Q_SLOTS:
+    void contentKeys()
+    {
+        QCOMPARE(Scanner::sha(file(u"abc.txt"_s, "abc"), 3),
+                 u"ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"_s);
+        QCOMPARE(Scanner::sha(file(u"empty.txt"_s, ""), 0),
+                 u"e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"_s);
+        QCOMPARE(Scanner::sha(m_dir.path() + u"/missing"_s, 3), std::nullopt);
+        // Several read chunks give the digest of the whole.
+        const QByteArray big = noise(3 * Scanner::kHashChunk + 17, 1);
+        QCOMPARE(Scanner::sha(file(u"big.bin"_s, big), big.size()),
+                 QString::fromLatin1(QCryptographicHash::hash(big, QCryptographicHash::Sha256).toHex()));
+    }
+
+    void keptCopyOrder()
+    {
+        QList<ScannedItem> items{
+            itemAt(file(u"a/report.pdf"_s, "same report")),
+            itemAt(file(u"a/report (1).pdf"_s, "same report"), {u"copy-style-name"_s}),
+            itemAt(file(u"b/photo.png"_s, "same image")),
+            itemAt(file(u"b/a.png"_s, "same image")),
+            itemAt(file(u"Downloads/x.png"_s, "same x")),
+            itemAt(file(u"Desktop/x.png"_s, "same x")),
+            itemAt(file(u"c/one.txt"_s, "three of us")),
+            itemAt(file(u"c/two.txt"_s, "three of us")),
+            itemAt(file(u"c/six.txt"_s, "three of us")),
+            itemAt(file(u"d/zero1.txt"_s, "")),
+            itemAt(file(u"d/zero2.txt"_s, "")),
+            itemAt(file(u"e/left.txt"_s, "equal size A")),
+            itemAt(file(u"e/right.txt"_s, "equal size B")),
+        };
+        QList<ScannedItem> before = items;
+        Scanner::markDuplicates(items);
+        QCOMPARE(duplicatesIn(items),
+                 (QStringList{u"Downloads/x.png"_s, u"a/report (1).pdf"_s, u"b/photo.png"_s, u"c/six.txt"_s,
+                              u"c/two.txt"_s}));
+        // Nothing else changes: order, ids and all other fields stay.
+        for (qsizetype i = 0; i < items.size(); ++i) {
+            items[i].junkHints.removeAll(u"exact-duplicate"_s);
+            QCOMPARE(items[i], before[i]);
+        }
+    }
+
+    void sameStartDifferentEnd()
+    {
+        // Equal size and equal first 4 KiB: only the full hash tells them apart.
+        const QByteArray head = noise(8192, 2);
+        QList<ScannedItem> items{itemAt(file(u"f/one.bin"_s, head + "tail-1")),
+                                 itemAt(file(u"f/two.bin"_s, head + "tail-2")),
+                                 itemAt(file(u"f/three.bin"_s, head + "tail-1"))};
+        Scanner::markDuplicates(items);
+        QCOMPARE(duplicatesIn(items), QStringList{u"f/three.bin"_s});
+
+        // Files that vanish or cannot be read just take no part.
+        QList<ScannedItem> gone{itemAt(file(u"g/p.txt"_s, "same")), itemAt(file(u"g/q.txt"_s, "same"))};
+        QFile::remove(gone[0].url.toLocalFile());
+        Scanner::markDuplicates(gone);
+        QCOMPARE(duplicatesIn(gone), QStringList());
+    }
+
+    void hugeFilesAreSampled()
+    {
+        const qint64 size = Q_INT64_C(2000000000);
+        QDir().mkpath(m_dir.path() + u"/h"_s);
+        const QString a = m_dir.path() + u"/h/a.mov"_s;
+        const QString b = m_dir.path() + u"/h/b.mov"_s;
+        const QString c = m_dir.path() + u"/h/c.mov"_s;
+        sparse(a, size, 100000000, "only in a");
+        sparse(b, size, 100000000, "only in b");
+        sparse(c, size, size / 2 + 10, "inside the middle sample");
+        QCOMPARE(Scanner::sha(a, size), Scanner::sha(b, size));
+        QVERIFY(Scanner::sha(a, size) != Scanner::sha(c, size));
+
+        // The sampled key is the digest of the size (8 bytes, little-endian) and the three samples.
+        QCryptographicHash expected(QCryptographicHash::Sha256);
+        const qint64 le = qToLittleEndian(size);
+        expected.addData(QByteArrayView(reinterpret_cast<const char*>(&le), 8));
+        for (qint64 offset : {qint64(0), size / 2, size - Scanner::kSampleBytes}) {
+            QFile f(a);
+            f.open(QIODevice::ReadOnly);
+            f.seek(offset);
+            expected.addData(f.read(Scanner::kSampleBytes));
+        }
+        QCOMPARE(Scanner::sha(a, size), QString::fromLatin1(expected.result().toHex()));
+
+        QList<ScannedItem> items{itemAt(a), itemAt(b), itemAt(c)};
+        Scanner::markDuplicates(items);
+        QCOMPARE(duplicatesIn(items), QStringList{u"h/b.mov"_s});
+        QFile::remove(a);
+        QFile::remove(b);
+        QFile::remove(c);
+    }
+
+    void matchesHashingEverything()
+    {
+        // Many same-size files, some identical, some sharing only their start: the fast path must
+        // find exactly the sets that hashing every same-size file whole finds.
+        QList<ScannedItem> items;
+        const QByteArray shared = noise(5000, 3);
+        for (int i = 0; i < 120; ++i) {
+            QByteArray content;
+            switch (i % 4) {
+                case 0: content = noise(6000, 100 + i % 12); break; // twelve contents, ten copies each
+                case 1: content = shared + noise(1000, 200 + i); break; // same start, unique ends
+                case 2: content = noise(6000, 300 + i); break; // unique
+                default: content = noise(6000, 100 + i % 12); break;
+            }
+            items.append(itemAt(file(u"m/%1.bin"_s.arg(i, 3, 10, QChar(u'0')), content)));
+        }
+        QList<ScannedItem> fast = items;
+        Scanner::markDuplicates(fast);
+
+        QHash<QString, QList<qsizetype>> byKey;
+        for (qsizetype i = 0; i < items.size(); ++i)
+            byKey[*Scanner::sha(items[i].url.toLocalFile(), items[i].size)].append(i);
+        int expectedDuplicates = 0;
+        for (const auto& set : std::as_const(byKey))
+            expectedDuplicates += int(set.size()) - 1;
+        QCOMPARE(duplicatesIn(fast).size(), expectedDuplicates);
+        for (const auto& set : std::as_const(byKey)) {
+            // Equal names' length: the smallest path of each set is the kept copy.
+            for (qsizetype k = 0; k < set.size(); ++k)
+                QCOMPARE(fast[set[k]].junkHints.contains(u"exact-duplicate"_s), k > 0);
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(TestDuplicates)
+#include "tst_duplicates.moc"

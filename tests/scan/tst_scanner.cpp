@@ -1,0 +1,253 @@
+#include "model/store.h"
+#include "scan/enrichment_cache.h"
+#include "scan/scanner.h"
+#include "support/file_factory.h"
+#include "support/temp_home.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QTest>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QStringList namesOf(const QList<ScannedItem>& items)
+{
+    QStringList names;
+    for (const ScannedItem& item : items)
+        names.append(item.name);
+    return names;
+}
+
+const ScannedItem* find(const QList<ScannedItem>& items, const QString& name)
+{
+    for (const ScannedItem& item : items) {
+        if (item.name == name)
+            return &item;
+    }
+    return nullptr;
+}
+
+// The entries of a folder in the file system's own order, as a plain readdir gives them.
+QStringList listingOrder(const QString& folder)
+{
+    QStringList names;
+    DIR* dir = ::opendir(QFile::encodeName(folder).constData());
+    while (const dirent* entry = ::readdir(dir))
+        names.append(QFile::decodeName(entry->d_name));
+    ::closedir(dir);
+    return names;
+}
+
+ScanOptions optionsFor(const QStringList& roots)
+{
+    ScanOptions options;
+    for (const QString& root : roots)
+        options.roots.append(QUrl::fromLocalFile(root));
+    return options;
+}
+
+} // namespace
+
+class TestScanner : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void walkTakesOnlyWhatBelongsToThePerson()
+    {
+        TempHome home;
+        const QString desk = home.path() + u"/Desktop"_s;
+        const QString down = home.path() + u"/Downloads"_s;
+        FileFactory::write(desk + u"/a.pdf"_s, "%PDF");
+        for (const QString& skipped : {u".DS_Store"_s, u"._a.pdf"_s, u".hidden.txt"_s, u"Icon\r"_s, u".localized"_s})
+            FileFactory::write(desk + u'/' + skipped, "x");
+        FileFactory::write(down + u"/.com.google.Chrome.x1Y2z3"_s, "partial");
+        FileFactory::write(down + u"/.COM.GOOGLE.CHROME.abc"_s, "another partial");
+        FileFactory::write(desk + u"/site/package.json"_s, "{}");
+        FileFactory::write(desk + u"/site/src/index.js"_s, "x");
+        for (int i = 0; i < 300; ++i)
+            FileFactory::write(desk + u"/photos/IMG_%1.jpg"_s.arg(i), "x");
+        for (const QString& folder : {u"node_modules"_s, u"Library"_s, u"Adobe"_s, u".git"_s, u"Brindlow Review"_s})
+            FileFactory::write(desk + u'/' + folder + u"/inside.txt"_s, "x");
+        FileFactory::write(desk + u"/Deck.key/Index.zip"_s, "x");
+        FileFactory::write(desk + u"/Tool.app/Contents/Info.plist"_s, "x");
+        QDir().mkpath(home.path() + u"/Documents/Projects"_s);
+        FileFactory::write(home.path() + u"/Documents/Projects/Quorrel/card.png"_s, "x");
+        FileFactory::write(home.path() + u"/Documents/ProjectsOld/a.txt"_s, "x");
+        QVERIFY(QFile::link(desk + u"/a.pdf"_s, desk + u"/link.pdf"_s));
+        QVERIFY(QFile::link(desk + u"/photos"_s, desk + u"/linked photos"_s));
+        QVERIFY(QFile::link(desk + u"/loop"_s, desk + u"/loop"_s));
+        QCOMPARE(::mkfifo(QFile::encodeName(desk + u"/pipe.txt"_s).constData(), 0600), 0);
+        const int sock = ::socket(AF_UNIX, SOCK_STREAM, 0);
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        const QByteArray socketPath = QFile::encodeName(desk + u"/socket.txt"_s);
+        qstrncpy(address.sun_path, socketPath.constData(), sizeof address.sun_path);
+        QCOMPARE(::bind(sock, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+
+        ScanOptions options = optionsFor({desk, down, home.path() + u"/Documents"_s, home.path() + u"/Missing"_s});
+        options.exclude.append(QUrl::fromLocalFile(home.path() + u"/Documents/Projects/"_s));
+        const QList<ScannedItem> items = Scanner::run(options);
+        ::close(sock);
+
+        QStringList names = namesOf(items);
+        names.sort();
+        QCOMPARE(names,
+                 (QStringList{u".COM.GOOGLE.CHROME.abc"_s, u".com.google.Chrome.x1Y2z3"_s, u"Deck.key"_s,
+                              u"ProjectsOld"_s, u"Tool.app"_s, u"a.pdf"_s, u"photos"_s, u"site"_s}));
+        for (qsizetype i = 0; i < items.size(); ++i)
+            QCOMPARE(items[i].id, i);
+
+        QCOMPARE(find(items, u"site"_s)->kind, FileKind::project);
+        QCOMPARE(find(items, u"Deck.key"_s)->kind, FileKind::slides);
+        QCOMPARE(find(items, u"Tool.app"_s)->kind, FileKind::bundle);
+        const ScannedItem* photos = find(items, u"photos"_s);
+        QCOMPARE(photos->kind, FileKind::folder);
+        QVERIFY(photos->isDir);
+        QCOMPARE(photos->size, 0);
+        QVERIFY(photos->text->startsWith(u"Folder with 300 items (300 image). Contents: IMG_0.jpg | IMG_1.jpg"_s));
+        QCOMPARE(find(items, u"site"_s)->text, std::nullopt);
+        const ScannedItem* partial = find(items, u".com.google.Chrome.x1Y2z3"_s);
+        QCOMPARE(partial->kind, FileKind::other);
+        QCOMPARE(partial->junkHints, QStringList{u"partial-download"_s});
+        const ScannedItem* pdf = find(items, u"a.pdf"_s);
+        QCOMPARE(pdf->url, QUrl::fromLocalFile(desk + u"/a.pdf"_s));
+        QCOMPARE(pdf->size, 4);
+        QCOMPARE(pdf->relPath(), u"~/Desktop/a.pdf"_s);
+
+        // Roots in order; within a root, the file system's own listing order.
+        QStringList expectedDesk;
+        for (const QString& name : listingOrder(desk)) {
+            if (QStringList{u"a.pdf"_s, u"site"_s, u"photos"_s, u"Deck.key"_s, u"Tool.app"_s}.contains(name))
+                expectedDesk.append(name);
+        }
+        QCOMPARE(namesOf(items).first(5), expectedDesk);
+        QCOMPARE(namesOf(items).last(), u"ProjectsOld"_s);
+    }
+
+    void oddNames()
+    {
+        TempHome home;
+        const QString root = home.path() + u"/Downloads"_s;
+        QDir().mkpath(root);
+        const QByteArray rootBytes = QFile::encodeName(root);
+        // Not UTF-8: decoded with a replacement character it would name the other, valid file.
+        FileFactory::write(QFile::decodeName(rootBytes + "/\xef\xbf\xbd.txt"), "same content");
+        {
+            const int fd = ::open(QByteArray(rootBytes + "/\xff.txt").constData(), O_CREAT | O_WRONLY, 0644);
+            QVERIFY(fd >= 0);
+            QCOMPARE(::write(fd, "same content", 12), 12);
+            ::close(fd);
+        }
+        const QString newline = u"two\nlines.txt"_s;
+        const QString dashed = u"-rf --help.txt"_s;
+        const QString longName = QString(u'x').repeated(251) + u".txt"_s;
+        const QString accented = u"re\u0301sume\u0301.txt"_s; // decomposed: must stay byte for byte
+        for (const QString& name : {newline, dashed, longName, accented})
+            FileFactory::write(root + u'/' + name, "text of " + name.toUtf8());
+
+        const QList<ScannedItem> items = Scanner::run(optionsFor({root}));
+        QStringList names = namesOf(items);
+        names.sort();
+        QStringList expected{u"\uFFFD.txt"_s, newline, dashed, longName, accented};
+        expected.sort();
+        QCOMPARE(names, expected);
+        for (const ScannedItem& item : items) {
+            QVERIFY2(QFileInfo::exists(item.url.toLocalFile()), qPrintable(item.name));
+            QVERIFY(!item.junkHints.contains(u"exact-duplicate"_s));
+            QCOMPARE(item.url.toLocalFile().section(u'/', -1), item.name);
+        }
+        QCOMPARE(find(items, dashed)->text, u"text of -rf --help.txt"_s);
+        QCOMPARE(find(items, longName)->name.toUtf8().size(), 255);
+    }
+
+    void sinceCutOffAndProgress()
+    {
+        TempHome home;
+        const QString root = home.path() + u"/Desktop"_s;
+        const QDateTime since(QDate(2026, 3, 1), QTime(9, 0, 0), Qt::UTC);
+        for (int i = 0; i < 250; ++i)
+            FileFactory::write(root + u"/f%1.txt"_s.arg(i), "x");
+        FileFactory::write(root + u"/old.txt"_s, "x");
+        FileFactory::write(root + u"/exact.txt"_s, "x");
+        FileFactory::write(root + u"/oldfolder/new.txt"_s, "x");
+        FileFactory::setModified(root + u"/old.txt"_s, since.addSecs(-1));
+        FileFactory::setModified(root + u"/exact.txt"_s, since);
+        FileFactory::setModified(root + u"/oldfolder"_s, since.addSecs(-3600));
+
+        QList<int> reports;
+        ScanOptions options = optionsFor({root});
+        options.since = since;
+        const QList<ScannedItem> items = Scanner::run(options, [&reports](int found) { reports.append(found); });
+        QCOMPARE(items.size(), 251);
+        QVERIFY(find(items, u"exact.txt"_s));
+        QVERIFY(!find(items, u"old.txt"_s));
+        QVERIFY(!find(items, u"oldfolder"_s));
+        QCOMPARE(find(items, u"exact.txt"_s)->modified, since);
+        QCOMPARE(reports, (QList<int>{100, 200, 251}));
+    }
+
+    void secondScanIsIdenticalAndUsesTheCache()
+    {
+        TempHome home;
+        const QString root = home.path() + u"/Documents"_s;
+        FileFactory::write(root + u"/notes.txt"_s, "meeting notes");
+        FileFactory::write(root + u"/notes copy.txt"_s, "meeting notes");
+        FileFactory::write(root + u"/plan.md"_s, "# Plan");
+        FileFactory::write(root + u"/folder/a.png"_s, "x");
+        const ScanOptions options = optionsFor({root});
+        const QList<ScannedItem> first = Scanner::run(options);
+        QCOMPARE(Scanner::run(options), first);
+
+        // An entry recorded for exactly this version of the file is trusted as it stands...
+        const QString cacheFile = Store::dir() + u"/scan-cache.bin"_s;
+        EnrichmentCache cache = EnrichmentCache::load(cacheFile);
+        QCOMPARE(cache.size(), 4);
+        const QString plan = root + u"/plan.md"_s;
+        struct stat info {};
+        QCOMPARE(::stat(QFile::encodeName(plan).constData(), &info), 0);
+        const FileStamp stamp{info.st_size,
+                              qint64(info.st_mtim.tv_sec) * 1000000000 + info.st_mtim.tv_nsec,
+                              info.st_ino,
+                              qint64(info.st_ctim.tv_sec) * 1000000000 + info.st_ctim.tv_nsec};
+        CachedFacts planted = *cache.find(plan, stamp);
+        planted.text = u"from the cache"_s;
+        cache.put(plan, planted);
+        cache.save(cacheFile);
+        QCOMPARE(find(Scanner::run(options), u"plan.md"_s)->text, u"from the cache"_s);
+
+        // ...but any change to the file, or any damage to the cache, means reading it again.
+        QFile cacheBytes(cacheFile);
+        QVERIFY(cacheBytes.open(QIODevice::ReadWrite));
+        cacheBytes.seek(cacheBytes.size() - 3);
+        cacheBytes.write("\x7f");
+        cacheBytes.close();
+        QCOMPARE(find(Scanner::run(options), u"plan.md"_s)->text, u"# Plan"_s);
+
+        cache.save(cacheFile);
+        QCOMPARE(find(Scanner::run(options), u"plan.md"_s)->text, u"from the cache"_s);
+        FileFactory::write(plan, "# Plan!");
+        QCOMPARE(find(Scanner::run(options), u"plan.md"_s)->text, u"# Plan!"_s);
+
+        FileFactory::write(root + u"/notes copy.txt"_s, "meeting NOTES");
+        const QList<ScannedItem> changed = Scanner::run(options);
+        QVERIFY(!find(changed, u"notes copy.txt"_s)->junkHints.contains(u"exact-duplicate"_s));
+
+        for (const QByteArray& foreign : {QByteArray(), QByteArray("BRINDLOW-SCAN-CACHE"), QByteArray(100000, 'x')}) {
+            FileFactory::write(cacheFile, foreign);
+            QCOMPARE(Scanner::run(options), changed);
+        }
+    }
+};
+
+QTEST_MAIN(TestScanner)
+#include "tst_scanner.moc"

@@ -1,0 +1,110 @@
+#include "file_factory.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QImage>
+#include <QPainter>
+#include <QPdfWriter>
+#include <QRandomGenerator>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <zip.h>
+
+namespace FileFactory {
+
+namespace {
+[[noreturn]] void fail(const char* what, const QString& path)
+{
+    qFatal("FileFactory: %s failed for %s", what, qPrintable(path));
+}
+} // namespace
+
+void write(const QString& path, const QByteArray& bytes)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size())
+        fail("write", path);
+}
+
+void zip(const QString& path, const QList<QPair<QString, QByteArray>>& entries)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    int error = 0;
+    zip_t* archive = zip_open(QFile::encodeName(path).constData(), ZIP_CREATE | ZIP_TRUNCATE, &error);
+    if (!archive)
+        fail("zip_open", path);
+    QList<QByteArray> keep; // libzip reads the buffers only when the archive is closed
+    for (const auto& [name, content] : entries) {
+        keep.append(content);
+        zip_source_t* source = zip_source_buffer(archive, keep.last().constData(), keep.last().size(), 0);
+        if (!source || zip_file_add(archive, name.toUtf8().constData(), source, ZIP_FL_ENC_UTF_8) < 0)
+            fail("zip_file_add", path);
+    }
+    if (zip_close(archive) != 0)
+        fail("zip_close", path);
+}
+
+void pdf(const QString& path, const QStringList& pageTexts)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QPdfWriter writer(path);
+    QPainter painter(&writer);
+    QFont font = painter.font();
+    font.setPointSize(12);
+    painter.setFont(font);
+    for (qsizetype i = 0; i < pageTexts.size(); ++i) {
+        if (i > 0)
+            writer.newPage();
+        painter.drawText(QRect(0, 0, writer.width(), writer.height()), Qt::TextWordWrap, pageTexts[i]);
+    }
+    painter.end();
+}
+
+void png(const QString& path, int width, int height, qint64 totalBytes)
+{
+    QImage image(width, height, QImage::Format_RGB32);
+    image.fill(QColor(40, 120, 200));
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    if (!image.save(path, "PNG"))
+        fail("png", path);
+    const qint64 size = QFileInfo(path).size();
+    if (totalBytes > size) {
+        QFile file(path);
+        file.open(QIODevice::Append);
+        file.write(QByteArray(totalBytes - size, '\0'));
+    }
+}
+
+void jpeg(const QString& path, int width, int height)
+{
+    QImage image(width, height, QImage::Format_RGB32);
+    QRandomGenerator random(qHash(path));
+    for (int y = 0; y < height; ++y) {
+        auto* line = reinterpret_cast<quint32*>(image.scanLine(y));
+        for (int x = 0; x < width; ++x)
+            line[x] = random.generate() | 0xff000000u;
+    }
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    if (!image.save(path, "JPEG", 85))
+        fail("jpeg", path);
+}
+
+void setModified(const QString& path, const QDateTime& moment)
+{
+    const qint64 ms = moment.toMSecsSinceEpoch();
+    const timespec times[2] = {{time_t(ms / 1000), long(ms % 1000) * 1000000}, {time_t(ms / 1000), long(ms % 1000) * 1000000}};
+    if (::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, AT_SYMLINK_NOFOLLOW) != 0)
+        fail("utimensat", path);
+}
+
+void setOriginAttribute(const QString& path, const QByteArray& value)
+{
+    if (::setxattr(QFile::encodeName(path).constData(), "user.xdg.origin.url", value.constData(), value.size(), 0) != 0)
+        fail("setxattr", path);
+}
+
+} // namespace FileFactory

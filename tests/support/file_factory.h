@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QList>
+#include <QPair>
+#include <QString>
+#include <QStringList>
+
+// Real files of real formats for tests: documents, images, archives, attributes and times.
+namespace FileFactory {
+
+// Writes `bytes` to `path`, creating folders on the way.
+void write(const QString& path, const QByteArray& bytes);
+// A zip container with the given entries, stored in this order.
+void zip(const QString& path, const QList<QPair<QString, QByteArray>>& entries);
+// A PDF with one page per text. Needs a QGuiApplication.
+void pdf(const QString& path, const QStringList& pageTexts);
+// A PNG of the given pixel size, padded after its end marker to `totalBytes` when larger.
+void png(const QString& path, int width, int height, qint64 totalBytes = 0);
+// A JPEG of noise, about as large as a camera's at that size.
+void jpeg(const QString& path, int width, int height);
+void setModified(const QString& path, const QDateTime& moment);
+void setOriginAttribute(const QString& path, const QByteArray& value);
+
+} // namespace FileFactory
