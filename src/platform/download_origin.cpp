@@ -34,8 +34,8 @@ std::optional<QString> fromAttribute(const QByteArray& path)
 std::optional<QString> fromGioMetadata(const QByteArray& path)
 {
     GFile* file = g_file_new_for_path(path.constData());
-    GFileInfo* info =
-        g_file_query_info(file, "metadata::download-uri", G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS, nullptr, nullptr);
+    GFileInfo* info
+        = g_file_query_info(file, "metadata::download-uri", G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS, nullptr, nullptr);
     std::optional<QString> result;
     if (info) {
         const char* uri = g_file_info_get_attribute_string(info, "metadata::download-uri");

@@ -24,8 +24,7 @@ class Fd
 public:
     explicit Fd(const QString& path)
         : m_fd(::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC))
-    {
-    }
+    { }
     ~Fd()
     {
         if (m_fd >= 0)

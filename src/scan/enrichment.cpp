@@ -27,27 +27,26 @@ constexpr qsizetype kPdfTextCharacters = 100000;
 
 const QSet<QString>& plainTextExtensions()
 {
-    static const QSet<QString> extensions{u"txt"_s,
-                                          u"md"_s,
-                                          u"markdown"_s,
-                                          u"csv"_s,
-                                          u"tsv"_s,
-                                          u"json"_s,
-                                          u"html"_s,
-                                          u"htm"_s,
-                                          u"rtf"_s,
-                                          u"yml"_s,
-                                          u"yaml"_s,
-                                          u"svg"_s,
-                                          u"sol"_s};
+    static const QSet<QString> extensions {u"txt"_s,
+                                           u"md"_s,
+                                           u"markdown"_s,
+                                           u"csv"_s,
+                                           u"tsv"_s,
+                                           u"json"_s,
+                                           u"html"_s,
+                                           u"htm"_s,
+                                           u"rtf"_s,
+                                           u"yml"_s,
+                                           u"yaml"_s,
+                                           u"svg"_s,
+                                           u"sol"_s};
     return extensions;
 }
 
 QRegularExpression caseless(const QString& pattern)
 {
-    return QRegularExpression(pattern,
-                              QRegularExpression::CaseInsensitiveOption
-                                  | QRegularExpression::UseUnicodePropertiesOption);
+    return QRegularExpression(
+        pattern, QRegularExpression::CaseInsensitiveOption | QRegularExpression::UseUnicodePropertiesOption);
 }
 
 } // namespace
@@ -64,8 +63,8 @@ std::optional<QString> peek(const QString& folderPath)
     if (!folder.exists() || !folder.isReadable())
         return std::nullopt;
     QStringList names;
-    for (const QString& name : folder.entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                                                QDir::Unsorted)) {
+    for (const QString& name :
+         folder.entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Unsorted)) {
         if (!name.startsWith(u'.'))
             names.append(name);
     }
@@ -85,8 +84,8 @@ std::optional<QString> peek(const QString& folderPath)
         kinds.append(QString::number(count) + u' ' + rawValue(kind));
 
     std::sort(names.begin(), names.end());
-    return u"Folder with "_s + QString::number(names.size()) + u" items ("_s + kinds.join(u", "_s)
-        + u"). Contents: "_s + names.first(std::min<qsizetype>(kPeekNames, names.size())).join(u" | "_s);
+    return u"Folder with "_s + QString::number(names.size()) + u" items ("_s + kinds.join(u", "_s) + u"). Contents: "_s
+        + names.first(std::min<qsizetype>(kPeekNames, names.size())).join(u" | "_s);
 }
 
 QString clean(const QString& text)

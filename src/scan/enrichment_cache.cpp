@@ -2,11 +2,11 @@
 
 #include "platform/file_io.h"
 
-#include <QCryptographicHash>
 #include <QDataStream>
 #include <QFile>
 #include <QIODevice>
 
+#include <openssl/evp.h>
 #include <sys/stat.h>
 
 namespace {
@@ -14,6 +14,14 @@ namespace {
 constexpr char kMagic[] = "BRINDLOW-SCAN-CACHE";
 constexpr qint32 kVersion = 1;
 constexpr qint64 kMaxFileBytes = 512 * 1024 * 1024;
+
+QByteArray checksum(const QByteArray& payload)
+{
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    unsigned int length = 0;
+    EVP_Digest(payload.constData(), size_t(payload.size()), digest, &length, EVP_sha256(), nullptr);
+    return QByteArray(reinterpret_cast<const char*>(digest), int(length));
+}
 
 void writeOptional(QDataStream& out, const std::optional<QString>& value)
 {
@@ -38,9 +46,8 @@ EnrichmentCache EnrichmentCache::load(const QString& file)
     const qsizetype headerSize = qsizetype(sizeof kMagic) + 32;
     if (!bytes || bytes->size() < headerSize || !bytes->startsWith(QByteArray(kMagic, sizeof kMagic)))
         return cache;
-    const QByteArray checksum = bytes->mid(sizeof kMagic, 32);
     const QByteArray payload = bytes->mid(headerSize);
-    if (QCryptographicHash::hash(payload, QCryptographicHash::Sha256) != checksum)
+    if (checksum(payload) != bytes->mid(sizeof kMagic, 32))
         return cache;
 
     QDataStream in(payload);
@@ -69,11 +76,14 @@ EnrichmentCache EnrichmentCache::load(const QString& file)
     if (!in.atEnd())
         return cache;
     cache.m_entries = std::move(entries);
+    cache.m_changed = false;
     return cache;
 }
 
 void EnrichmentCache::save(const QString& file) const
 {
+    if (!m_changed)
+        return;
     QByteArray payload;
     QDataStream out(&payload, QIODevice::WriteOnly);
     out.setVersion(QDataStream::Qt_6_4);
@@ -87,9 +97,8 @@ void EnrichmentCache::save(const QString& file) const
         out << bool(facts.prefixHash) << facts.prefixHash.value_or(0);
         writeOptional(out, facts.contentKey);
     }
-    const QByteArray bytes = QByteArray(kMagic, sizeof kMagic)
-        + QCryptographicHash::hash(payload, QCryptographicHash::Sha256) + payload;
-    FileIo::writeAtomic(file, bytes);
+    if (FileIo::writeAtomic(file, QByteArray(kMagic, sizeof kMagic) + checksum(payload) + payload))
+        m_changed = false;
 }
 
 const CachedFacts* EnrichmentCache::find(const QString& path, const FileStamp& stamp) const
@@ -102,15 +111,21 @@ const CachedFacts* EnrichmentCache::find(const QString& path, const FileStamp& s
 
 void EnrichmentCache::put(const QString& path, const CachedFacts& facts)
 {
+    const auto it = m_entries.find(path);
+    if (it != m_entries.end() && *it == facts)
+        return;
     m_entries.insert(path, facts);
+    m_changed = true;
 }
 
 void EnrichmentCache::pruneMissing()
 {
-    m_entries.removeIf([](const auto& entry) {
-        struct stat info {};
+    const qsizetype removed = m_entries.removeIf([](const auto& entry) {
+        struct stat info
+        { };
         return ::lstat(QFile::encodeName(entry.key()).constData(), &info) != 0;
     });
+    m_changed = m_changed || removed > 0;
 }
 
 qsizetype EnrichmentCache::size() const

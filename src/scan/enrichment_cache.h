@@ -35,7 +35,8 @@ class EnrichmentCache
 {
 public:
     static EnrichmentCache load(const QString& file);
-    // Writes the cache atomically; failures are dropped (the next scan just works harder).
+    // Writes the cache atomically when it changed since it was loaded or saved; failures are
+    // dropped (the next scan just works harder).
     void save(const QString& file) const;
 
     // The facts for `path` when they were recorded for exactly this version of the file.
@@ -50,4 +51,6 @@ public:
 
 private:
     QHash<QString, CachedFacts> m_entries;
+    // A cache that did not load (missing, damaged) counts as changed, so that it is rewritten.
+    mutable bool m_changed = true;
 };

@@ -57,7 +57,8 @@ std::optional<QString> decodeName(const char* raw)
 bool hasProjectMarker(int rootFd, const QByteArray& folderName)
 {
     for (const QString& marker : projectMarkers()) {
-        struct stat info {};
+        struct stat info
+        { };
         if (::fstatat(rootFd, QByteArray(folderName + '/' + marker.toUtf8()).constData(), &info, 0) == 0)
             return true;
     }
@@ -90,7 +91,8 @@ void listRoot(const QString& root, const QStringList& excluded, const ScanOption
         const char* raw = entry->d_name;
         if (qstrcmp(raw, ".") == 0 || qstrcmp(raw, "..") == 0)
             continue;
-        struct stat info {};
+        struct stat info
+        { };
         if (::fstatat(rootFd, raw, &info, AT_SYMLINK_NOFOLLOW) != 0)
             continue;
         // Links are neither taken nor followed; pipes, sockets and devices are not documents,
@@ -128,7 +130,7 @@ void listRoot(const QString& root, const QStringList& excluded, const ScanOption
         }
         item.url = QUrl::fromLocalFile(path);
         found.append({std::move(item),
-                      FileStamp{info.st_size, nanoseconds(info.st_mtim), info.st_ino, nanoseconds(info.st_ctim)}});
+                      FileStamp {info.st_size, nanoseconds(info.st_mtim), info.st_ino, nanoseconds(info.st_ctim)}});
     }
     ::closedir(dir);
 }
@@ -159,8 +161,8 @@ QString cacheFile()
 
 const QSet<QString>& skipDirNames()
 {
-    static const QSet<QString> names = setOf(
-        {u".Trash", u"Library", u"node_modules", u".cache", u"__pycache__", u"Photos Library.photoslibrary"});
+    static const QSet<QString> names
+        = setOf({u".Trash", u"Library", u"node_modules", u".cache", u"__pycache__", u"Photos Library.photoslibrary"});
     return names;
 }
 
@@ -225,25 +227,25 @@ const QSet<QString>& appFolderNames()
 
 const QSet<QString>& skipFileNames()
 {
-    static const QSet<QString> names =
-        setOf({u".DS_Store", u".localized", u"Icon\r", u".com.apple.timemachine.donotpresent"});
+    static const QSet<QString> names
+        = setOf({u".DS_Store", u".localized", u"Icon\r", u".com.apple.timemachine.donotpresent"});
     return names;
 }
 
 const QStringList& projectMarkers()
 {
-    static const QStringList markers{u".git"_s,
-                                     u"package.json"_s,
-                                     u"Cargo.toml"_s,
-                                     u"pyproject.toml"_s,
-                                     u"go.mod"_s,
-                                     u"foundry.toml"_s,
-                                     u"hardhat.config.js"_s,
-                                     u"hardhat.config.ts"_s,
-                                     u"Anchor.toml"_s,
-                                     u"Gemfile"_s,
-                                     u"requirements.txt"_s,
-                                     u"Package.swift"_s};
+    static const QStringList markers {u".git"_s,
+                                      u"package.json"_s,
+                                      u"Cargo.toml"_s,
+                                      u"pyproject.toml"_s,
+                                      u"go.mod"_s,
+                                      u"foundry.toml"_s,
+                                      u"hardhat.config.js"_s,
+                                      u"hardhat.config.ts"_s,
+                                      u"Anchor.toml"_s,
+                                      u"Gemfile"_s,
+                                      u"requirements.txt"_s,
+                                      u"Package.swift"_s};
     return markers;
 }
 
@@ -275,7 +277,7 @@ QList<ScannedItem> run(const ScanOptions& options, const Progress& progress)
         items[i].id = i;
         const CachedFacts* cached = cache.find(items[i].url.toLocalFile(), found[i].stamp);
         known[i] = cached != nullptr;
-        facts[i] = cached ? *cached : CachedFacts{found[i].stamp, {}, {}, {}, {}};
+        facts[i] = cached ? *cached : CachedFacts {found[i].stamp, {}, {}, {}, {}};
     }
     found.clear();
 

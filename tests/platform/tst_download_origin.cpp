@@ -37,7 +37,8 @@ private Q_SLOTS:
         FileFactory::setOriginAttribute(both, "https://example.org/from-chromium.pdf");
 
         // The metadata service writes its journal asynchronously; give it a moment.
-        QTRY_COMPARE_WITH_TIMEOUT(DownloadOrigin::read(gioOnly), std::optional(u"https://example.org/from-firefox.pdf"_s), 5000);
+        QTRY_COMPARE_WITH_TIMEOUT(
+            DownloadOrigin::read(gioOnly), std::optional(u"https://example.org/from-firefox.pdf"_s), 5000);
         QCOMPARE(DownloadOrigin::read(both), u"https://example.org/from-chromium.pdf"_s);
         QCOMPARE(DownloadOrigin::read(neither), std::nullopt);
         QCOMPARE(DownloadOrigin::read(dir.filePath(u"missing.pdf"_s)), std::nullopt);

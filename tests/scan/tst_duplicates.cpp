@@ -5,8 +5,8 @@
 #include <QFileInfo>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
-#include <QtEndian>
 #include <QTest>
+#include <QtEndian>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -89,7 +89,7 @@ private Q_SLOTS:
 
     void keptCopyOrder()
     {
-        QList<ScannedItem> items{
+        QList<ScannedItem> items {
             itemAt(file(u"a/report.pdf"_s, "same report")),
             itemAt(file(u"a/report (1).pdf"_s, "same report"), {u"copy-style-name"_s}),
             itemAt(file(u"b/photo.png"_s, "same image")),
@@ -107,8 +107,8 @@ private Q_SLOTS:
         QList<ScannedItem> before = items;
         Scanner::markDuplicates(items);
         QCOMPARE(duplicatesIn(items),
-                 (QStringList{u"Downloads/x.png"_s, u"a/report (1).pdf"_s, u"b/photo.png"_s, u"c/six.txt"_s,
-                              u"c/two.txt"_s}));
+                 (QStringList {
+                     u"Downloads/x.png"_s, u"a/report (1).pdf"_s, u"b/photo.png"_s, u"c/six.txt"_s, u"c/two.txt"_s}));
         // Nothing else changes: order, ids and all other fields stay.
         for (qsizetype i = 0; i < items.size(); ++i) {
             items[i].junkHints.removeAll(u"exact-duplicate"_s);
@@ -120,14 +120,14 @@ private Q_SLOTS:
     {
         // Equal size and equal first 4 KiB: only the full hash tells them apart.
         const QByteArray head = noise(8192, 2);
-        QList<ScannedItem> items{itemAt(file(u"f/one.bin"_s, head + "tail-1")),
-                                 itemAt(file(u"f/two.bin"_s, head + "tail-2")),
-                                 itemAt(file(u"f/three.bin"_s, head + "tail-1"))};
+        QList<ScannedItem> items {itemAt(file(u"f/one.bin"_s, head + "tail-1")),
+                                  itemAt(file(u"f/two.bin"_s, head + "tail-2")),
+                                  itemAt(file(u"f/three.bin"_s, head + "tail-1"))};
         Scanner::markDuplicates(items);
-        QCOMPARE(duplicatesIn(items), QStringList{u"f/three.bin"_s});
+        QCOMPARE(duplicatesIn(items), QStringList {u"f/three.bin"_s});
 
         // Files that vanish or cannot be read just take no part.
-        QList<ScannedItem> gone{itemAt(file(u"g/p.txt"_s, "same")), itemAt(file(u"g/q.txt"_s, "same"))};
+        QList<ScannedItem> gone {itemAt(file(u"g/p.txt"_s, "same")), itemAt(file(u"g/q.txt"_s, "same"))};
         QFile::remove(gone[0].url.toLocalFile());
         Scanner::markDuplicates(gone);
         QCOMPARE(duplicatesIn(gone), QStringList());
@@ -158,9 +158,9 @@ private Q_SLOTS:
         }
         QCOMPARE(Scanner::sha(a, size), QString::fromLatin1(expected.result().toHex()));
 
-        QList<ScannedItem> items{itemAt(a), itemAt(b), itemAt(c)};
+        QList<ScannedItem> items {itemAt(a), itemAt(b), itemAt(c)};
         Scanner::markDuplicates(items);
-        QCOMPARE(duplicatesIn(items), QStringList{u"h/b.mov"_s});
+        QCOMPARE(duplicatesIn(items), QStringList {u"h/b.mov"_s});
         QFile::remove(a);
         QFile::remove(b);
         QFile::remove(c);
@@ -175,10 +175,18 @@ private Q_SLOTS:
         for (int i = 0; i < 120; ++i) {
             QByteArray content;
             switch (i % 4) {
-                case 0: content = noise(6000, 100 + i % 12); break; // twelve contents, ten copies each
-                case 1: content = shared + noise(1000, 200 + i); break; // same start, unique ends
-                case 2: content = noise(6000, 300 + i); break; // unique
-                default: content = noise(6000, 100 + i % 12); break;
+                case 0:
+                    content = noise(6000, 100 + i % 12);
+                    break; // twelve contents, ten copies each
+                case 1:
+                    content = shared + noise(1000, 200 + i);
+                    break; // same start, unique ends
+                case 2:
+                    content = noise(6000, 300 + i);
+                    break; // unique
+                default:
+                    content = noise(6000, 100 + i % 12);
+                    break;
             }
             items.append(itemAt(file(u"m/%1.bin"_s.arg(i, 3, 10, QChar(u'0')), content)));
         }

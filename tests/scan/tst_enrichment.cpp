@@ -85,8 +85,8 @@ private Q_SLOTS:
     {
         FileFactory::pdf(path(u"report.pdf"_s),
                          {u"Quarterly report for Quorrel"_s, u"Second page"_s, u"Third page"_s, u"Fourth page"_s});
-        const std::optional<QString> pdf =
-            Scanner::snippet(path(u"report.pdf"_s), u"pdf"_s, QFileInfo(path(u"report.pdf"_s)).size());
+        const std::optional<QString> pdf
+            = Scanner::snippet(path(u"report.pdf"_s), u"pdf"_s, QFileInfo(path(u"report.pdf"_s)).size());
         QVERIFY(pdf);
         QVERIFY2(pdf->contains(u"Quarterly report for Quorrel"_s), qPrintable(*pdf));
         QVERIFY(pdf->contains(u"Third page"_s));
@@ -97,7 +97,8 @@ private Q_SLOTS:
 
         FileFactory::zip(path(u"letter.docx"_s),
                          {{u"[Content_Types].xml"_s, "<Types/>"},
-                          {u"word/document.xml"_s, "<w:document><w:p><w:t>Dear Ann,</w:t></w:p><w:p><w:t>thanks</w:t></w:p></w:document>"}});
+                          {u"word/document.xml"_s,
+                           "<w:document><w:p><w:t>Dear Ann,</w:t></w:p><w:p><w:t>thanks</w:t></w:p></w:document>"}});
         QCOMPARE(Scanner::snippet(path(u"letter.docx"_s), u"docx"_s, 100), u"Dear Ann, thanks"_s);
 
         // Every slide, in the order the archive stores them, not in name order.
@@ -111,7 +112,8 @@ private Q_SLOTS:
         QVERIFY2(deck->startsWith(u"Second First Tenth Tenth"_s), qPrintable(*deck));
         QCOMPARE(deck->size(), 800);
 
-        FileFactory::zip(path(u"budget.xlsx"_s), {{u"xl/sharedStrings.xml"_s, "<sst><si><t>Rent</t></si><si><t>Food</t></si></sst>"}});
+        FileFactory::zip(path(u"budget.xlsx"_s),
+                         {{u"xl/sharedStrings.xml"_s, "<sst><si><t>Rent</t></si><si><t>Food</t></si></sst>"}});
         QCOMPARE(Scanner::snippet(path(u"budget.xlsx"_s), u"xlsx"_s, 100), u"Rent Food"_s);
         FileFactory::zip(path(u"empty.docx"_s), {{u"other.xml"_s, "<x>nothing</x>"}});
         QCOMPARE(Scanner::snippet(path(u"empty.docx"_s), u"docx"_s, 100), QString());
@@ -168,14 +170,14 @@ private Q_SLOTS:
         QCOMPARE(hintsFor(u"Screenshot 2024-05-01 at 10.00.00.png"_s).first(), u"screenshot-name"_s);
         QCOMPARE(hintsFor(u"CleanShot 2023-01-01.png"_s).first(), u"screenshot-name"_s);
         QVERIFY(!hintsFor(u"My screenshot.png"_s, 9000).contains(u"screenshot-name"_s));
-        QCOMPARE(hintsFor(u"setup.dmg"_s), QStringList{u"installer"_s});
-        QCOMPARE(hintsFor(u"movie.mp4.part"_s), QStringList{u"partial-download"_s});
-        QCOMPARE(hintsFor(u".com.google.Chrome.x1Y2z3"_s), QStringList{u"partial-download"_s});
-        QCOMPARE(hintsFor(u"notes.txt"_s, 0), QStringList{u"empty-file"_s});
+        QCOMPARE(hintsFor(u"setup.dmg"_s), QStringList {u"installer"_s});
+        QCOMPARE(hintsFor(u"movie.mp4.part"_s), QStringList {u"partial-download"_s});
+        QCOMPARE(hintsFor(u".com.google.Chrome.x1Y2z3"_s), QStringList {u"partial-download"_s});
+        QCOMPARE(hintsFor(u"notes.txt"_s, 0), QStringList {u"empty-file"_s});
         QCOMPARE(hintsFor(u"Screenshot (2).txt"_s, 0),
-                 (QStringList{u"screenshot-name"_s, u"empty-file"_s, u"copy-style-name"_s}));
+                 (QStringList {u"screenshot-name"_s, u"empty-file"_s, u"copy-style-name"_s}));
         for (const QString& copy : {u"report (1).pdf"_s, u"report copy.pdf"_s, u"report Copy 2.pdf"_s})
-            QCOMPARE(hintsFor(copy), QStringList{u"copy-style-name"_s});
+            QCOMPARE(hintsFor(copy), QStringList {u"copy-style-name"_s});
         for (const QString& plain : {u"copy of report.pdf"_s, u"report(1).pdf"_s, u"report (x).pdf"_s})
             QCOMPARE(hintsFor(plain), QStringList());
 
@@ -183,7 +185,7 @@ private Q_SLOTS:
         QDir().mkpath(path(u"Desktop/Installer.app"_s));
         ScannedItem app = itemAt(path(u"Downloads/Installer.app"_s), true);
         app.kind = FileKind::bundle;
-        QCOMPARE(Scanner::hints(app), QStringList{u"installer"_s});
+        QCOMPARE(Scanner::hints(app), QStringList {u"installer"_s});
         app.url = QUrl::fromLocalFile(path(u"Desktop/Installer.app"_s));
         QCOMPARE(Scanner::hints(app), QStringList());
         ScannedItem emptyFolder = itemAt(path(u"Desktop"_s), true);
@@ -195,11 +197,11 @@ private Q_SLOTS:
         FileFactory::png(path(u"banner.png"_s), 300, 20, 5000);
         FileFactory::png(path(u"edge.png"_s), 64, 64, 5000);
         FileFactory::write(path(u"broken.png"_s), QByteArray(3000, 'z'));
-        QCOMPARE(Scanner::hints(itemAt(path(u"icon.png"_s))), QStringList{u"tiny-image"_s});
+        QCOMPARE(Scanner::hints(itemAt(path(u"icon.png"_s))), QStringList {u"tiny-image"_s});
         QCOMPARE(Scanner::hints(itemAt(path(u"big-icon.png"_s))), QStringList());
         QCOMPARE(Scanner::hints(itemAt(path(u"banner.png"_s))), QStringList());
-        QCOMPARE(Scanner::hints(itemAt(path(u"edge.png"_s))), QStringList{u"tiny-image"_s});
-        QCOMPARE(Scanner::hints(itemAt(path(u"broken.png"_s))), QStringList{u"tiny-image"_s});
+        QCOMPARE(Scanner::hints(itemAt(path(u"edge.png"_s))), QStringList {u"tiny-image"_s});
+        QCOMPARE(Scanner::hints(itemAt(path(u"broken.png"_s))), QStringList {u"tiny-image"_s});
 
         // An archive whose extracted folder sits beside it.
         FileFactory::write(path(u"x/photos.zip"_s), "zip");
@@ -207,7 +209,7 @@ private Q_SLOTS:
         QDir().mkpath(path(u"x/photos"_s));
         FileFactory::write(path(u"y/photos.zip"_s), "zip");
         FileFactory::write(path(u"y/photos"_s), "a file, not a folder");
-        QCOMPARE(Scanner::hints(itemAt(path(u"x/photos.zip"_s))), QStringList{u"already-extracted-archive"_s});
+        QCOMPARE(Scanner::hints(itemAt(path(u"x/photos.zip"_s))), QStringList {u"already-extracted-archive"_s});
         QCOMPARE(Scanner::hints(itemAt(path(u"x/photos.tar.gz"_s))), QStringList());
         QCOMPARE(Scanner::hints(itemAt(path(u"y/photos.zip"_s))), QStringList());
     }

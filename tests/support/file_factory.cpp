@@ -96,7 +96,8 @@ void jpeg(const QString& path, int width, int height)
 void setModified(const QString& path, const QDateTime& moment)
 {
     const qint64 ms = moment.toMSecsSinceEpoch();
-    const timespec times[2] = {{time_t(ms / 1000), long(ms % 1000) * 1000000}, {time_t(ms / 1000), long(ms % 1000) * 1000000}};
+    const timespec times[2]
+        = {{time_t(ms / 1000), long(ms % 1000) * 1000000}, {time_t(ms / 1000), long(ms % 1000) * 1000000}};
     if (::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, AT_SYMLINK_NOFOLLOW) != 0)
         fail("utimensat", path);
 }
