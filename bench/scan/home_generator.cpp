@@ -17,9 +17,9 @@ namespace HomeGenerator {
 
 namespace {
 
-const char* const kWords[] = {"quarterly", "invoice", "Quorrel", "launch", "budget", "receipt", "meeting",
-                              "contract",  "draft",   "KSTL",    "cards",  "review", "travel",  "tax",
-                              "notes",     "client",  "design",  "brief",  "summer", "report"};
+const char* const kWords[]
+    = {"quarterly", "invoice", "Quorrel", "launch", "budget", "receipt", "meeting", "contract", "draft",  "KSTL",
+       "cards",     "review",  "travel",  "tax",    "notes",  "client",  "design",  "brief",    "summer", "report"};
 
 class Writer
 {
@@ -211,8 +211,11 @@ Summary generate(const QString& home, int items)
     painter.end();
     const QByteArray pngTemplate = encoded(screen, "PNG", -1);
     for (int i = 0; i < screenshots; ++i) {
-        w.write(w.path(i % 3 ? u"Desktop"_s : w.root(), u"Screenshot 2026-0%1-1%2 at 10.%3"_s.arg(1 + i % 9).arg(i % 10).arg(i % 60), u"png"_s),
-                uniquePng(pngTemplate, "shot " + QByteArray::number(i) + QByteArray(int(w.random().bounded(400000)), 'x')));
+        w.write(
+            w.path(i % 3 ? u"Desktop"_s : w.root(),
+                   u"Screenshot 2026-0%1-1%2 at 10.%3"_s.arg(1 + i % 9).arg(i % 10).arg(i % 60),
+                   u"png"_s),
+            uniquePng(pngTemplate, "shot " + QByteArray::number(i) + QByteArray(int(w.random().bounded(400000)), 'x')));
     }
 
     for (int i = 0; i < pdfs; ++i)
@@ -223,7 +226,8 @@ Summary generate(const QString& home, int items)
         switch (i % 3) {
             case 0:
                 w.write(w.path(w.root(), u"letter"_s, u"docx"_s),
-                        zipOf({{"[Content_Types].xml", "<Types/>"}, {"word/document.xml", "<w:document><w:t>" + body + "</w:t></w:document>"}}));
+                        zipOf({{"[Content_Types].xml", "<Types/>"},
+                               {"word/document.xml", "<w:document><w:t>" + body + "</w:t></w:document>"}}));
                 break;
             case 1:
                 w.write(w.path(w.root(), u"deck"_s, u"pptx"_s),
@@ -254,7 +258,8 @@ Summary generate(const QString& home, int items)
     }
 
     for (int i = 0; i < installers; ++i)
-        w.write(w.path(u"Downloads"_s, u"Setup"_s, i % 2 ? u"dmg"_s : u"iso"_s), w.noise(20000000 + w.random().bounded(40000000)));
+        w.write(w.path(u"Downloads"_s, u"Setup"_s, i % 2 ? u"dmg"_s : u"iso"_s),
+                w.noise(20000000 + w.random().bounded(40000000)));
 
     const QString mediaExts[] = {u"mp4"_s, u"mov"_s, u"mp3"_s, u"wav"_s};
     for (int i = 0; i < media; ++i)
@@ -289,8 +294,9 @@ Summary generate(const QString& home, int items)
 
     // True duplicates: the same photo, PDF or file saved twice or three times.
     for (int i = 0; i < dupSets; ++i) {
-        QByteArray body = i % 2 ? uniqueJpeg(jpegTemplates[i % 3], "dup " + QByteArray::number(i), int(w.random().bounded(60000)))
-                                : pdfWithText(w.words(40));
+        QByteArray body = i % 2
+            ? uniqueJpeg(jpegTemplates[i % 3], "dup " + QByteArray::number(i), int(w.random().bounded(60000)))
+            : pdfWithText(w.words(40));
         const QString ext = i % 2 ? u"jpg"_s : u"pdf"_s;
         const int copies = 2 + (i % 4 == 0);
         for (int c = 0; c < copies; ++c)

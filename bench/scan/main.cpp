@@ -16,13 +16,12 @@
 #include <QProcess>
 #include <QTextStream>
 
-
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
 QTextStream out(stdout);
-const QStringList kRoots{u"Desktop"_s, u"Downloads"_s, u"Documents"_s};
+const QStringList kRoots {u"Desktop"_s, u"Downloads"_s, u"Documents"_s};
 
 double seconds(const QElapsedTimer& timer)
 {
@@ -217,7 +216,8 @@ int main(int argc, char* argv[])
     out.setRealNumberNotation(QTextStream::FixedNotation);
     out.setRealNumberPrecision(3);
     out << "\nScan of " << qint64(m[u"items"_s]) << " items (Desktop, Downloads, Documents), page cache warm\n";
-    out << "  first scan                 " << m[u"first"_s] << " s   (" << m[u"items"_s] / m[u"first"_s] << " items/s)\n";
+    out << "  first scan                 " << m[u"first"_s] << " s   (" << m[u"items"_s] / m[u"first"_s]
+        << " items/s)\n";
     out << "  second scan (cached)       " << m[u"second"_s] << " s   = " << 100 * m[u"second"_s] / m[u"first"_s]
         << " % of the first (target <= 10 %), results identical: " << (m[u"identical"_s] ? "yes" : "NO") << '\n';
     out << "  peak memory                " << m[u"peakMb"_s] << " MB (target < 200 MB)\n";

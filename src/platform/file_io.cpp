@@ -45,27 +45,33 @@ int openRegular(const QString& path, struct stat& info)
     return fd;
 }
 
-// Reads up to `limit` bytes; with `failBeyond`, a file longer than `limit` is an error.
-std::optional<QByteArray> readUpTo(int fd, qint64 limit, bool failBeyond)
+// Reads up to `limit` bytes straight into the result, sized from `expected` (the size fstat
+// reported) and grown only when the file grew meanwhile. With `failBeyond`, a file longer than
+// `limit` is an error instead of being cut.
+std::optional<QByteArray> readUpTo(int fd, qint64 expected, qint64 limit, bool failBeyond)
 {
     QByteArray bytes;
-    char buffer[64 * 1024];
+    const qint64 cap = failBeyond ? limit + 1 : limit;
+    bytes.resize(qsizetype(std::clamp<qint64>(expected + 1, 1, cap)));
+    qint64 filled = 0;
     for (;;) {
-        const qint64 wanted
-            = failBeyond ? qint64(sizeof buffer) : std::min<qint64>(sizeof buffer, limit - bytes.size());
-        if (wanted <= 0)
-            break;
-        const ssize_t got = ::read(fd, buffer, static_cast<size_t>(wanted));
+        if (filled == bytes.size()) {
+            if (filled >= cap)
+                break;
+            bytes.resize(qsizetype(std::min<qint64>(cap, filled * 2 + 4096)));
+        }
+        const ssize_t got = ::read(fd, bytes.data() + filled, size_t(bytes.size() - filled));
         if (got < 0 && errno == EINTR)
             continue;
         if (got < 0)
             return std::nullopt;
         if (got == 0)
             break;
-        bytes.append(buffer, got);
-        if (failBeyond && bytes.size() > limit)
-            return std::nullopt;
+        filled += got;
     }
+    if (failBeyond && filled > limit)
+        return std::nullopt;
+    bytes.truncate(qsizetype(filled));
     return bytes;
 }
 
@@ -80,7 +86,7 @@ std::optional<QByteArray> readRegular(const QString& path, qint64 maxBytes)
         return std::nullopt;
     std::optional<QByteArray> bytes;
     if (info.st_size <= maxBytes)
-        bytes = readUpTo(fd, maxBytes, true);
+        bytes = readUpTo(fd, info.st_size, maxBytes, true);
     ::close(fd);
     return bytes;
 }
@@ -92,7 +98,7 @@ std::optional<QByteArray> readHead(const QString& path, qint64 maxBytes)
     const int fd = openRegular(path, info);
     if (fd < 0)
         return std::nullopt;
-    std::optional<QByteArray> bytes = readUpTo(fd, maxBytes, false);
+    std::optional<QByteArray> bytes = readUpTo(fd, info.st_size, maxBytes, false);
     ::close(fd);
     return bytes;
 }

@@ -9,6 +9,7 @@
 #include <openssl/evp.h>
 
 #include <algorithm>
+#include <cstring>
 #include <fcntl.h>
 #include <memory>
 #include <unistd.h>
@@ -76,6 +77,92 @@ std::optional<quint64> prefixHash(const QString& path)
     char buffer[kPrefixBytes];
     const qint64 got = readFully(fd.get(), buffer, kPrefixBytes);
     return quint64(qHashBits(buffer, size_t(got), 0x9e3779b97f4a7c15ULL)) ^ quint64(got);
+}
+
+// Whether two files of the same size hold the same bytes. Reads both in step and stops at the
+// first difference, so files that merely share a header cost little.
+bool sameContent(const QString& a, const QString& b)
+{
+    const Fd first(a);
+    const Fd second(b);
+    if (first.get() < 0 || second.get() < 0)
+        return false;
+    qint64 chunk = 64 * 1024;
+    std::unique_ptr<char[]> left(new char[kHashChunk]);
+    std::unique_ptr<char[]> right(new char[kHashChunk]);
+    for (;;) {
+        const qint64 got = readFully(first.get(), left.get(), chunk);
+        if (readFully(second.get(), right.get(), chunk) != got || memcmp(left.get(), right.get(), size_t(got)) != 0)
+            return false;
+        if (got < chunk)
+            return true;
+        chunk = std::min(chunk * 2, kHashChunk);
+    }
+}
+
+struct ContentClass
+{
+    qsizetype representative;
+    QList<qsizetype> members;
+};
+
+// More distinct contents than this in one group of same-size, same-start files and comparing
+// each newcomer with every class costs more than hashing it.
+constexpr qsizetype kMaxComparedClasses = 8;
+
+// Splits a group of files with equal size and equal first 4 KiB into sets of identical files
+// and gives every member of a set its content key. One file per set is hashed; the others are
+// compared byte for byte with it, which is several times cheaper than hashing them and yields
+// the same key. Files above the whole-hash limit are matched by their sampled keys instead, as
+// their keys do not cover every byte.
+QList<QList<qsizetype>>
+identicalSets(const QList<qsizetype>& group, const QList<ScannedItem>& items, QList<CachedFacts>& facts)
+{
+    const qint64 size = items[group.first()].size;
+    const bool compareBytes = size <= kWholeHashLimit;
+    auto pathOf = [&items](qsizetype position) { return items[position].url.toLocalFile(); };
+    auto keyOf = [&](qsizetype position) -> const std::optional<QString>& {
+        if (!facts[position].contentKey)
+            facts[position].contentKey = sha(pathOf(position), size);
+        return facts[position].contentKey;
+    };
+
+    QList<ContentClass> classes;
+    auto place = [&](qsizetype position) {
+        const bool byKey = !compareBytes || facts[position].contentKey || classes.size() >= kMaxComparedClasses;
+        for (ContentClass& candidate : classes) {
+            const bool same = byKey ? keyOf(position) && keyOf(candidate.representative) == keyOf(position)
+                                    : sameContent(pathOf(candidate.representative), pathOf(position));
+            if (same) {
+                candidate.members.append(position);
+                return;
+            }
+        }
+        if (!byKey || keyOf(position))
+            classes.append(ContentClass {position, {position}});
+    };
+    // Files whose keys are already known go first, so later ones can join them by key.
+    for (const qsizetype position : group) {
+        if (facts[position].contentKey)
+            place(position);
+    }
+    for (const qsizetype position : group) {
+        if (!facts[position].contentKey)
+            place(position);
+    }
+
+    QList<QList<qsizetype>> sets;
+    for (ContentClass& found : classes) {
+        if (found.members.size() < 2)
+            continue;
+        const std::optional<QString> key = keyOf(found.representative);
+        if (!key)
+            continue;
+        for (const qsizetype member : std::as_const(found.members))
+            facts[member].contentKey = key;
+        sets.append(found.members);
+    }
+    return sets;
 }
 
 } // namespace
@@ -152,25 +239,18 @@ void markDuplicates(QList<ScannedItem>& items, QList<CachedFacts>& facts)
         if (known.prefixHash)
             byPrefix[{items[position].size, *known.prefixHash}].append(position);
     }
-    QList<qsizetype> toHash;
+    QList<QList<qsizetype>> groups;
     for (const QList<qsizetype>& group : std::as_const(byPrefix)) {
         if (group.size() > 1)
-            toHash.append(group);
+            groups.append(group);
     }
-    QtConcurrent::blockingMap(toHash, [&](qsizetype position) {
-        CachedFacts& known = facts[position];
-        if (!known.contentKey)
-            known.contentKey = sha(items[position].url.toLocalFile(), items[position].size);
-    });
+    const QList<QList<QList<qsizetype>>> partitions = QtConcurrent::blockingMapped(
+        groups, [&](const QList<qsizetype>& group) { return identicalSets(group, items, facts); });
+    QList<QList<qsizetype>> sets;
+    for (const auto& partition : partitions)
+        sets.append(partition);
 
-    QHash<std::pair<qint64, QString>, QList<qsizetype>> sets;
-    for (const qsizetype position : std::as_const(toHash)) {
-        if (facts[position].contentKey)
-            sets[{items[position].size, *facts[position].contentKey}].append(position);
-    }
     for (QList<qsizetype> set : std::as_const(sets)) {
-        if (set.size() < 2)
-            continue;
         std::sort(set.begin(), set.end()); // listing order, so the stable sort below is repeatable
         std::stable_sort(set.begin(), set.end(), [&items](qsizetype a, qsizetype b) {
             const ScannedItem& x = items[a];

@@ -2,9 +2,10 @@
 
 #include "platform/file_io.h"
 
-#include <QDataStream>
 #include <QFile>
 #include <QIODevice>
+
+#include <cstring>
 
 #include <openssl/evp.h>
 #include <sys/stat.h>
@@ -12,10 +13,10 @@
 namespace {
 
 constexpr char kMagic[] = "BRINDLOW-SCAN-CACHE";
-constexpr qint32 kVersion = 1;
+constexpr qint32 kVersion = 2;
 constexpr qint64 kMaxFileBytes = 512 * 1024 * 1024;
 
-QByteArray checksum(const QByteArray& payload)
+QByteArray checksum(QByteArrayView payload)
 {
     unsigned char digest[EVP_MAX_MD_SIZE];
     unsigned int length = 0;
@@ -23,19 +24,79 @@ QByteArray checksum(const QByteArray& payload)
     return QByteArray(reinterpret_cast<const char*>(digest), int(length));
 }
 
-void writeOptional(QDataStream& out, const std::optional<QString>& value)
+// A flat little-endian layout read with plain copies: the cache is loaded on every scan, and a
+// generic stream format spends most of its time converting text.
+class Output
 {
-    out << bool(value) << value.value_or(QString());
-}
+public:
+    template <typename T>
+    void number(T value)
+    {
+        m_bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
+    }
+    void text(const std::optional<QString>& value)
+    {
+        number<quint8>(value ? 1 : 0);
+        if (value) {
+            const QByteArray utf8 = value->toUtf8();
+            number<quint32>(quint32(utf8.size()));
+            m_bytes.append(utf8);
+        }
+    }
+    QByteArray& bytes()
+    {
+        return m_bytes;
+    }
 
-bool readOptional(QDataStream& in, std::optional<QString>& value)
+private:
+    QByteArray m_bytes;
+};
+
+class Input
 {
-    bool present = false;
-    QString text;
-    in >> present >> text;
-    value = present ? std::optional(text) : std::nullopt;
-    return in.status() == QDataStream::Ok;
-}
+public:
+    explicit Input(QByteArrayView bytes)
+        : m_bytes(bytes)
+    { }
+    template <typename T>
+    T number()
+    {
+        T value {};
+        if (m_at + qsizetype(sizeof value) > m_bytes.size()) {
+            m_ok = false;
+            return value;
+        }
+        memcpy(&value, m_bytes.data() + m_at, sizeof value);
+        m_at += sizeof value;
+        return value;
+    }
+    std::optional<QString> text()
+    {
+        if (number<quint8>() == 0)
+            return std::nullopt;
+        const quint32 length = number<quint32>();
+        if (!m_ok || m_at + qsizetype(length) > m_bytes.size()) {
+            m_ok = false;
+            return std::nullopt;
+        }
+        QString value = QString::fromUtf8(m_bytes.sliced(m_at, length));
+        m_at += length;
+        return value;
+    }
+    bool ok() const
+    {
+        return m_ok;
+    }
+    bool atEnd() const
+    {
+        return m_at == m_bytes.size();
+    }
+
+private:
+    QByteArrayView m_bytes;
+    qsizetype m_at = 0;
+    bool m_ok = true;
+};
 
 } // namespace
 
@@ -46,34 +107,33 @@ EnrichmentCache EnrichmentCache::load(const QString& file)
     const qsizetype headerSize = qsizetype(sizeof kMagic) + 32;
     if (!bytes || bytes->size() < headerSize || !bytes->startsWith(QByteArray(kMagic, sizeof kMagic)))
         return cache;
-    const QByteArray payload = bytes->mid(headerSize);
-    if (checksum(payload) != bytes->mid(sizeof kMagic, 32))
+    if (checksum(QByteArrayView(*bytes).sliced(headerSize)) != bytes->mid(sizeof kMagic, 32))
         return cache;
 
-    QDataStream in(payload);
-    in.setVersion(QDataStream::Qt_6_4);
-    qint32 version = 0;
-    qint64 count = 0;
-    in >> version >> count;
-    if (in.status() != QDataStream::Ok || version != kVersion || count < 0 || count > kMaxEntries)
+    Input in(QByteArrayView(*bytes).sliced(headerSize));
+    const qint32 version = in.number<qint32>();
+    const qint64 count = in.number<qint64>();
+    if (!in.ok() || version != kVersion || count < 0 || count > kMaxEntries)
         return cache;
-    QHash<QString, CachedFacts> entries;
+    QHash<QString, Entry> entries;
     entries.reserve(count);
-    for (qint64 i = 0; i < count; ++i) {
-        QString path;
+    for (qint64 i = 0; i < count && in.ok(); ++i) {
+        const std::optional<QString> path = in.text();
         CachedFacts facts;
-        bool hasPrefix = false;
-        quint64 prefix = 0;
-        in >> path >> facts.stamp.size >> facts.stamp.modifiedNs >> facts.stamp.inode >> facts.stamp.changedNs;
-        if (!readOptional(in, facts.text) || !readOptional(in, facts.whereFrom))
-            return cache;
-        in >> hasPrefix >> prefix;
+        facts.stamp.size = in.number<qint64>();
+        facts.stamp.modifiedNs = in.number<qint64>();
+        facts.stamp.inode = in.number<quint64>();
+        facts.stamp.changedNs = in.number<qint64>();
+        facts.text = in.text();
+        facts.whereFrom = in.text();
+        const bool hasPrefix = in.number<quint8>();
+        const quint64 prefix = in.number<quint64>();
         facts.prefixHash = hasPrefix ? std::optional(prefix) : std::nullopt;
-        if (!readOptional(in, facts.contentKey))
-            return cache;
-        entries.insert(path, facts);
+        facts.contentKey = in.text();
+        if (path)
+            entries.insert(*path, Entry {facts, false});
     }
-    if (!in.atEnd())
+    if (!in.ok() || !in.atEnd() || entries.size() != count)
         return cache;
     cache.m_entries = std::move(entries);
     cache.m_changed = false;
@@ -84,19 +144,24 @@ void EnrichmentCache::save(const QString& file) const
 {
     if (!m_changed)
         return;
-    QByteArray payload;
-    QDataStream out(&payload, QIODevice::WriteOnly);
-    out.setVersion(QDataStream::Qt_6_4);
-    out << kVersion << qint64(std::min(m_entries.size(), kMaxEntries));
+    Output out;
+    out.number<qint32>(kVersion);
+    out.number<qint64>(std::min(m_entries.size(), kMaxEntries));
     qsizetype written = 0;
     for (auto it = m_entries.cbegin(); it != m_entries.cend() && written < kMaxEntries; ++it, ++written) {
-        const CachedFacts& facts = it.value();
-        out << it.key() << facts.stamp.size << facts.stamp.modifiedNs << facts.stamp.inode << facts.stamp.changedNs;
-        writeOptional(out, facts.text);
-        writeOptional(out, facts.whereFrom);
-        out << bool(facts.prefixHash) << facts.prefixHash.value_or(0);
-        writeOptional(out, facts.contentKey);
+        const CachedFacts& facts = it->facts;
+        out.text(it.key());
+        out.number<qint64>(facts.stamp.size);
+        out.number<qint64>(facts.stamp.modifiedNs);
+        out.number<quint64>(facts.stamp.inode);
+        out.number<qint64>(facts.stamp.changedNs);
+        out.text(facts.text);
+        out.text(facts.whereFrom);
+        out.number<quint8>(facts.prefixHash ? 1 : 0);
+        out.number<quint64>(facts.prefixHash.value_or(0));
+        out.text(facts.contentKey);
     }
+    const QByteArray& payload = out.bytes();
     if (FileIo::writeAtomic(file, QByteArray(kMagic, sizeof kMagic) + checksum(payload) + payload))
         m_changed = false;
 }
@@ -104,17 +169,19 @@ void EnrichmentCache::save(const QString& file) const
 const CachedFacts* EnrichmentCache::find(const QString& path, const FileStamp& stamp) const
 {
     const auto it = m_entries.constFind(path);
-    if (it == m_entries.cend() || it->stamp != stamp)
+    if (it == m_entries.cend() || it->facts.stamp != stamp)
         return nullptr;
-    return &it.value();
+    return &it->facts;
 }
 
 void EnrichmentCache::put(const QString& path, const CachedFacts& facts)
 {
     const auto it = m_entries.find(path);
-    if (it != m_entries.end() && *it == facts)
+    if (it != m_entries.end() && it->facts == facts) {
+        it->seen = true;
         return;
-    m_entries.insert(path, facts);
+    }
+    m_entries.insert(path, Entry {facts, true});
     m_changed = true;
 }
 

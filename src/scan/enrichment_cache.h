@@ -41,8 +41,10 @@ public:
 
     // The facts for `path` when they were recorded for exactly this version of the file.
     const CachedFacts* find(const QString& path, const FileStamp& stamp) const;
+    // Records the facts of a file seen by this scan.
     void put(const QString& path, const CachedFacts& facts);
-    // Drops entries of files that no longer exist, keeping the cache from growing forever.
+    // Drops entries of files that no longer exist, keeping the cache from growing forever. Only
+    // entries this scan did not put are checked: the others were just seen on disk.
     void pruneMissing();
 
     qsizetype size() const;
@@ -50,7 +52,12 @@ public:
     static constexpr qsizetype kMaxEntries = 200000;
 
 private:
-    QHash<QString, CachedFacts> m_entries;
+    struct Entry
+    {
+        CachedFacts facts;
+        bool seen = false;
+    };
+    QHash<QString, Entry> m_entries;
     // A cache that did not load (missing, damaged) counts as changed, so that it is rewritten.
     mutable bool m_changed = true;
 };

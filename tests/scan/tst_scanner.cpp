@@ -258,6 +258,15 @@ private Q_SLOTS:
             FileFactory::write(cacheFile, foreign);
             QCOMPARE(Scanner::run(options), changed);
         }
+
+        // Entries of other folders survive a scan that did not look there; vanished files go.
+        FileFactory::write(home.path() + u"/Desktop/todo.txt"_s, "todo");
+        Scanner::run(optionsFor({home.path() + u"/Desktop"_s}));
+        QFile::remove(root + u"/plan.md"_s);
+        Scanner::run(optionsFor({home.path() + u"/Desktop"_s}));
+        cache = EnrichmentCache::load(cacheFile);
+        QCOMPARE(cache.size(), 4);
+        QVERIFY(cache.find(root + u"/notes.txt"_s, FileStamp {}) == nullptr); // a stamp that matches nothing
     }
 };
 
