@@ -138,13 +138,13 @@ private Q_SLOTS:
         // One copy's key comes from an earlier scan; the new copy must still join its set and
         // get the same key, and a same-start file of other content must stay apart.
         const QByteArray head = noise(8192, 4);
-        QList<ScannedItem> items{itemAt(file(u"k/old.bin"_s, head + "body")),
-                                 itemAt(file(u"k/new.bin"_s, head + "body")),
-                                 itemAt(file(u"k/other.bin"_s, head + "BODY"))};
+        QList<ScannedItem> items {itemAt(file(u"k/old.bin"_s, head + "body")),
+                                  itemAt(file(u"k/new.bin"_s, head + "body")),
+                                  itemAt(file(u"k/other.bin"_s, head + "BODY"))};
         QList<CachedFacts> facts(3);
         facts[0].contentKey = Scanner::sha(items[0].url.toLocalFile(), items[0].size);
         Scanner::markDuplicates(items, facts);
-        QCOMPARE(duplicatesIn(items), QStringList{u"k/old.bin"_s}); // same length: the smaller path is kept
+        QCOMPARE(duplicatesIn(items), QStringList {u"k/old.bin"_s}); // same length: the smaller path is kept
         QCOMPARE(facts[1].contentKey, facts[0].contentKey);
         QVERIFY(facts[2].prefixHash && facts[2].prefixHash == facts[0].prefixHash);
     }

@@ -1,0 +1,263 @@
+#include "planner.h"
+
+#include "model/graphemes.h"
+#include "naming.h"
+#include "scan/kinds.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace Planner {
+
+namespace {
+
+const QString kNeedsYou = u"Brindlow Review/Needs You"_s;
+
+QString trimBlanks(QStringView text)
+{
+    qsizetype begin = 0;
+    qsizetype end = text.size();
+    while (begin < end && (text[begin] == u' ' || text[begin] == u'\t'))
+        ++begin;
+    while (end > begin && (text[end - 1] == u' ' || text[end - 1] == u'\t'))
+        --end;
+    return text.sliced(begin, end - begin).toString();
+}
+
+QString lastPiece(const QString& name)
+{
+    const QStringList pieces = name.split(u'/', Qt::SkipEmptyParts);
+    return pieces.isEmpty() ? name : pieces.last();
+}
+
+QString projectSubForKind(FileKind kind)
+{
+    switch (kind) {
+        case FileKind::pdf:
+        case FileKind::doc:
+        case FileKind::sheet:
+        case FileKind::slides:
+            return u"Docs"_s;
+        case FileKind::image:
+            return u"Images"_s;
+        case FileKind::video:
+            return u"Video"_s;
+        case FileKind::audio:
+            return u"Audio"_s;
+        case FileKind::design:
+        case FileKind::font:
+            return u"Design"_s;
+        case FileKind::code:
+        case FileKind::project:
+            return u"Code"_s;
+        case FileKind::folder:
+            return u"Folders"_s;
+        default:
+            return u"Other"_s;
+    }
+}
+
+const Project* knownProject(const QString& wanted, const QList<Project>& projects)
+{
+    const QString lower = wanted.toLower();
+    for (const Project& project : projects) {
+        if (project.name.toLower() == lower || trimBlanks(lastPiece(project.name)).toLower() == lower)
+            return &project;
+    }
+    return nullptr;
+}
+
+// The extension as the file has it, case kept ("JPG" stays "JPG"); none for ".profile".
+QString originalExtension(const QString& name)
+{
+    const qsizetype dot = name.lastIndexOf(u'.');
+    return dot > 0 ? name.mid(dot + 1) : QString();
+}
+
+Decision needsYou(const QString& reason)
+{
+    return Decision{u"needs-you"_s, std::nullopt, u"low"_s, std::nullopt, reason, std::nullopt};
+}
+
+} // namespace
+
+const QStringList& projectSubs()
+{
+    static const QStringList list{
+        u"Images"_s, u"Video"_s, u"Docs"_s, u"Design"_s, u"Audio"_s, u"Brand Assets"_s, u"Code"_s, u"Other"_s};
+    return list;
+}
+
+const QStringList& creatorSubs()
+{
+    static const QStringList list{u"Thumbnails"_s,
+                                  u"Overlays & Branding"_s,
+                                  u"Banners"_s,
+                                  u"Clips & Edits"_s,
+                                  u"Raw Footage"_s,
+                                  u"Audio"_s,
+                                  u"Other"_s};
+    return list;
+}
+
+const QStringList& personalSubs()
+{
+    static const QStringList list{u"Finance & Receipts"_s,
+                                  u"Documents"_s,
+                                  u"Photos"_s,
+                                  u"Health"_s,
+                                  u"Home"_s,
+                                  u"Travel"_s,
+                                  u"Music"_s,
+                                  u"Other"_s};
+    return list;
+}
+
+const QStringList& librarySubs()
+{
+    static const QStringList list{u"Logos & Brand Marks"_s,
+                                  u"Mockups & UI"_s,
+                                  u"Saved Web Pages"_s,
+                                  u"Print & Production"_s,
+                                  u"Reference & Inspiration"_s,
+                                  u"Memes"_s,
+                                  u"Screenshots"_s,
+                                  u"Fonts"_s,
+                                  u"3D & Assets"_s,
+                                  u"Audio"_s,
+                                  u"After Effects Templates"_s,
+                                  u"Design Layers"_s,
+                                  u"Transitions & Presets"_s,
+                                  u"Other"_s};
+    return list;
+}
+
+std::optional<QString> pick(const std::optional<QString>& sub, const QStringList& list)
+{
+    if (!sub)
+        return std::nullopt;
+    for (const QString& name : list) {
+        if (name.compare(*sub, Qt::CaseInsensitive) == 0)
+            return name;
+    }
+    const QString trimmed = trimBlanks(*sub);
+    const qsizetype words = trimmed.split(u' ', Qt::SkipEmptyParts).size();
+    const bool hasLetter = std::any_of(trimmed.cbegin(), trimmed.cend(), [](QChar c) { return c.isLetter(); });
+    if (words < 1 || words > 4 || Graphemes::count(trimmed) > 32 || !hasLetter)
+        return std::nullopt;
+    QString accepted = QString(trimmed).replace(u':', u'-').trimmed();
+    if (accepted.isEmpty())
+        return std::nullopt;
+    accepted[0] = accepted[0].toUpper();
+    return accepted;
+}
+
+QString destination(const Decision& decision, const ScannedItem& item, const Profile& profile)
+{
+    const QString& category = decision.category;
+    if (category.startsWith(u"project:")) {
+        const Project* project = knownProject(category.mid(8), profile.projects);
+        if (!project)
+            return kNeedsYou;
+        return u"Projects/"_s + project->folderPath() + u'/'
+            + pick(decision.sub, projectSubs()).value_or(projectSubForKind(item.kind));
+    }
+    if (category == u"creator")
+        return u"Creator/"_s + pick(decision.sub, creatorSubs()).value_or(u"Other"_s);
+    if (category == u"personal")
+        return u"Personal/"_s + pick(decision.sub, personalSubs()).value_or(u"Other"_s);
+    if (category == u"library")
+        return u"Library/"_s + pick(decision.sub, librarySubs()).value_or(u"Other"_s);
+    if (category == u"admin")
+        return u"Work Admin"_s;
+    if (category == u"archive")
+        return u"Archive/"_s + QString::number(item.modified.toLocalTime().date().year()).rightJustified(4, u'0');
+    if (category == u"junk") {
+        const QString sub = decision.sub ? QString(*decision.sub).replace(u':', u'-').trimmed() : QString();
+        return u"Brindlow Review/To Delete - Review First/"_s + (decision.sub ? sub : u"Screenshots & images"_s);
+    }
+    if (category == u"duplicate")
+        return u"Brindlow Review/Duplicates - Review First"_s;
+    return kNeedsYou;
+}
+
+std::optional<QString> hint(const std::optional<QString>& projectHint, const Profile& profile)
+{
+    if (!projectHint)
+        return std::nullopt;
+    const QString trimmed = trimBlanks(*projectHint);
+    if (Graphemes::count(trimmed) < 3)
+        return std::nullopt;
+    const QString lower = trimmed.toLower();
+    for (const Project& project : profile.projects) {
+        if (trimBlanks(lastPiece(project.name)).toLower() == lower || project.name.toLower() == lower)
+            return std::nullopt;
+    }
+    return trimmed;
+}
+
+QList<PlanItem> plan(const QList<ScannedItem>& items, const QHash<qint64, Decision>& decisions, const Profile& profile)
+{
+    QHash<qint64, const ScannedItem*> byId;
+    for (const ScannedItem& item : items)
+        byId.insert(item.id, &item);
+
+    QList<PlanItem> result;
+    for (auto it = decisions.cbegin(); it != decisions.cend(); ++it) {
+        const ScannedItem* item = byId.value(it.key());
+        if (!item)
+            continue;
+        Decision decision = it.value();
+        if (decision.category == u"junk" && Kinds::hardProtected().contains(item->kind))
+            decision = needsYou(u"Protected file type, never treated as junk"_s);
+        static const QStringList keptWhenUnsure{u"needs-you"_s, u"duplicate"_s, u"library"_s};
+        if (decision.confidence == u"low" && !keptWhenUnsure.contains(decision.category)) {
+            decision.category = u"needs-you"_s;
+            decision.reason = u"Best guess: "_s + decision.reason;
+        }
+        const QString folder = destination(decision, *item, profile);
+        if (folder == kNeedsYou)
+            decision.category = u"needs-you"_s;
+
+        static const QStringList neverRenamed{u"junk"_s, u"duplicate"_s, u"needs-you"_s};
+        std::optional<QString> newName;
+        if (profile.renameFiles && !item->isDir && decision.newName && Naming::isMeaningless(item->name)
+            && !neverRenamed.contains(decision.category)) {
+            newName = Naming::sanitize(*decision.newName, originalExtension(item->name));
+        }
+
+        const QString source = item->url.toLocalFile();
+        const QString target = QDir::cleanPath(profile.homeBase + u'/' + folder);
+        if (QDir::cleanPath(QFileInfo(source).path()) == target && !newName)
+            continue;
+
+        PlanItem planned;
+        planned.id = item->id;
+        planned.src = item->url;
+        planned.destFolder = folder;
+        planned.category = decision.category;
+        planned.confidence = decision.confidence;
+        planned.reason = decision.reason;
+        planned.newName = newName;
+        planned.kind = item->kind;
+        planned.size = item->size;
+        planned.approved = decision.category != u"needs-you";
+        planned.renameApproved = true;
+        planned.suggestedProject = hint(decision.projectHint, profile);
+        result.append(planned);
+    }
+    std::sort(result.begin(), result.end(), [](const PlanItem& a, const PlanItem& b) {
+        if (a.destFolder != b.destFolder)
+            return a.destFolder < b.destFolder;
+        const QString aName = a.src.fileName();
+        const QString bName = b.src.fileName();
+        return aName != bName ? aName < bName : a.id < b.id;
+    });
+    return result;
+}
+
+} // namespace Planner

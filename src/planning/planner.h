@@ -1,0 +1,35 @@
+#pragma once
+
+#include "model/decision.h"
+#include "model/plan_item.h"
+#include "model/profile.h"
+#include "model/scanned_item.h"
+
+#include <QHash>
+#include <QStringList>
+
+#include <optional>
+
+// Turns decisions into the pending plan: where each item goes under the home base, whether it
+// is approved by default, its new name and a project it hints at.
+namespace Planner {
+
+const QStringList& projectSubs();
+const QStringList& creatorSubs();
+const QStringList& personalSubs();
+const QStringList& librarySubs();
+
+// One plan item per item that moves or gets a new name, ordered by destination, then file name.
+QList<PlanItem> plan(const QList<ScannedItem>& items, const QHash<qint64, Decision>& decisions, const Profile& profile);
+
+// The destination folder relative to the home base, "/" between its components.
+QString destination(const Decision& decision, const ScannedItem& item, const Profile& profile);
+
+// The sub-folder for a decision's `sub` within a fixed list: the list's own spelling when it is
+// one of them, otherwise a short new name the model proposed, or nothing.
+std::optional<QString> pick(const std::optional<QString>& sub, const QStringList& list);
+
+// The project an item hints at, when it is not one the person already has.
+std::optional<QString> hint(const std::optional<QString>& projectHint, const Profile& profile);
+
+} // namespace Planner

@@ -1,0 +1,121 @@
+#include "planning/naming.h"
+#include "planning/rules.h"
+
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+ScannedItem item(const QString& path, FileKind kind, const QStringList& hints = {})
+{
+    ScannedItem scanned;
+    scanned.url = QUrl::fromLocalFile(path);
+    scanned.name = path.section(u'/', -1);
+    scanned.kind = kind;
+    scanned.junkHints = hints;
+    return scanned;
+}
+
+} // namespace
+
+class TestRulesNaming : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void junkRuleOrder()
+    {
+        auto category = [](const ScannedItem& scanned, bool keepInstallers = false) {
+            const std::optional<Decision> decision = Rules::junkDecision(scanned, keepInstallers);
+            return decision ? decision->category + u'|' + decision->sub.value_or(u"-"_s) : u"none"_s;
+        };
+        QCOMPARE(category(item(u"/h/a.pdf"_s, FileKind::pdf, {u"exact-duplicate"_s})), u"duplicate|-"_s);
+        QCOMPARE(category(item(u"/h/a.pdf"_s, FileKind::pdf, {u"empty-file"_s})), u"none"_s);
+        QCOMPARE(category(item(u"/h/setup.dmg"_s, FileKind::installer, {u"installer"_s})), u"junk|Installers"_s);
+        QCOMPARE(category(item(u"/h/setup.dmg"_s, FileKind::installer, {u"installer"_s}), true), u"none"_s);
+        QCOMPARE(category(item(u"/h/photos.zip"_s,
+                               FileKind::archive,
+                               {u"already-extracted-archive"_s, u"exact-duplicate"_s})),
+                 u"duplicate|-"_s);
+        QCOMPARE(category(item(u"/h/photos.zip"_s, FileKind::archive, {u"already-extracted-archive"_s})),
+                 u"junk|Already unzipped"_s);
+        QCOMPARE(category(item(u"/h/x.part"_s, FileKind::partial, {u"partial-download"_s, u"empty-file"_s})),
+                 u"junk|Unfinished downloads"_s);
+        QCOMPARE(category(item(u"/h/x.txt"_s, FileKind::other, {u"empty-file"_s})), u"junk|Empty files"_s);
+        QCOMPARE(category(item(u"/h/s.png"_s, FileKind::image, {u"screenshot-name"_s, u"tiny-image"_s})), u"none"_s);
+
+        const Decision duplicate = *Rules::junkDecision(item(u"/h/a.pdf"_s, FileKind::pdf, {u"exact-duplicate"_s}), false);
+        QCOMPARE(duplicate.reason, u"Exact copy of a file you're keeping"_s);
+        QCOMPARE(duplicate.confidence, u"high"_s);
+        QVERIFY(!duplicate.newName && !duplicate.projectHint);
+    }
+
+    void keywordRule()
+    {
+        const QList<Project> projects{{QUuid::createUuid(), u"Quorrel"_s, u"quorrelcards"_s},
+                                      {QUuid::createUuid(), u"Orvo"_s, QString()},
+                                      {QUuid::createUuid(), u"AB"_s, QString()}};
+        ScannedItem logo = item(QDir::homePath() + u"/Downloads/quorrelcards-logo.png"_s, FileKind::image);
+        std::optional<Decision> decision = Rules::keywordDecision(logo, projects);
+        QVERIFY(decision);
+        QCOMPARE(decision->category, u"project:Quorrel"_s);
+        QCOMPARE(decision->reason, u"Matched Quorrel in its name or folder"_s);
+
+        ScannedItem memo = item(u"/h/memo.txt"_s, FileKind::doc);
+        memo.text = u"Notes for the ORVO launch"_s;
+        decision = Rules::keywordDecision(memo, projects);
+        QCOMPARE(decision->category, u"project:Orvo"_s);
+        QCOMPARE(decision->reason, u"Mentions Orvo in its text"_s);
+
+        memo.whereFrom = u"https://quorrel.example/brief"_s;
+        QVERIFY(!Rules::keywordDecision(memo, projects)); // two projects match
+        QVERIFY(!Rules::keywordDecision(item(u"/h/about.txt"_s, FileKind::doc), projects)); // "ab" is too short
+        QVERIFY(!Rules::keywordDecision(logo, {}));
+    }
+
+    void meaninglessNames()
+    {
+        for (const QString& name : {u"IMG_4032.HEIC"_s,
+                                    u"DSC-0012.jpg"_s,
+                                    u"PXL_20240101_120000.jpg"_s,
+                                    u"Untitled design.png"_s,
+                                    u"image (3).png"_s,
+                                    u"download.pdf"_s,
+                                    u"1920x1080.png"_s,
+                                    u"3f2a9c1b-77de-4e1c-9a0b-2c5d6e7f8a90.png"_s,
+                                    u"20240501_101010.jpg"_s,
+                                    u"Screen Shot 2024-01-01.png"_s,
+                                    u"final version.docx"_s,
+                                    u"Copy of budget.xlsx"_s,
+                                    u"file (2).txt"_s,
+                                    u"+.png"_s,
+                                    u"unnamed"_s}) {
+            QVERIFY2(Naming::isMeaningless(name), qPrintable(name));
+        }
+        for (const QString& name : {u"image of the team.png"_s,
+                                    u"invoice-march.pdf"_s,
+                                    u"exported.csv"_s,
+                                    u"files.zip"_s,
+                                    u"my IMG_1.png"_s}) {
+            QVERIFY2(!Naming::isMeaningless(name), qPrintable(name));
+        }
+    }
+
+    void sanitizedNames()
+    {
+        QCOMPARE(Naming::sanitize(u"Q3: Budget/Plan"_s, u"xlsx"_s), u"Q3- Budget-Plan.xlsx"_s);
+        QCOMPARE(Naming::sanitize(u"..hidden"_s, u"txt"_s), u"hidden.txt"_s);
+        QCOMPARE(Naming::sanitize(u"Report.PDF"_s, u"pdf"_s), u"Report.PDF"_s);
+        QCOMPARE(Naming::sanitize(u"   "_s, u"pdf"_s), std::nullopt);
+        QCOMPARE(Naming::sanitize(u"..."_s, u"pdf"_s), std::nullopt);
+        QCOMPARE(Naming::sanitize(u"Notes"_s, QString()), u"Notes"_s);
+        QCOMPARE(Naming::sanitize(QString(200, u'a'), u"pdf"_s), QString(120, u'a') + u".pdf"_s);
+        // Hostile replies: line breaks and control characters never reach a file name.
+        QCOMPARE(Naming::sanitize(u"Team\noffsite\u0000day 1"_s, u"jpg"_s), u"Team offsite day 1.jpg"_s);
+        QCOMPARE(Naming::sanitize(u"\U0001F600"_s.repeated(130), u"png"_s), u"\U0001F600"_s.repeated(120) + u".png"_s);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestRulesNaming)
+#include "tst_rules_naming.moc"
