@@ -28,8 +28,7 @@ bool writeAt(int fd, const QByteArray& bytes, qint64 offset)
 
 MoveLog::MoveLog(const QString& path)
     : m_path(path)
-{
-}
+{ }
 
 QString MoveLog::path() const
 {
@@ -50,7 +49,7 @@ qsizetype MoveLog::size() const
 QByteArray MoveLog::encodeRecord(const MoveRecord& record)
 {
     // The element as the pretty printer lays it out inside an array, without the array's lines.
-    const QByteArray alone = QJsonDocument(QJsonArray{record.toJson()}).toJson(QJsonDocument::Indented);
+    const QByteArray alone = QJsonDocument(QJsonArray {record.toJson()}).toJson(QJsonDocument::Indented);
     return alone.mid(2, alone.size() - 5); // drop "[\n" and "\n]\n"
 }
 
@@ -107,7 +106,7 @@ std::optional<QList<MoveRecord>> MoveLog::read(const QString& path)
     const std::optional<QByteArray> bytes = FileIo::readRegular(path, kMaxLogBytes);
     if (!bytes)
         return std::nullopt;
-    QJsonParseError error{};
+    QJsonParseError error {};
     QJsonDocument document = QJsonDocument::fromJson(*bytes, &error);
     if (error.error == QJsonParseError::GarbageAtEnd)
         document = QJsonDocument::fromJson(bytes->left(error.offset), &error);

@@ -27,7 +27,8 @@ constexpr int kMoveAttempts = 100;
 
 bool exists(const QString& path)
 {
-    struct stat info {};
+    struct stat info
+    { };
     return ::lstat(QFile::encodeName(path).constData(), &info) == 0;
 }
 
@@ -136,7 +137,7 @@ ApplyResult apply(const QList<PlanItem>& items, const QString& homeBase, bool in
             ++result.skipped;
             continue;
         }
-        log.append(MoveRecord{cleanSource, *target, now()});
+        log.append(MoveRecord {cleanSource, *target, now()});
         if (log.size() % kCheckpointEvery == 0)
             log.checkpoint();
         ++result.moved;

@@ -18,7 +18,9 @@ using Clock = std::function<QDateTime()>;
 
 // Moves (and, with `includeRenames`, renames) every approved item into its folder under
 // `homeBase`. Every failure is counted as skipped; nothing is thrown.
-ApplyResult apply(const QList<PlanItem>& items, const QString& homeBase, bool includeRenames,
+ApplyResult apply(const QList<PlanItem>& items,
+                  const QString& homeBase,
+                  bool includeRenames,
                   const Clock& now = &QDateTime::currentDateTime);
 
 // `path` itself when nothing is there, else the first free "name (2).ext", "name (3).ext", ...

@@ -32,8 +32,8 @@ bool isMeaningless(const QString& name)
                                         u"^unnamed",
                                         u"^file( ?\\(\\d+\\))?$",
                                         u"^\\+$"}) {
-            list.append(QRegularExpression(QString::fromUtf16(pattern),
-                                           QRegularExpression::UseUnicodePropertiesOption));
+            list.append(
+                QRegularExpression(QString::fromUtf16(pattern), QRegularExpression::UseUnicodePropertiesOption));
         }
         return list;
     }();

@@ -80,59 +80,59 @@ QString originalExtension(const QString& name)
 
 Decision needsYou(const QString& reason)
 {
-    return Decision{u"needs-you"_s, std::nullopt, u"low"_s, std::nullopt, reason, std::nullopt};
+    return Decision {u"needs-you"_s, std::nullopt, u"low"_s, std::nullopt, reason, std::nullopt};
 }
 
 } // namespace
 
 const QStringList& projectSubs()
 {
-    static const QStringList list{
+    static const QStringList list {
         u"Images"_s, u"Video"_s, u"Docs"_s, u"Design"_s, u"Audio"_s, u"Brand Assets"_s, u"Code"_s, u"Other"_s};
     return list;
 }
 
 const QStringList& creatorSubs()
 {
-    static const QStringList list{u"Thumbnails"_s,
-                                  u"Overlays & Branding"_s,
-                                  u"Banners"_s,
-                                  u"Clips & Edits"_s,
-                                  u"Raw Footage"_s,
-                                  u"Audio"_s,
-                                  u"Other"_s};
+    static const QStringList list {u"Thumbnails"_s,
+                                   u"Overlays & Branding"_s,
+                                   u"Banners"_s,
+                                   u"Clips & Edits"_s,
+                                   u"Raw Footage"_s,
+                                   u"Audio"_s,
+                                   u"Other"_s};
     return list;
 }
 
 const QStringList& personalSubs()
 {
-    static const QStringList list{u"Finance & Receipts"_s,
-                                  u"Documents"_s,
-                                  u"Photos"_s,
-                                  u"Health"_s,
-                                  u"Home"_s,
-                                  u"Travel"_s,
-                                  u"Music"_s,
-                                  u"Other"_s};
+    static const QStringList list {u"Finance & Receipts"_s,
+                                   u"Documents"_s,
+                                   u"Photos"_s,
+                                   u"Health"_s,
+                                   u"Home"_s,
+                                   u"Travel"_s,
+                                   u"Music"_s,
+                                   u"Other"_s};
     return list;
 }
 
 const QStringList& librarySubs()
 {
-    static const QStringList list{u"Logos & Brand Marks"_s,
-                                  u"Mockups & UI"_s,
-                                  u"Saved Web Pages"_s,
-                                  u"Print & Production"_s,
-                                  u"Reference & Inspiration"_s,
-                                  u"Memes"_s,
-                                  u"Screenshots"_s,
-                                  u"Fonts"_s,
-                                  u"3D & Assets"_s,
-                                  u"Audio"_s,
-                                  u"After Effects Templates"_s,
-                                  u"Design Layers"_s,
-                                  u"Transitions & Presets"_s,
-                                  u"Other"_s};
+    static const QStringList list {u"Logos & Brand Marks"_s,
+                                   u"Mockups & UI"_s,
+                                   u"Saved Web Pages"_s,
+                                   u"Print & Production"_s,
+                                   u"Reference & Inspiration"_s,
+                                   u"Memes"_s,
+                                   u"Screenshots"_s,
+                                   u"Fonts"_s,
+                                   u"3D & Assets"_s,
+                                   u"Audio"_s,
+                                   u"After Effects Templates"_s,
+                                   u"Design Layers"_s,
+                                   u"Transitions & Presets"_s,
+                                   u"Other"_s};
     return list;
 }
 
@@ -214,7 +214,7 @@ QList<PlanItem> plan(const QList<ScannedItem>& items, const QHash<qint64, Decisi
         Decision decision = it.value();
         if (decision.category == u"junk" && Kinds::hardProtected().contains(item->kind))
             decision = needsYou(u"Protected file type, never treated as junk"_s);
-        static const QStringList keptWhenUnsure{u"needs-you"_s, u"duplicate"_s, u"library"_s};
+        static const QStringList keptWhenUnsure {u"needs-you"_s, u"duplicate"_s, u"library"_s};
         if (decision.confidence == u"low" && !keptWhenUnsure.contains(decision.category)) {
             decision.category = u"needs-you"_s;
             decision.reason = u"Best guess: "_s + decision.reason;
@@ -223,7 +223,7 @@ QList<PlanItem> plan(const QList<ScannedItem>& items, const QHash<qint64, Decisi
         if (folder == kNeedsYou)
             decision.category = u"needs-you"_s;
 
-        static const QStringList neverRenamed{u"junk"_s, u"duplicate"_s, u"needs-you"_s};
+        static const QStringList neverRenamed {u"junk"_s, u"duplicate"_s, u"needs-you"_s};
         std::optional<QString> newName;
         if (profile.renameFiles && !item->isDir && decision.newName && Naming::isMeaningless(item->name)
             && !neverRenamed.contains(decision.category)) {

@@ -10,7 +10,7 @@ namespace {
 
 Decision ruled(const QString& category, std::optional<QString> sub, const QString& reason)
 {
-    return Decision{category, std::move(sub), u"high"_s, std::nullopt, reason, std::nullopt};
+    return Decision {category, std::move(sub), u"high"_s, std::nullopt, reason, std::nullopt};
 }
 
 bool containsAny(const QString& text, const QSet<QString>& terms)

@@ -24,8 +24,7 @@ class Fd
 public:
     explicit Fd(int fd)
         : m_fd(fd)
-    {
-    }
+    { }
     ~Fd()
     {
         if (m_fd >= 0)
@@ -178,7 +177,8 @@ bool copyLink(const QByteArray& from, const QByteArray& to, const struct stat& i
 // Copies a file, folder or link. Pipes, sockets and devices are not copied: the move fails.
 bool copyTree(const QByteArray& from, const QByteArray& to)
 {
-    struct stat info {};
+    struct stat info
+    { };
     if (::lstat(from.constData(), &info) != 0)
         return false;
     if (S_ISREG(info.st_mode))
@@ -193,7 +193,8 @@ bool copyTree(const QByteArray& from, const QByteArray& to)
 // Removes what the copy created, or the original once its copy is verified.
 bool removeTree(const QByteArray& path)
 {
-    struct stat info {};
+    struct stat info
+    { };
     if (::lstat(path.constData(), &info) != 0)
         return errno == ENOENT;
     if (!S_ISDIR(info.st_mode))
@@ -211,7 +212,8 @@ bool removeTree(const QByteArray& path)
 
 Outcome copyAcross(const QByteArray& from, const QByteArray& to)
 {
-    struct stat existing {};
+    struct stat existing
+    { };
     if (::lstat(to.constData(), &existing) == 0)
         return Outcome::destinationTaken;
     if (!copyTree(from, to)) {
@@ -247,7 +249,8 @@ Outcome move(const QString& from, const QString& to)
         default:
             return Outcome::failed;
     }
-    struct stat info {};
+    struct stat info
+    { };
     if (::lstat(source.constData(), &info) != 0)
         return Outcome::failed;
     if (!S_ISDIR(info.st_mode)) {

@@ -111,26 +111,28 @@ private Q_SLOTS:
         FileFactory::write(down + u"/stay.txt"_s, "stay");
         FileFactory::write(base + u"/Blocked"_s, "a file where a folder should be");
 
-        QList<PlanItem> plan{planned(down + u"/report.pdf"_s, u"Personal"_s),
-                             planned(down + u"/IMG_1.jpg"_s, u"Personal/Photos"_s),
-                             planned(down + u"/dup.jpg"_s, u"Brindlow Review/Duplicates - Review First"_s, u"duplicate"_s),
-                             planned(down + u"/junk.zip"_s, u"Brindlow Review/To Delete - Review First/Old"_s, u"junk"_s),
-                             planned(down + u"/protected.pdf"_s, u"Brindlow Review/To Delete - Review First"_s, u"junk"_s),
-                             planned(down + u"/unsure.txt"_s, u"Brindlow Review/Needs You"_s, u"needs-you"_s),
-                             planned(down + u"/album"_s, u"Personal/Albums"_s),
-                             planned(down + u"/missing.txt"_s, u"Personal"_s),
-                             planned(down + u"/stay.txt"_s, u"../Elsewhere"_s),
-                             planned(down + u"/stay.txt"_s, QString()),
-                             planned(down + u"/stay.txt"_s, u"/etc"_s),
-                             planned(down + u"/stay.txt"_s, u"Personal/../.."_s),
-                             planned(down + u"/stay.txt"_s, u"Blocked/sub"_s),
-                             planned(down + u"/stay.txt"_s, u"Personal"_s)};
+        QList<PlanItem> plan {
+            planned(down + u"/report.pdf"_s, u"Personal"_s),
+            planned(down + u"/IMG_1.jpg"_s, u"Personal/Photos"_s),
+            planned(down + u"/dup.jpg"_s, u"Brindlow Review/Duplicates - Review First"_s, u"duplicate"_s),
+            planned(down + u"/junk.zip"_s, u"Brindlow Review/To Delete - Review First/Old"_s, u"junk"_s),
+            planned(down + u"/protected.pdf"_s, u"Brindlow Review/To Delete - Review First"_s, u"junk"_s),
+            planned(down + u"/unsure.txt"_s, u"Brindlow Review/Needs You"_s, u"needs-you"_s),
+            planned(down + u"/album"_s, u"Personal/Albums"_s),
+            planned(down + u"/missing.txt"_s, u"Personal"_s),
+            planned(down + u"/stay.txt"_s, u"../Elsewhere"_s),
+            planned(down + u"/stay.txt"_s, QString()),
+            planned(down + u"/stay.txt"_s, u"/etc"_s),
+            planned(down + u"/stay.txt"_s, u"Personal/../.."_s),
+            planned(down + u"/stay.txt"_s, u"Blocked/sub"_s),
+            planned(down + u"/stay.txt"_s, u"Personal"_s)};
         plan[1].newName = u"Team offsite.jpg"_s;
         plan[3].kind = FileKind::archive;
         plan[4].kind = FileKind::pdf;
         plan[13].approved = false;
         const ApplyResult result = Mover::apply(plan, base, true);
-        for (const QString& gone : {u"report.pdf"_s, u"IMG_1.jpg"_s, u"dup.jpg"_s, u"junk.zip"_s, u"unsure.txt"_s, u"album"_s})
+        for (const QString& gone :
+             {u"report.pdf"_s, u"IMG_1.jpg"_s, u"dup.jpg"_s, u"junk.zip"_s, u"unsure.txt"_s, u"album"_s})
             QVERIFY2(!QFileInfo::exists(down + u'/' + gone), qPrintable(gone));
 
         QCOMPARE(result.moved, 6);
@@ -185,7 +187,8 @@ private Q_SLOTS:
         MoveLog log(path);
         QList<MoveRecord> records;
         for (int i = 0; i < 45; ++i) {
-            records.append({u"/from/%1"_s.arg(i), u"/to/\"quoted\" é %1"_s.arg(i),
+            records.append({u"/from/%1"_s.arg(i),
+                            u"/to/\"quoted\" é %1"_s.arg(i),
                             QDateTime(QDate(2025, 3, 9), QTime(8, 15, i), Qt::UTC)});
             log.append(records.last());
             if (log.size() % 20 == 0) {
@@ -258,7 +261,9 @@ private Q_SLOTS:
         QTemporaryDir other(u"/dev/shm/brindlow-test-XXXXXX"_s);
         QVERIFY(other.isValid());
         TempHome home;
-        struct stat here {}, there {};
+        struct stat here
+        {
+        }, there {};
         ::stat(QFile::encodeName(home.path()).constData(), &here);
         ::stat(QFile::encodeName(other.path()).constData(), &there);
         if (here.st_dev == there.st_dev)
@@ -269,20 +274,23 @@ private Q_SLOTS:
         FileFactory::write(down + u"/site/index.html"_s, "<html>");
         FileFactory::write(down + u"/site/img/logo.png"_s, "png");
         QVERIFY(QFile::link(u"index.html"_s, down + u"/site/home.html"_s));
-        QFile::setPermissions(down + u"/deck.pdf"_s, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadGroup);
+        QFile::setPermissions(down + u"/deck.pdf"_s,
+                              QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadGroup);
         const QDateTime stamp(QDate(2020, 1, 2), QTime(3, 4, 5), Qt::UTC);
         FileFactory::setModified(down + u"/deck.pdf"_s, stamp);
         FileFactory::setOriginAttribute(down + u"/deck.pdf"_s, "https://example.org/deck.pdf");
 
         const QString base = other.path() + u"/Documents"_s;
-        const ApplyResult result = Mover::apply({planned(down + u"/deck.pdf"_s, u"Work Admin"_s),
-                                                 planned(down + u"/site"_s, u"Projects/Site/Code"_s)},
-                                                base, true);
+        const ApplyResult result = Mover::apply(
+            {planned(down + u"/deck.pdf"_s, u"Work Admin"_s), planned(down + u"/site"_s, u"Projects/Site/Code"_s)},
+            base,
+            true);
         QCOMPARE(result.moved, 2);
         const QString deck = base + u"/Work Admin/deck.pdf"_s;
         QCOMPARE(contentOf(deck), QByteArray(3 << 20, 'p'));
         QCOMPARE(QFileInfo(deck).lastModified().toUTC(), stamp);
-        struct stat info {};
+        struct stat info
+        { };
         QCOMPARE(::stat(QFile::encodeName(deck).constData(), &info), 0);
         QCOMPARE(info.st_mode & 0777, mode_t(0640));
         char origin[64] = {};

@@ -23,13 +23,14 @@ ScannedItem item(qint64 id, const QString& path, FileKind kind, bool isDir = fal
 
 Decision decided(const QString& category, std::optional<QString> sub = {}, const QString& confidence = u"high"_s)
 {
-    return Decision{category, std::move(sub), confidence, std::nullopt, u"the model's reason"_s, std::nullopt};
+    return Decision {category, std::move(sub), confidence, std::nullopt, u"the model's reason"_s, std::nullopt};
 }
 
 Profile profile()
 {
     Profile result = Profile::defaults(u"/home/ann"_s);
-    result.projects = {{QUuid::createUuid(), u"Clients/Quorrel"_s, u"qc"_s}, {QUuid::createUuid(), u"KSTL"_s, QString()}};
+    result.projects
+        = {{QUuid::createUuid(), u"Clients/Quorrel"_s, u"qc"_s}, {QUuid::createUuid(), u"KSTL"_s, QString()}};
     return result;
 }
 
@@ -54,8 +55,8 @@ private Q_SLOTS:
         QTest::newRow("no letter") << u"creator"_s << u"2024"_s << FileKind::image << u"Creator/Other"_s;
         QTest::newRow("colon") << u"creator"_s << u"raw: take 2"_s << FileKind::video << u"Creator/Raw- take 2"_s;
         QTest::newRow("capitalised") << u"personal"_s << u"pets"_s << FileKind::image << u"Personal/Pets"_s;
-        QTest::newRow("project by last piece") << u"project:quorrel"_s << QString() << FileKind::video
-                                               << u"Projects/Clients/Quorrel/Video"_s;
+        QTest::newRow("project by last piece")
+            << u"project:quorrel"_s << QString() << FileKind::video << u"Projects/Clients/Quorrel/Video"_s;
         QTest::newRow("project sub") << u"project:KSTL"_s << u"brand assets"_s << FileKind::image
                                      << u"Projects/KSTL/Brand Assets"_s;
         QTest::newRow("project folder") << u"project:KSTL"_s << QString() << FileKind::folder
@@ -71,7 +72,8 @@ private Q_SLOTS:
                                       << u"Brindlow Review/To Delete - Review First/Screenshots & images"_s;
         QTest::newRow("duplicate") << u"duplicate"_s << QString() << FileKind::image
                                    << u"Brindlow Review/Duplicates - Review First"_s;
-        QTest::newRow("anything else") << u"Creator"_s << QString() << FileKind::image << u"Brindlow Review/Needs You"_s;
+        QTest::newRow("anything else") << u"Creator"_s << QString() << FileKind::image
+                                       << u"Brindlow Review/Needs You"_s;
     }
 
     void destinations()
@@ -81,13 +83,14 @@ private Q_SLOTS:
         QFETCH(FileKind, kind);
         QFETCH(QString, folder);
         const std::optional<QString> optionalSub = sub.isNull() ? std::nullopt : std::optional(sub);
-        QCOMPARE(Planner::destination(decided(category, optionalSub), item(1, u"/home/ann/Downloads/x"_s, kind), profile()),
-                 folder);
+        QCOMPARE(
+            Planner::destination(decided(category, optionalSub), item(1, u"/home/ann/Downloads/x"_s, kind), profile()),
+            folder);
     }
 
     void planRules()
     {
-        const QList<ScannedItem> items{
+        const QList<ScannedItem> items {
             item(0, u"/home/ann/Downloads/report.pdf"_s, FileKind::pdf),
             item(1, u"/home/ann/Desktop/note.txt"_s, FileKind::doc),
             item(2, u"/home/ann/Desktop/IMG_2041.JPG"_s, FileKind::image),

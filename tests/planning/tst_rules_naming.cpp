@@ -34,9 +34,8 @@ private Q_SLOTS:
         QCOMPARE(category(item(u"/h/a.pdf"_s, FileKind::pdf, {u"empty-file"_s})), u"none"_s);
         QCOMPARE(category(item(u"/h/setup.dmg"_s, FileKind::installer, {u"installer"_s})), u"junk|Installers"_s);
         QCOMPARE(category(item(u"/h/setup.dmg"_s, FileKind::installer, {u"installer"_s}), true), u"none"_s);
-        QCOMPARE(category(item(u"/h/photos.zip"_s,
-                               FileKind::archive,
-                               {u"already-extracted-archive"_s, u"exact-duplicate"_s})),
+        QCOMPARE(category(item(
+                     u"/h/photos.zip"_s, FileKind::archive, {u"already-extracted-archive"_s, u"exact-duplicate"_s})),
                  u"duplicate|-"_s);
         QCOMPARE(category(item(u"/h/photos.zip"_s, FileKind::archive, {u"already-extracted-archive"_s})),
                  u"junk|Already unzipped"_s);
@@ -45,7 +44,8 @@ private Q_SLOTS:
         QCOMPARE(category(item(u"/h/x.txt"_s, FileKind::other, {u"empty-file"_s})), u"junk|Empty files"_s);
         QCOMPARE(category(item(u"/h/s.png"_s, FileKind::image, {u"screenshot-name"_s, u"tiny-image"_s})), u"none"_s);
 
-        const Decision duplicate = *Rules::junkDecision(item(u"/h/a.pdf"_s, FileKind::pdf, {u"exact-duplicate"_s}), false);
+        const Decision duplicate
+            = *Rules::junkDecision(item(u"/h/a.pdf"_s, FileKind::pdf, {u"exact-duplicate"_s}), false);
         QCOMPARE(duplicate.reason, u"Exact copy of a file you're keeping"_s);
         QCOMPARE(duplicate.confidence, u"high"_s);
         QVERIFY(!duplicate.newName && !duplicate.projectHint);
@@ -53,9 +53,9 @@ private Q_SLOTS:
 
     void keywordRule()
     {
-        const QList<Project> projects{{QUuid::createUuid(), u"Quorrel"_s, u"quorrelcards"_s},
-                                      {QUuid::createUuid(), u"Orvo"_s, QString()},
-                                      {QUuid::createUuid(), u"AB"_s, QString()}};
+        const QList<Project> projects {{QUuid::createUuid(), u"Quorrel"_s, u"quorrelcards"_s},
+                                       {QUuid::createUuid(), u"Orvo"_s, QString()},
+                                       {QUuid::createUuid(), u"AB"_s, QString()}};
         ScannedItem logo = item(QDir::homePath() + u"/Downloads/quorrelcards-logo.png"_s, FileKind::image);
         std::optional<Decision> decision = Rules::keywordDecision(logo, projects);
         QVERIFY(decision);
