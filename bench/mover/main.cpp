@@ -108,8 +108,9 @@ void run(int count, const QString& dir)
     out << count << " items: moved " << result.moved << ", undone " << undone << '\n';
     out << "  apply " << apply << " s = moves " << moves << " s + log " << ours << " s (log / moves = " << ours / moves
         << ", target <= 1)\n";
-    out << "  plain log rewrites " << plain << " s (plain / ours = " << plain / ours << "), final logs identical: "
-        << (same ? "yes" : "NO") << ", log size " << contentOf(root + u"/ours.json"_s).size() / 1024 << " KiB\n";
+    out << "  plain log rewrites " << plain << " s (plain / ours = " << plain / ours
+        << "), final logs identical: " << (same ? "yes" : "NO") << ", log size "
+        << contentOf(root + u"/ours.json"_s).size() / 1024 << " KiB\n";
     out << "  undo " << undo << " s\n";
     QDir(root).removeRecursively();
 }
@@ -120,7 +121,8 @@ int main(int argc, char* argv[])
 {
     QCoreApplication app(argc, argv);
     QCommandLineParser parser;
-    parser.addOption({u"dir"_s, u"Scratch folder on the file system to measure."_s, u"dir"_s, u"/tmp/brindlow-bench-mover"_s});
+    parser.addOption(
+        {u"dir"_s, u"Scratch folder on the file system to measure."_s, u"dir"_s, u"/tmp/brindlow-bench-mover"_s});
     parser.addHelpOption();
     parser.process(app);
     const QString dir = parser.value(u"dir"_s);

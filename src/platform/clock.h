@@ -1,0 +1,27 @@
+#pragma once
+
+#include "cancellation.h"
+
+#include <QDateTime>
+
+#include <chrono>
+
+// Time as the program sees it. Tests put a clock of their own in its place, so that nothing
+// waits for real and every date is known.
+class Clock
+{
+public:
+    virtual ~Clock() = default;
+    virtual QDateTime now() const = 0;
+    // Waits `duration`; returns false when `cancellation` stopped the wait early.
+    virtual bool sleep(std::chrono::milliseconds duration, const Cancellation* cancellation) const = 0;
+};
+
+class SystemClock final : public Clock
+{
+public:
+    QDateTime now() const override;
+    bool sleep(std::chrono::milliseconds duration, const Cancellation* cancellation) const override;
+
+    static const SystemClock& instance();
+};

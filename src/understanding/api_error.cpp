@@ -1,0 +1,54 @@
+#include "api_error.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+QString APIError::errorDescription() const
+{
+    switch (kind) {
+        case Kind::http:
+            if (status == 401)
+                return u"The API key was rejected. Check it in Settings."_s;
+            return u"Claude API error "_s + QString::number(status) + u": "_s + body.left(160);
+        case Kind::fatal:
+            return message;
+        case Kind::badResponse:
+            return u"Unexpected response from Claude."_s;
+        case Kind::busy:
+            return u"Claude is busy right now. Try again in a minute."_s;
+        case Kind::transport:
+        case Kind::parse:
+        case Kind::cancelled:
+            break;
+    }
+    // Failures that are not the service's own answer.
+    return u"Couldn't reach Claude. Check your internet connection and try again."_s;
+}
+
+bool APIError::isFatal() const
+{
+    return kind == Kind::fatal;
+}
+
+APIError APIError::http(int status, const QString& body)
+{
+    APIError error;
+    error.kind = Kind::http;
+    error.status = status;
+    error.body = body;
+    return error;
+}
+
+APIError APIError::fatal(const QString& message)
+{
+    APIError error;
+    error.kind = Kind::fatal;
+    error.message = message;
+    return error;
+}
+
+APIError APIError::of(Kind kind)
+{
+    APIError error;
+    error.kind = kind;
+    return error;
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QString>
+
+// Why a request to Claude failed, with the text the person is shown.
+struct APIError
+{
+    enum class Kind {
+        http, // an answer with an error status
+        fatal, // the whole refresh must stop
+        badResponse,
+        busy, // still overloaded after every retry
+        transport, // no answer at all: no network, timeout, TLS
+        parse, // an answer that is not JSON
+        cancelled,
+    };
+
+    Kind kind = Kind::badResponse;
+    int status = 0;
+    QString body; // http: the answer's body
+    QString message; // fatal: the text to show
+
+    // The text shown to the person, unchanged.
+    QString errorDescription() const;
+    bool isFatal() const;
+
+    static APIError http(int status, const QString& body);
+    static APIError fatal(const QString& message);
+    static APIError of(Kind kind);
+};

@@ -1,0 +1,182 @@
+#include "claude_api.h"
+
+#include "model/json_fields.h"
+#include "usage.h"
+
+#include <QEventLoop>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QTimer>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// How often a request in flight looks at its cancellation.
+constexpr int kCancelPollMs = 50;
+
+qint64 counter(const QJsonObject& usage, QLatin1StringView key)
+{
+    return JsonFields::wholeNumber(usage.value(key)).value_or(0);
+}
+
+} // namespace
+
+struct ClaudeAPI::Answer
+{
+    bool transportFailed = false;
+    bool cancelled = false;
+    int status = 0;
+    QByteArray body;
+};
+
+ClaudeAPI::ClaudeAPI(const QString& apiKey, const QString& model)
+    : m_apiKey(apiKey)
+    , m_model(model)
+    , m_clock(&SystemClock::instance())
+{
+}
+
+void ClaudeAPI::setClock(const Clock* clock)
+{
+    m_clock = clock ? clock : &SystemClock::instance();
+}
+
+void ClaudeAPI::setCancellation(CancellationPtr cancellation)
+{
+    m_cancellation = std::move(cancellation);
+}
+
+QUrl ClaudeAPI::baseUrl()
+{
+    const QString configured = qEnvironmentVariable("BRINDLOW_API_URL");
+    return QUrl(configured.isEmpty() ? u"https://api.anthropic.com"_s : configured);
+}
+
+QString ClaudeAPI::consoleHost()
+{
+    return u"console.anthropic.com"_s;
+}
+
+QString ClaudeAPI::hideKey(QString text) const
+{
+    // A gateway may echo the request back; the key must never reach a message.
+    if (!m_apiKey.isEmpty())
+        text.replace(m_apiKey, u"[key hidden]"_s);
+    return text;
+}
+
+ClaudeAPI::Answer ClaudeAPI::post(const QByteArray& body) const
+{
+    Answer answer;
+    QUrl url = baseUrl();
+    url.setPath(url.path().chopped(url.path().endsWith(u'/') ? 1 : 0) + u"/v1/messages"_s);
+    QNetworkRequest request(url);
+    request.setTransferTimeout(kTimeoutSeconds * 1000);
+    request.setRawHeader("x-api-key", m_apiKey.toUtf8());
+    request.setRawHeader("anthropic-version", "2023-06-01");
+    request.setRawHeader("content-type", "application/json");
+
+    // A manager of its own: the call may run on any thread, with a loop of its own.
+    QNetworkAccessManager manager;
+    QEventLoop loop;
+    QNetworkReply* reply = manager.post(request, body);
+    QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
+    QTimer watch;
+    if (m_cancellation) {
+        QObject::connect(&watch, &QTimer::timeout, reply, [this, reply] {
+            if (m_cancellation->isCancelled())
+                reply->abort();
+        });
+        watch.start(kCancelPollMs);
+    }
+    if (!reply->isFinished())
+        loop.exec();
+    watch.stop();
+
+    answer.cancelled = m_cancellation && m_cancellation->isCancelled();
+    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    answer.transportFailed = !status.isValid();
+    answer.status = status.toInt();
+    answer.body = reply->readAll();
+    reply->deleteLater();
+    return answer;
+}
+
+ClaudeAPI::Result ClaudeAPI::send(const QString& system, const QList<QJsonObject>& content, int maxTokens) const
+{
+    QJsonArray blocks;
+    for (const QJsonObject& block : content)
+        blocks.append(block);
+    const QJsonObject request{
+        {"model"_L1, m_model},
+        {"max_tokens"_L1, maxTokens},
+        {"system"_L1, system},
+        {"messages"_L1, QJsonArray{QJsonObject{{"role"_L1, u"user"_s}, {"content"_L1, blocks}}}},
+    };
+    const QByteArray body = QJsonDocument(request).toJson(QJsonDocument::Compact);
+
+    for (int attempt = 0;; ++attempt) {
+        if (m_cancellation && m_cancellation->isCancelled())
+            return APIError::of(APIError::Kind::cancelled);
+        const Answer answer = post(body);
+        if (answer.cancelled)
+            return APIError::of(APIError::Kind::cancelled);
+        if (answer.transportFailed)
+            return APIError::of(APIError::Kind::transport);
+        const int status = answer.status;
+        if (status == 429 || status == 529 || status >= 500) {
+            const std::chrono::seconds wait(attempt * 5 + 3);
+            if (!m_clock->sleep(wait, m_cancellation.get()))
+                return APIError::of(APIError::Kind::cancelled);
+            if (attempt == kMaxAttempts - 1)
+                return APIError::of(APIError::Kind::busy);
+            continue;
+        }
+
+        const QString text = hideKey(QString::fromUtf8(answer.body));
+        if (status != 200 && text.contains(u"credit balance"))
+            return APIError::fatal(u"Your Claude credits ran out. Top up at "_s + consoleHost()
+                                   + u", then refresh again. Nothing was moved."_s);
+        if (status == 401 || status == 403)
+            return APIError::fatal(u"Brindlow couldn't sign in to Claude (error "_s + QString::number(status)
+                                   + u"). Nothing was moved."_s);
+        if (status == 404 && text.contains(u"model"))
+            return APIError::fatal(u"Claude model not available: "_s + text.left(140));
+        if (status != 200)
+            return APIError::http(status, text);
+
+        QJsonParseError error{};
+        const QJsonDocument document = QJsonDocument::fromJson(answer.body, &error);
+        if (error.error != QJsonParseError::NoError)
+            return APIError::of(APIError::Kind::parse);
+        const QJsonObject object = document.object();
+        if (!document.isObject() || !object.value("content"_L1).isArray())
+            return APIError::of(APIError::Kind::badResponse);
+        QString reply;
+        for (const QJsonValue& block : object.value("content"_L1).toArray()) {
+            if (!block.isObject())
+                return APIError::of(APIError::Kind::badResponse);
+            const QJsonValue piece = block.toObject().value("text"_L1);
+            if (piece.isString())
+                reply += piece.toString();
+        }
+        if (object.value("usage"_L1).isObject()) {
+            const QJsonObject usage = object.value("usage"_L1).toObject();
+            const Usage::Price price = Usage::price(m_model);
+            const double input = double(counter(usage, "input_tokens"_L1))
+                + 1.25 * double(counter(usage, "cache_creation_input_tokens"_L1))
+                + 0.1 * double(counter(usage, "cache_read_input_tokens"_L1));
+            Usage::shared().add(input * price.input / 1e6 + double(counter(usage, "output_tokens"_L1)) * price.output / 1e6);
+        }
+        return reply;
+    }
+}
+
+bool isSuccess(const ClaudeAPI::Result& result)
+{
+    return std::holds_alternative<QString>(result);
+}

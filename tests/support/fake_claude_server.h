@@ -1,0 +1,71 @@
+#pragma once
+
+#include <QByteArray>
+#include <QJsonObject>
+#include <QList>
+#include <QMap>
+#include <QUrl>
+
+#include <functional>
+#include <memory>
+
+class QThread;
+
+// A Messages API stand-in on 127.0.0.1: a real HTTP server on a free port, in a thread of its
+// own, that records every request, answers from a script (status, body, latency) or from a
+// handler, and counts how many requests it holds at once. While it lives, BRINDLOW_API_URL
+// points at it.
+class FakeClaudeServer
+{
+public:
+    struct Request
+    {
+        QByteArray method;
+        QByteArray path;
+        QMap<QByteArray, QByteArray> headers; // names in lower case
+        QByteArray body;
+
+        QJsonObject json() const;
+        // The user turn's text blocks, joined by line breaks.
+        QString userText() const;
+        int imageCount() const;
+    };
+
+    struct Response
+    {
+        int status = 200;
+        QByteArray body;
+        int latencyMs = -1; // -1: the server's latency
+    };
+
+    using Handler = std::function<Response(const Request&)>;
+
+    FakeClaudeServer();
+    ~FakeClaudeServer();
+    FakeClaudeServer(const FakeClaudeServer&) = delete;
+    FakeClaudeServer& operator=(const FakeClaudeServer&) = delete;
+
+    QUrl url() const;
+    // Scripted answers, used in order before the handler takes over.
+    void enqueue(const Response& response);
+    void setHandler(Handler handler);
+    void setLatency(int milliseconds);
+
+    QList<Request> requests() const;
+    int requestCount() const;
+    int maxInFlight() const;
+
+    // A successful answer carrying `text` and the given token usage.
+    static Response reply(const QString& text, int inputTokens = 100, int outputTokens = 20);
+    // Decisions for every item id the request mentions, in text lines ("id": n) and contact
+    // sheet listings (= id n:), each made by `decide`.
+    static Response sortingReply(const Request& request, const std::function<QJsonObject(qint64)>& decide);
+
+    class Worker;
+
+private:
+    std::unique_ptr<QThread> m_thread;
+    Worker* m_worker = nullptr;
+    QByteArray m_previousUrl;
+    bool m_hadPreviousUrl = false;
+};
