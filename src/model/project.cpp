@@ -1,5 +1,6 @@
 #include "project.h"
 
+#include "blanks.h"
 #include "graphemes.h"
 #include "json_fields.h"
 
@@ -7,26 +8,10 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
-QString trimSpacesAndTabs(QStringView text)
-{
-    qsizetype begin = 0;
-    qsizetype end = text.size();
-    auto blank = [](QChar c) { return c == u' ' || c == u'\t'; };
-    while (begin < end && blank(text[begin]))
-        ++begin;
-    while (end > begin && blank(text[end - 1]))
-        --end;
-    return text.sliced(begin, end - begin).toString();
-}
-
-} // namespace
-
 QString Project::displayName() const
 {
     const QStringList pieces = name.split(u'/', Qt::SkipEmptyParts);
-    return trimSpacesAndTabs(pieces.isEmpty() ? name : pieces.last());
+    return trimBlanks(pieces.isEmpty() ? name : pieces.last());
 }
 
 QString Project::folderPath() const
@@ -44,7 +29,7 @@ QSet<QString> Project::terms() const
 {
     QStringList candidates {name.toLower(), displayName().toLower()};
     for (const QString& alias : aliases.split(u',', Qt::SkipEmptyParts))
-        candidates.append(trimSpacesAndTabs(alias).toLower());
+        candidates.append(trimBlanks(alias).toLower());
 
     QSet<QString> result;
     for (const QString& term : std::as_const(candidates)) {

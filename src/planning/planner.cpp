@@ -1,5 +1,6 @@
 #include "planner.h"
 
+#include "model/blanks.h"
 #include "model/graphemes.h"
 #include "naming.h"
 #include "scan/kinds.h"
@@ -16,17 +17,6 @@ namespace Planner {
 namespace {
 
 const QString kNeedsYou = u"Brindlow Review/Needs You"_s;
-
-QString trimBlanks(QStringView text)
-{
-    qsizetype begin = 0;
-    qsizetype end = text.size();
-    while (begin < end && (text[begin] == u' ' || text[begin] == u'\t'))
-        ++begin;
-    while (end > begin && (text[end - 1] == u' ' || text[end - 1] == u'\t'))
-        --end;
-    return text.sliced(begin, end - begin).toString();
-}
 
 QString lastPiece(const QString& name)
 {

@@ -1,5 +1,7 @@
 #include "file_mover.h"
 
+#include "unique_fd.h"
+
 #include <QByteArray>
 #include <QFile>
 
@@ -18,50 +20,6 @@ namespace FileMover {
 namespace {
 
 constexpr size_t kBuffer = 1 << 20;
-
-class Fd
-{
-public:
-    explicit Fd(int fd)
-        : m_fd(fd)
-    { }
-    ~Fd()
-    {
-        if (m_fd >= 0)
-            ::close(m_fd);
-    }
-    Fd(const Fd&) = delete;
-    Fd& operator=(const Fd&) = delete;
-    int get() const
-    {
-        return m_fd;
-    }
-    int release()
-    {
-        const int fd = m_fd;
-        m_fd = -1;
-        return fd;
-    }
-
-private:
-    int m_fd;
-};
-
-ssize_t readFully(int fd, char* buffer, size_t wanted)
-{
-    size_t total = 0;
-    while (total < wanted) {
-        const ssize_t got = ::read(fd, buffer + total, wanted - total);
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got < 0)
-            return -1;
-        if (got == 0)
-            break;
-        total += size_t(got);
-    }
-    return ssize_t(total);
-}
 
 bool writeFully(int fd, const char* data, size_t size)
 {
@@ -97,17 +55,17 @@ void copyAttributes(int from, int to)
 }
 
 // Whether both open files hold the same bytes, read from their starts.
-bool sameBytes(int a, int b)
+bool sameBytes(const UniqueFd& a, const UniqueFd& b)
 {
     std::unique_ptr<char[]> left(new char[kBuffer]);
     std::unique_ptr<char[]> right(new char[kBuffer]);
-    if (::lseek(a, 0, SEEK_SET) != 0 || ::lseek(b, 0, SEEK_SET) != 0)
+    if (::lseek(a.get(), 0, SEEK_SET) != 0 || ::lseek(b.get(), 0, SEEK_SET) != 0)
         return false;
     for (;;) {
-        const ssize_t got = readFully(a, left.get(), kBuffer);
-        if (got < 0 || readFully(b, right.get(), kBuffer) != got || memcmp(left.get(), right.get(), size_t(got)) != 0)
+        const qint64 got = a.readFully(left.get(), kBuffer);
+        if (got < 0 || b.readFully(right.get(), kBuffer) != got || memcmp(left.get(), right.get(), size_t(got)) != 0)
             return false;
-        if (size_t(got) < kBuffer)
+        if (got < qint64(kBuffer))
             return true;
     }
 }
@@ -122,25 +80,25 @@ bool copyTree(const QByteArray& from, const QByteArray& to);
 
 bool copyFile(const QByteArray& from, const QByteArray& to, const struct stat& info)
 {
-    Fd source(::open(from.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+    UniqueFd source(::open(from.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
     if (source.get() < 0)
         return false;
-    Fd target(::open(to.constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    UniqueFd target(::open(to.constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     if (target.get() < 0)
         return false;
     std::unique_ptr<char[]> buffer(new char[kBuffer]);
     for (;;) {
-        const ssize_t got = readFully(source.get(), buffer.get(), kBuffer);
+        const qint64 got = source.readFully(buffer.get(), kBuffer);
         if (got < 0 || !writeFully(target.get(), buffer.get(), size_t(got)))
             return false;
-        if (size_t(got) < kBuffer)
+        if (got < qint64(kBuffer))
             break;
     }
     copyAttributes(source.get(), target.get());
     if (::fchown(target.get(), info.st_uid, info.st_gid) != 0 && ::geteuid() == 0)
         return false;
-    return ::fchmod(target.get(), info.st_mode & 07777) == 0 && ::fsync(target.get()) == 0
-        && sameBytes(source.get(), target.get()) && setTimes(to.constData(), info);
+    return ::fchmod(target.get(), info.st_mode & 07777) == 0 && ::fsync(target.get()) == 0 && sameBytes(source, target)
+        && setTimes(to.constData(), info);
 }
 
 bool copyFolder(const QByteArray& from, const QByteArray& to, const struct stat& info)

@@ -1,6 +1,7 @@
 #include "duplicates.h"
 
 #include "model/graphemes.h"
+#include "platform/unique_fd.h"
 
 #include <QFile>
 #include <QHash>
@@ -20,27 +21,10 @@ namespace Scanner {
 
 namespace {
 
-class Fd
+int openForReading(const QString& path)
 {
-public:
-    explicit Fd(const QString& path)
-        : m_fd(::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC))
-    { }
-    ~Fd()
-    {
-        if (m_fd >= 0)
-            ::close(m_fd);
-    }
-    Fd(const Fd&) = delete;
-    Fd& operator=(const Fd&) = delete;
-    int get() const
-    {
-        return m_fd;
-    }
-
-private:
-    int m_fd;
-};
+    return ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+}
 
 struct DigestDeleter
 {
@@ -50,20 +34,6 @@ struct DigestDeleter
     }
 };
 
-qint64 readFully(int fd, char* buffer, qint64 wanted)
-{
-    qint64 total = 0;
-    while (total < wanted) {
-        const ssize_t got = ::read(fd, buffer + total, static_cast<size_t>(wanted - total));
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got <= 0)
-            break;
-        total += got;
-    }
-    return total;
-}
-
 QString hex(const unsigned char* digest, unsigned int length)
 {
     return QString::fromLatin1(QByteArray(reinterpret_cast<const char*>(digest), length).toHex());
@@ -71,11 +41,11 @@ QString hex(const unsigned char* digest, unsigned int length)
 
 std::optional<quint64> prefixHash(const QString& path)
 {
-    const Fd fd(path);
+    const UniqueFd fd(openForReading(path));
     if (fd.get() < 0)
         return std::nullopt;
     char buffer[kPrefixBytes];
-    const qint64 got = readFully(fd.get(), buffer, kPrefixBytes);
+    const qint64 got = fd.readFully(buffer, kPrefixBytes);
     return quint64(qHashBits(buffer, size_t(got), 0x9e3779b97f4a7c15ULL)) ^ quint64(got);
 }
 
@@ -83,16 +53,16 @@ std::optional<quint64> prefixHash(const QString& path)
 // first difference, so files that merely share a header cost little.
 bool sameContent(const QString& a, const QString& b)
 {
-    const Fd first(a);
-    const Fd second(b);
+    const UniqueFd first(openForReading(a));
+    const UniqueFd second(openForReading(b));
     if (first.get() < 0 || second.get() < 0)
         return false;
     qint64 chunk = 64 * 1024;
     std::unique_ptr<char[]> left(new char[kHashChunk]);
     std::unique_ptr<char[]> right(new char[kHashChunk]);
     for (;;) {
-        const qint64 got = readFully(first.get(), left.get(), chunk);
-        if (readFully(second.get(), right.get(), chunk) != got || memcmp(left.get(), right.get(), size_t(got)) != 0)
+        const qint64 got = first.readFully(left.get(), chunk);
+        if (second.readFully(right.get(), chunk) != got || memcmp(left.get(), right.get(), size_t(got)) != 0)
             return false;
         if (got < chunk)
             return true;
@@ -169,7 +139,7 @@ identicalSets(const QList<qsizetype>& group, const QList<ScannedItem>& items, QL
 
 std::optional<QString> sha(const QString& path, qint64 size)
 {
-    const Fd fd(path);
+    const UniqueFd fd(openForReading(path));
     if (fd.get() < 0)
         return std::nullopt;
     const std::unique_ptr<EVP_MD_CTX, DigestDeleter> context(EVP_MD_CTX_new());
@@ -195,7 +165,7 @@ std::optional<QString> sha(const QString& path, qint64 size)
         for (const qint64 offset : {qint64(0), size / 2, size - kSampleBytes}) {
             // A failed seek reads from wherever the file stands, as the content key always has.
             ::lseek(fd.get(), offset, SEEK_SET);
-            const qint64 got = readFully(fd.get(), buffer.get(), kSampleBytes);
+            const qint64 got = fd.readFully(buffer.get(), kSampleBytes);
             if (got > 0)
                 EVP_DigestUpdate(context.get(), buffer.get(), size_t(got));
         }

@@ -2,6 +2,7 @@
 
 #include "document_text.h"
 #include "kinds.h"
+#include "model/blanks.h"
 #include "model/graphemes.h"
 #include "platform/download_origin.h"
 #include "platform/file_io.h"
@@ -95,13 +96,7 @@ QString clean(const QString& text)
     QString result = text;
     result.replace(tags, u" "_s);
     result.replace(space, u" "_s);
-    qsizetype begin = 0;
-    qsizetype end = result.size();
-    while (begin < end && (result[begin] == u' ' || result[begin] == u'\t'))
-        ++begin;
-    while (end > begin && (result[end - 1] == u' ' || result[end - 1] == u'\t'))
-        --end;
-    return Graphemes::left(result.sliced(begin, end - begin), kSnippetCharacters);
+    return Graphemes::left(trimBlanks(result), kSnippetCharacters);
 }
 
 std::optional<QString> unzip(const QString& path, const QString& entryPattern)

@@ -37,8 +37,7 @@ ClaudeAPI::ClaudeAPI(const QString& apiKey, const QString& model)
     : m_apiKey(apiKey)
     , m_model(model)
     , m_clock(&SystemClock::instance())
-{
-}
+{ }
 
 void ClaudeAPI::setClock(const Clock* clock)
 {
@@ -111,11 +110,11 @@ ClaudeAPI::Result ClaudeAPI::send(const QString& system, const QList<QJsonObject
     QJsonArray blocks;
     for (const QJsonObject& block : content)
         blocks.append(block);
-    const QJsonObject request{
+    const QJsonObject request {
         {"model"_L1, m_model},
         {"max_tokens"_L1, maxTokens},
         {"system"_L1, system},
-        {"messages"_L1, QJsonArray{QJsonObject{{"role"_L1, u"user"_s}, {"content"_L1, blocks}}}},
+        {"messages"_L1, QJsonArray {QJsonObject {{"role"_L1, u"user"_s}, {"content"_L1, blocks}}}},
     };
     const QByteArray body = QJsonDocument(request).toJson(QJsonDocument::Compact);
 
@@ -149,7 +148,7 @@ ClaudeAPI::Result ClaudeAPI::send(const QString& system, const QList<QJsonObject
         if (status != 200)
             return APIError::http(status, text);
 
-        QJsonParseError error{};
+        QJsonParseError error {};
         const QJsonDocument document = QJsonDocument::fromJson(answer.body, &error);
         if (error.error != QJsonParseError::NoError)
             return APIError::of(APIError::Kind::parse);
@@ -170,7 +169,8 @@ ClaudeAPI::Result ClaudeAPI::send(const QString& system, const QList<QJsonObject
             const double input = double(counter(usage, "input_tokens"_L1))
                 + 1.25 * double(counter(usage, "cache_creation_input_tokens"_L1))
                 + 0.1 * double(counter(usage, "cache_read_input_tokens"_L1));
-            Usage::shared().add(input * price.input / 1e6 + double(counter(usage, "output_tokens"_L1)) * price.output / 1e6);
+            Usage::shared().add(input * price.input / 1e6
+                                + double(counter(usage, "output_tokens"_L1)) * price.output / 1e6);
         }
         return reply;
     }

@@ -1,5 +1,6 @@
 #include "prompt.h"
 
+#include "model/blanks.h"
 #include "model/graphemes.h"
 #include "model/store.h"
 #include "planning/planner.h"
@@ -19,56 +20,56 @@ namespace {
 const char16_t* const kIntro = u"You sort files on one person's Mac into folders by what each file actually is, not "
                                u"just its name.\n\nTheir projects and brands:\n";
 
-const char16_t* const kCategories =
-    u"\n\nCategories (use exactly one):\n"
-    u"- project:<exact project name from the list>: anything belonging to that project (logos, mockups, UI, "
-    u"renders, decks, docs, edits, contracts).\n"
-    u"- creator: their streaming/YouTube/social content not tied to a project (thumbnails, overlays, banners, "
-    u"clips, edits, stream assets).\n"
-    u"- personal: life admin and personal media (bills, receipts, IDs, photos of people or places, travel, home, "
-    u"music).\n"
-    u"- admin: invoices, contracts, taxes and business paperwork not tied to one project.\n"
-    u"- Items with kind \"folder\" are whole folders. They move as one unit and are never junk. Use the folder "
-    u"name and its listed contents to decide where the whole folder belongs (a project, creator, personal, "
-    u"library, or archive). Only use needs-you for a folder if its contents give no clue at all.\n"
-    u"- library: you can tell WHAT it is but not which project it belongs to (a business or coin logo, an app "
-    u"mockup, a saved web page, a barcode or print file, inspiration or reference images, a meme, a generic "
-    u"screenshot, a font, a 3D asset).\n"
-    u"- archive: old material with no clear home.\n"
-    u"- junk: ONLY clearly throwaway, non-brand items: random UI screenshots, memes, blank or broken images, "
-    u"one-off reference grabs. Anything showing a project's brand or product, people, receipts, transactions, or "
-    u"that might matter is NOT junk.\n"
-    u"- needs-you: ONLY when you truly can't tell what it is, or it looks personal or sensitive (IDs, contracts, "
-    u"medical, legal, financial statements). Prefer library over needs-you whenever you can describe the file.\n"
-    u"\n"
-    u"sub (folder inside the category):\n"
-    u"- project: ";
+const char16_t* const kCategories
+    = u"\n\nCategories (use exactly one):\n"
+      u"- project:<exact project name from the list>: anything belonging to that project (logos, mockups, UI, "
+      u"renders, decks, docs, edits, contracts).\n"
+      u"- creator: their streaming/YouTube/social content not tied to a project (thumbnails, overlays, banners, "
+      u"clips, edits, stream assets).\n"
+      u"- personal: life admin and personal media (bills, receipts, IDs, photos of people or places, travel, home, "
+      u"music).\n"
+      u"- admin: invoices, contracts, taxes and business paperwork not tied to one project.\n"
+      u"- Items with kind \"folder\" are whole folders. They move as one unit and are never junk. Use the folder "
+      u"name and its listed contents to decide where the whole folder belongs (a project, creator, personal, "
+      u"library, or archive). Only use needs-you for a folder if its contents give no clue at all.\n"
+      u"- library: you can tell WHAT it is but not which project it belongs to (a business or coin logo, an app "
+      u"mockup, a saved web page, a barcode or print file, inspiration or reference images, a meme, a generic "
+      u"screenshot, a font, a 3D asset).\n"
+      u"- archive: old material with no clear home.\n"
+      u"- junk: ONLY clearly throwaway, non-brand items: random UI screenshots, memes, blank or broken images, "
+      u"one-off reference grabs. Anything showing a project's brand or product, people, receipts, transactions, or "
+      u"that might matter is NOT junk.\n"
+      u"- needs-you: ONLY when you truly can't tell what it is, or it looks personal or sensitive (IDs, contracts, "
+      u"medical, legal, financial statements). Prefer library over needs-you whenever you can describe the file.\n"
+      u"\n"
+      u"sub (folder inside the category):\n"
+      u"- project: ";
 
-const char16_t* const kRules =
-    u"\n- junk: Screenshots & images\n"
-    u"- otherwise null\n"
-    u"If none of these sub folders fits well, you may name a new one in 2-4 plain words (e.g. \"After Effects "
-    u"Templates\", \"Merch\", \"Event Footage\").\n"
-    u"Files that clearly go together (same art style, same mascot, same event, same download batch) should end up "
-    u"in the same place.\n"
-    u"\n"
-    u"confidence: high (clear evidence), medium (decent guess), low (unsure).\n"
-    u"new_name: only when the current name is meaningless (UUIDs, IMG_1234, untitled, image (3), 1500x500 (7), "
-    u"download, export, Screenshot 2026-...). Name it by what is actually in it: the subject, scene, people, "
-    u"product, or key text you can see or read, in 3-8 specific words. If it belongs to a project, start with the "
-    u"project name and \" - \". Examples: \"Quorrel - holographic dragon card art\", \"KSTL - surfer holding "
-    u"electrolyte pack\", \"Electric bill September 2026\", \"Sunset over the ocean with surfboard\", \"Orvo - "
-    u"prompt trading screen\". Never generic words like \"image\", \"photo\", \"file\", \"screenshot\" alone. No "
-    u"dates unless the date is the content. No extension. Never invent details you can't see. Otherwise null.\n"
-    u"project_hint: if the file clearly belongs to a project, brand, coin or client that is NOT in the list above "
-    u"(a name you can read in the image, the text, the file name or where it was downloaded from), give that name. "
-    u"Otherwise null.\n"
-    u"reason: under 12 words.\n";
+const char16_t* const kRules
+    = u"\n- junk: Screenshots & images\n"
+      u"- otherwise null\n"
+      u"If none of these sub folders fits well, you may name a new one in 2-4 plain words (e.g. \"After Effects "
+      u"Templates\", \"Merch\", \"Event Footage\").\n"
+      u"Files that clearly go together (same art style, same mascot, same event, same download batch) should end up "
+      u"in the same place.\n"
+      u"\n"
+      u"confidence: high (clear evidence), medium (decent guess), low (unsure).\n"
+      u"new_name: only when the current name is meaningless (UUIDs, IMG_1234, untitled, image (3), 1500x500 (7), "
+      u"download, export, Screenshot 2026-...). Name it by what is actually in it: the subject, scene, people, "
+      u"product, or key text you can see or read, in 3-8 specific words. If it belongs to a project, start with the "
+      u"project name and \" - \". Examples: \"Quorrel - holographic dragon card art\", \"KSTL - surfer holding "
+      u"electrolyte pack\", \"Electric bill September 2026\", \"Sunset over the ocean with surfboard\", \"Orvo - "
+      u"prompt trading screen\". Never generic words like \"image\", \"photo\", \"file\", \"screenshot\" alone. No "
+      u"dates unless the date is the content. No extension. Never invent details you can't see. Otherwise null.\n"
+      u"project_hint: if the file clearly belongs to a project, brand, coin or client that is NOT in the list above "
+      u"(a name you can read in the image, the text, the file name or where it was downloaded from), give that name. "
+      u"Otherwise null.\n"
+      u"reason: under 12 words.\n";
 
-const char16_t* const kReplyFormat =
-    u"\n\nReply with ONLY a JSON array, one object per file:\n"
-    u"[{\"id\": 12, \"category\": \"project:Example\", \"sub\": \"Images\", \"confidence\": \"high\", \"new_name\": "
-    u"null, \"project_hint\": null, \"reason\": \"Example logo on a card mockup\"}]";
+const char16_t* const kReplyFormat
+    = u"\n\nReply with ONLY a JSON array, one object per file:\n"
+      u"[{\"id\": 12, \"category\": \"project:Example\", \"sub\": \"Images\", \"confidence\": \"high\", \"new_name\": "
+      u"null, \"project_hint\": null, \"reason\": \"Example logo on a card mockup\"}]";
 
 QString projectLines(const Profile& profile)
 {
@@ -93,17 +94,6 @@ QString day(const QDateTime& moment)
     return moment.toLocalTime().toString(u"yyyy-MM-dd"_s);
 }
 
-QString trimBlanks(const QString& text)
-{
-    qsizetype begin = 0;
-    qsizetype end = text.size();
-    while (begin < end && (text[begin] == u' ' || text[begin] == u'\t'))
-        ++begin;
-    while (end > begin && (text[end - 1] == u' ' || text[end - 1] == u'\t'))
-        --end;
-    return text.mid(begin, end - begin);
-}
-
 std::optional<QString> optionalText(const QJsonObject& object, QLatin1StringView key)
 {
     const QJsonValue value = object.value(key);
@@ -117,7 +107,8 @@ QString lessonsText()
     const QList<Lesson> lessons = Store::loadLessons();
     if (lessons.isEmpty())
         return {};
-    QStringList lines{u"This person previously sorted these files themselves. Follow the same patterns for similar files:"_s};
+    QStringList lines {
+        u"This person previously sorted these files themselves. Follow the same patterns for similar files:"_s};
     for (const Lesson& lesson : lessons.last(std::min<qsizetype>(kMaxLessons, lessons.size())))
         lines.append(u"- \""_s + lesson.name + u"\" ("_s + lesson.what + u") -> "_s + lesson.dest);
     return lines.join(u'\n');
@@ -134,7 +125,7 @@ QString system(const Profile& profile)
 
 QString describe(const ScannedItem& item)
 {
-    QJsonObject object{
+    QJsonObject object {
         {"id"_L1, item.id},
         {"path"_L1, item.relPath()},
         {"kind"_L1, rawValue(item.kind)},
@@ -161,8 +152,8 @@ QString sheetListing(const QList<ScannedItem>& items)
     QStringList lines;
     for (qsizetype i = 0; i < items.size(); ++i) {
         const ScannedItem& item = items[i];
-        QString line = u'#' + QString::number(i + 1) + u" = id "_s + QString::number(item.id) + u": "_s
-            + item.relPath() + u" ("_s + rawValue(item.kind) + u", modified "_s + day(item.modified) + u')';
+        QString line = u'#' + QString::number(i + 1) + u" = id "_s + QString::number(item.id) + u": "_s + item.relPath()
+            + u" ("_s + rawValue(item.kind) + u", modified "_s + day(item.modified) + u')';
         if (item.whereFrom)
             line += u", downloaded from "_s + *item.whereFrom;
         lines.append(line);
@@ -176,7 +167,7 @@ QHash<qint64, Decision> parse(const QString& reply)
     const qsizetype last = reply.lastIndexOf(u']');
     if (first < 0 || last < 0 || first >= last)
         return {};
-    QJsonParseError error{};
+    QJsonParseError error {};
     const QJsonDocument document = QJsonDocument::fromJson(reply.mid(first, last - first + 1).toUtf8(), &error);
     if (error.error != QJsonParseError::NoError || !document.isArray())
         return {};

@@ -103,19 +103,17 @@ double Usage::endRun(int files, const QDateTime& now)
     }
     const QString path = Store::dir() + u"/usage.json"_s;
     QJsonObject log = readLog(path).value_or(
-        QJsonObject{{"totalUSD"_L1, 0.0}, {"months"_L1, QJsonObject()}, {"runs"_L1, QJsonArray()}});
+        QJsonObject {{"totalUSD"_L1, 0.0}, {"months"_L1, QJsonObject()}, {"runs"_L1, QJsonArray()}});
 
     QJsonObject months = log.value("months"_L1).toObject();
     const QString monthKey = now.toLocalTime().toString(u"yyyy-MM"_s);
     const QJsonObject month = months.value(monthKey).toObject();
     months.insert(monthKey,
-                  QJsonObject{{"usd"_L1, month.value("usd"_L1).toDouble() + cost},
-                              {"files"_L1, month.value("files"_L1).toInteger() + files}});
+                  QJsonObject {{"usd"_L1, month.value("usd"_L1).toDouble() + cost},
+                               {"files"_L1, month.value("files"_L1).toInteger() + files}});
     QJsonArray runs = log.value("runs"_L1).toArray();
-    runs.append(QJsonObject{{"date"_L1, IsoDate::format(now)},
-                            {"usd"_L1, cost},
-                            {"files"_L1, files},
-                            {"calls"_L1, calls}});
+    runs.append(
+        QJsonObject {{"date"_L1, IsoDate::format(now)}, {"usd"_L1, cost}, {"files"_L1, files}, {"calls"_L1, calls}});
     while (runs.size() > kMaxRuns)
         runs.removeFirst();
     log.insert("months"_L1, months);

@@ -55,7 +55,8 @@ public:
                 for (qsizetype i = 1; i < lines.size(); ++i) {
                     const qsizetype colon = lines[i].indexOf(':');
                     if (colon > 0)
-                        request.headers.insert(lines[i].left(colon).trimmed().toLower(), lines[i].mid(colon + 1).trimmed());
+                        request.headers.insert(lines[i].left(colon).trimmed().toLower(),
+                                               lines[i].mid(colon + 1).trimmed());
                 }
                 const qsizetype length = request.headers.value("content-length").toLongLong();
                 if (buffer->size() < headerEnd + 4 + length)
@@ -95,8 +96,9 @@ public:
             }
             if (!target)
                 return;
-            target->write("HTTP/1.1 " + QByteArray::number(response.status) + " Status\r\n"
-                          "Content-Type: application/json\r\nContent-Length: "
+            target->write("HTTP/1.1 " + QByteArray::number(response.status)
+                          + " Status\r\n"
+                            "Content-Type: application/json\r\nContent-Length: "
                           + QByteArray::number(response.body.size()) + "\r\n\r\n" + response.body);
         });
     }
@@ -149,7 +151,8 @@ FakeClaudeServer::~FakeClaudeServer()
         qputenv("BRINDLOW_API_URL", m_previousUrl);
     else
         qunsetenv("BRINDLOW_API_URL");
-    QMetaObject::invokeMethod(m_worker, [this] { delete m_worker; }, Qt::BlockingQueuedConnection);
+    QMetaObject::invokeMethod(
+        m_worker, [this] { delete m_worker; }, Qt::BlockingQueuedConnection);
     m_thread->quit();
     m_thread->wait();
 }
@@ -197,14 +200,14 @@ int FakeClaudeServer::maxInFlight() const
 
 FakeClaudeServer::Response FakeClaudeServer::reply(const QString& text, int inputTokens, int outputTokens)
 {
-    const QJsonObject body{
+    const QJsonObject body {
         {"id"_L1, u"msg_fake"_s},
         {"type"_L1, u"message"_s},
         {"role"_L1, u"assistant"_s},
-        {"content"_L1, QJsonArray{QJsonObject{{"type"_L1, u"text"_s}, {"text"_L1, text}}}},
-        {"usage"_L1, QJsonObject{{"input_tokens"_L1, inputTokens}, {"output_tokens"_L1, outputTokens}}},
+        {"content"_L1, QJsonArray {QJsonObject {{"type"_L1, u"text"_s}, {"text"_L1, text}}}},
+        {"usage"_L1, QJsonObject {{"input_tokens"_L1, inputTokens}, {"output_tokens"_L1, outputTokens}}},
     };
-    return Response{200, QJsonDocument(body).toJson(QJsonDocument::Compact), -1};
+    return Response {200, QJsonDocument(body).toJson(QJsonDocument::Compact), -1};
 }
 
 FakeClaudeServer::Response FakeClaudeServer::sortingReply(const Request& request,
@@ -215,7 +218,8 @@ FakeClaudeServer::Response FakeClaudeServer::sortingReply(const Request& request
     QRegularExpressionMatchIterator it = ids.globalMatch(request.userText());
     while (it.hasNext()) {
         const QRegularExpressionMatch match = it.next();
-        const qint64 id = (match.capturedView(1).isEmpty() ? match.capturedView(2) : match.capturedView(1)).toLongLong();
+        const qint64 id
+            = (match.capturedView(1).isEmpty() ? match.capturedView(2) : match.capturedView(1)).toLongLong();
         QJsonObject decision = decide(id);
         decision.insert("id"_L1, id);
         decisions.append(decision);

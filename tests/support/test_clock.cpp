@@ -2,8 +2,7 @@
 
 TestClock::TestClock(const QDateTime& start)
     : m_now(start)
-{
-}
+{ }
 
 QDateTime TestClock::now() const
 {

@@ -25,7 +25,7 @@ ClaudeAPI::Result sendOnce(const Clock* clock, const QString& model = u"claude-h
 {
     ClaudeAPI api(kKey, model);
     api.setClock(clock);
-    return api.send(u"system text"_s, {QJsonObject{{"type"_L1, u"text"_s}, {"text"_L1, u"hello"_s}}}, 6000);
+    return api.send(u"system text"_s, {QJsonObject {{"type"_L1, u"text"_s}, {"text"_L1, u"hello"_s}}}, 6000);
 }
 
 FakeClaudeServer::Response status(int code, const QByteArray& body = "{}")
@@ -52,12 +52,12 @@ private Q_SLOTS:
         TestClock clock;
         ClaudeAPI api(kKey, u"claude-sonnet-5-5"_s);
         api.setClock(&clock);
-        const QJsonObject image{{"type"_L1, u"image"_s},
-                                {"source"_L1,
-                                 QJsonObject{{"type"_L1, u"base64"_s},
-                                             {"media_type"_L1, u"image/jpeg"_s},
-                                             {"data"_L1, u"/9j/4AAQSkZJRg=="_s}}}};
-        const QJsonObject text{{"type"_L1, u"text"_s}, {"text"_L1, u"Files, one JSON object per line:\n{}"_s}};
+        const QJsonObject image {{"type"_L1, u"image"_s},
+                                 {"source"_L1,
+                                  QJsonObject {{"type"_L1, u"base64"_s},
+                                               {"media_type"_L1, u"image/jpeg"_s},
+                                               {"data"_L1, u"/9j/4AAQSkZJRg=="_s}}}};
+        const QJsonObject text {{"type"_L1, u"text"_s}, {"text"_L1, u"Files, one JSON object per line:\n{}"_s}};
         QCOMPARE(std::get<QString>(api.send(u"You sort files"_s, {image, text}, 6000)), u"answer"_s);
 
         const FakeClaudeServer::Request request = server.requests().first();
@@ -68,14 +68,14 @@ private Q_SLOTS:
         QCOMPARE(request.headers.value("content-type"), QByteArray("application/json"));
         QVERIFY(!request.headers.contains("authorization"));
         const QJsonObject body = request.json();
-        QCOMPARE(body.keys(), (QStringList{u"max_tokens"_s, u"messages"_s, u"model"_s, u"system"_s}));
+        QCOMPARE(body.keys(), (QStringList {u"max_tokens"_s, u"messages"_s, u"model"_s, u"system"_s}));
         QCOMPARE(body.value("model"_L1).toString(), u"claude-sonnet-5-5"_s);
         QCOMPARE(body.value("max_tokens"_L1).toInt(), 6000);
         QCOMPARE(body.value("system"_L1).toString(), u"You sort files"_s);
         const QJsonArray messages = body.value("messages"_L1).toArray();
         QCOMPARE(messages.size(), 1);
         QCOMPARE(messages[0]["role"_L1].toString(), u"user"_s);
-        QCOMPARE(messages[0]["content"_L1].toArray(), (QJsonArray{image, text}));
+        QCOMPARE(messages[0]["content"_L1].toArray(), (QJsonArray {image, text}));
         QVERIFY(!request.body.contains('\n'));
     }
 
@@ -84,12 +84,12 @@ private Q_SLOTS:
         FakeClaudeServer server;
         TestClock clock;
         // Text blocks joined in order; blocks without text are skipped.
-        const QJsonArray blocks{QJsonObject{{"type"_L1, u"text"_s}, {"text"_L1, u"[{\"id\":"_s}},
-                                QJsonObject{{"type"_L1, u"tool_use"_s}, {"id"_L1, u"x"_s}},
-                                QJsonObject{{"type"_L1, u"text"_s}, {"text"_L1, u" 1}]"_s}},
-                                QJsonObject{{"type"_L1, u"text"_s}, {"text"_L1, 5}}};
-        const QJsonObject usage{{"input_tokens"_L1, 1000}, {"output_tokens"_L1, 200}};
-        server.enqueue(status(200, QJsonDocument(QJsonObject{{"content"_L1, blocks}, {"usage"_L1, usage}}).toJson()));
+        const QJsonArray blocks {QJsonObject {{"type"_L1, u"text"_s}, {"text"_L1, u"[{\"id\":"_s}},
+                                 QJsonObject {{"type"_L1, u"tool_use"_s}, {"id"_L1, u"x"_s}},
+                                 QJsonObject {{"type"_L1, u"text"_s}, {"text"_L1, u" 1}]"_s}},
+                                 QJsonObject {{"type"_L1, u"text"_s}, {"text"_L1, 5}}};
+        const QJsonObject usage {{"input_tokens"_L1, 1000}, {"output_tokens"_L1, 200}};
+        server.enqueue(status(200, QJsonDocument(QJsonObject {{"content"_L1, blocks}, {"usage"_L1, usage}}).toJson()));
         QCOMPARE(std::get<QString>(sendOnce(&clock)), u"[{\"id\": 1}]"_s);
         QCOMPARE(Usage::shared().runCalls(), 1);
         QVERIFY(qAbs(Usage::shared().runUSD() - 0.0002) < 1e-12);
@@ -108,13 +108,16 @@ private Q_SLOTS:
         QCOMPARE(std::get<QString>(sendOnce(&clock)), u"ok"_s);
         QCOMPARE(Usage::shared().runCalls(), 0);
 
-        for (const QByteArray& bad : {QByteArray("[]"), QByteArray(R"({"content":"text"})"), QByteArray(R"({"content":[1]})"),
+        for (const QByteArray& bad : {QByteArray("[]"),
+                                      QByteArray(R"({"content":"text"})"),
+                                      QByteArray(R"({"content":[1]})"),
                                       QByteArray("{}")}) {
             server.enqueue(status(200, bad));
             QCOMPARE(errorText(sendOnce(&clock)), u"Unexpected response from Claude."_s);
         }
         server.enqueue(status(200, "not json"));
-        QCOMPARE(errorText(sendOnce(&clock)), u"Couldn't reach Claude. Check your internet connection and try again."_s);
+        QCOMPARE(errorText(sendOnce(&clock)),
+                 u"Couldn't reach Claude. Check your internet connection and try again."_s);
         QVERIFY(clock.sleeps().isEmpty());
     }
 
@@ -123,7 +126,7 @@ private Q_SLOTS:
         FakeClaudeServer server;
         TestClock clock;
         const QByteArray longBody = QByteArray("x").repeated(500);
-        const QList<std::pair<FakeClaudeServer::Response, QString>> cases{
+        const QList<std::pair<FakeClaudeServer::Response, QString>> cases {
             {status(400, R"({"error":{"message":"Your credit balance is too low"}})"),
              u"Your Claude credits ran out. Top up at console.anthropic.com, then refresh again. Nothing was moved."_s},
             {status(401), u"Brindlow couldn't sign in to Claude (error 401). Nothing was moved."_s},
@@ -138,7 +141,8 @@ private Q_SLOTS:
             server.enqueue(response);
             const ClaudeAPI::Result result = sendOnce(&clock);
             QCOMPARE(errorText(result), text);
-            QCOMPARE(std::get<APIError>(result).isFatal(), text.contains(u"Nothing was moved"_s) || text.startsWith(u"Claude model"_s));
+            QCOMPARE(std::get<APIError>(result).isFatal(),
+                     text.contains(u"Nothing was moved"_s) || text.startsWith(u"Claude model"_s));
         }
         QCOMPARE(server.requestCount(), int(cases.size())); // 4xx answers are never retried
         QVERIFY(clock.sleeps().isEmpty());
@@ -158,7 +162,7 @@ private Q_SLOTS:
             server.enqueue(status(529, "overloaded"));
         QCOMPARE(errorText(sendOnce(&clock)), u"Claude is busy right now. Try again in a minute."_s);
         QCOMPARE(server.requestCount(), 4);
-        QCOMPARE(clock.sleeps(), (QList<std::chrono::milliseconds>{seconds(3), seconds(8), seconds(13), seconds(18)}));
+        QCOMPARE(clock.sleeps(), (QList<std::chrono::milliseconds> {seconds(3), seconds(8), seconds(13), seconds(18)}));
 
         TestClock second;
         server.enqueue(status(429));
@@ -166,7 +170,7 @@ private Q_SLOTS:
         server.enqueue(FakeClaudeServer::reply(u"finally"_s));
         QCOMPARE(std::get<QString>(sendOnce(&second)), u"finally"_s);
         QCOMPARE(server.requestCount(), 7);
-        QCOMPARE(second.sleeps(), (QList<std::chrono::milliseconds>{seconds(3), seconds(8)}));
+        QCOMPARE(second.sleeps(), (QList<std::chrono::milliseconds> {seconds(3), seconds(8)}));
         QCOMPARE(Usage::shared().runCalls(), 1);
     }
 
@@ -180,7 +184,8 @@ private Q_SLOTS:
             const quint16 port = closed.serverPort();
             closed.close();
             qputenv("BRINDLOW_API_URL", "http://127.0.0.1:" + QByteArray::number(port));
-            QCOMPARE(errorText(sendOnce(&clock)), u"Couldn't reach Claude. Check your internet connection and try again."_s);
+            QCOMPARE(errorText(sendOnce(&clock)),
+                     u"Couldn't reach Claude. Check your internet connection and try again."_s);
             QVERIFY(clock.sleeps().isEmpty());
             qunsetenv("BRINDLOW_API_URL");
         }
@@ -194,7 +199,7 @@ private Q_SLOTS:
         QElapsedTimer timer;
         timer.start();
         QFuture<ClaudeAPI::Result> pending = QtConcurrent::run([&api] {
-            return api.send(u"s"_s, {QJsonObject{{"type"_L1, u"text"_s}, {"text"_L1, u"x"_s}}}, 10);
+            return api.send(u"s"_s, {QJsonObject {{"type"_L1, u"text"_s}, {"text"_L1, u"x"_s}}}, 10);
         });
         QTRY_COMPARE(server.requestCount(), 1);
         cancellation->cancel();
@@ -211,7 +216,8 @@ private Q_SLOTS:
         QThreadPool pool;
         pool.setMaxThreadCount(6);
         QList<int> jobs(24);
-        const QList<bool> ok = QtConcurrent::blockingMapped(&pool, jobs, [](int) { return isSuccess(sendOnce(nullptr)); });
+        const QList<bool> ok
+            = QtConcurrent::blockingMapped(&pool, jobs, [](int) { return isSuccess(sendOnce(nullptr)); });
         QVERIFY(std::all_of(ok.cbegin(), ok.cend(), [](bool b) { return b; }));
         QCOMPARE(server.maxInFlight(), 6);
         QCOMPARE(Usage::shared().runCalls(), 24);

@@ -64,11 +64,11 @@ private Q_SLOTS:
         ScannedItem report = item(7, home.path() + u"/Downloads/report \"final\".pdf"_s);
         QJsonObject described = QJsonDocument::fromJson(Prompt::describe(report).toUtf8()).object();
         QCOMPARE(described,
-                 (QJsonObject{{"id"_L1, 7},
-                              {"path"_L1, u"~/Downloads/report \"final\".pdf"_s},
-                              {"kind"_L1, u"pdf"_s},
-                              {"size_kb"_L1, 1},
-                              {"modified"_L1, u"2026-03-01"_s}}));
+                 (QJsonObject {{"id"_L1, 7},
+                               {"path"_L1, u"~/Downloads/report \"final\".pdf"_s},
+                               {"kind"_L1, u"pdf"_s},
+                               {"size_kb"_L1, 1},
+                               {"modified"_L1, u"2026-03-01"_s}}));
         QVERIFY(!Prompt::describe(report).contains(u'\n'));
 
         report.text = QString(1000, u'a');
@@ -88,21 +88,23 @@ private Q_SLOTS:
         ScannedItem photo = item(12, home.path() + u"/Desktop/IMG_1.jpg"_s);
         photo.kind = FileKind::image;
         photo.whereFrom = u"https://example.org/p"_s;
-        QCOMPARE(Prompt::sheetListing({item(3, u"/x/a.pdf"_s), photo}),
-                 u"This contact sheet shows these files; each tile is labeled with its number:\n"
-                 u"#1 = id 3: /x/a.pdf (pdf, modified 2026-03-01)\n"
-                 u"#2 = id 12: ~/Desktop/IMG_1.jpg (image, modified 2026-03-01), downloaded from https://example.org/p"_s);
+        QCOMPARE(
+            Prompt::sheetListing({item(3, u"/x/a.pdf"_s), photo}),
+            u"This contact sheet shows these files; each tile is labeled with its number:\n"
+            u"#1 = id 3: /x/a.pdf (pdf, modified 2026-03-01)\n"
+            u"#2 = id 12: ~/Desktop/IMG_1.jpg (image, modified 2026-03-01), downloaded from https://example.org/p"_s);
     }
 
     void replies()
     {
-        QHash<qint64, Decision> parsed =
-            Prompt::parse(uR"(Sure! [{"id": 3, "category": " library ", "confidence": "medium"}] Hope this helps)"_s);
+        QHash<qint64, Decision> parsed
+            = Prompt::parse(uR"(Sure! [{"id": 3, "category": " library ", "confidence": "medium"}] Hope this helps)"_s);
         QCOMPARE(parsed.size(), 1);
         QCOMPARE(parsed[3],
-                 (Decision{u"library"_s, std::nullopt, u"medium"_s, std::nullopt, QString(), std::nullopt}));
+                 (Decision {u"library"_s, std::nullopt, u"medium"_s, std::nullopt, QString(), std::nullopt}));
 
-        parsed = Prompt::parse(uR"([{"id": 4.9, "category": "admin", "sub": 5, "new_name": null, "project_hint": "Nimbus",
+        parsed
+            = Prompt::parse(uR"([{"id": 4.9, "category": "admin", "sub": 5, "new_name": null, "project_hint": "Nimbus",
             "reason": "tax form"}, {"id": "5", "category": "admin"}, {}, {"id": 6}, {"id": 4, "category": "personal\n"},
             {"id": 7, "category": "creator", "confidence": 1}])"_s);
         QCOMPARE(parsed.keys().size(), 2);

@@ -64,7 +64,7 @@ private Q_SLOTS:
         usage.endRun(0, november.addMonths(1));
         log = storedLog();
         const QJsonObject months = log.value("months"_L1).toObject();
-        QCOMPARE(months.keys(), (QStringList{u"2026-11"_s, u"2026-12"_s}));
+        QCOMPARE(months.keys(), (QStringList {u"2026-11"_s, u"2026-12"_s}));
         QVERIFY(qAbs(months.value("2026-11"_L1)["usd"_L1].toDouble() - 0.509) < 1e-12);
         QCOMPARE(months.value("2026-11"_L1)["files"_L1].toInt(), 150);
         QVERIFY(qAbs(log.value("totalUSD"_L1).toDouble() - 0.759) < 1e-12);
@@ -81,10 +81,13 @@ private Q_SLOTS:
     void damagedFileStartsOver()
     {
         TempHome home;
-        for (const QByteArray& damaged : {QByteArray("{"),
-                                          QByteArray(R"({"totalUSD": "a lot", "months": {}, "runs": []})"),
-                                          QByteArray(R"({"totalUSD": 1, "months": {"2026-11": {"usd": 1}}, "runs": []})"),
-                                          QByteArray(R"({"totalUSD": 1, "months": {}, "runs": [{"date": "yesterday", "usd": 1, "files": 1, "calls": 1}]})")}) {
+        for (
+            const QByteArray& damaged :
+            {QByteArray("{"),
+             QByteArray(R"({"totalUSD": "a lot", "months": {}, "runs": []})"),
+             QByteArray(R"({"totalUSD": 1, "months": {"2026-11": {"usd": 1}}, "runs": []})"),
+             QByteArray(
+                 R"({"totalUSD": 1, "months": {}, "runs": [{"date": "yesterday", "usd": 1, "files": 1, "calls": 1}]})")}) {
             home.writeFile(u".local/share/Brindlow/usage.json"_s, damaged);
             Usage usage;
             usage.add(0.25);

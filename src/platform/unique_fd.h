@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QtGlobal>
+
+#include <cerrno>
+#include <unistd.h>
+
+// An open file descriptor that closes itself.
+class UniqueFd
+{
+public:
+    explicit UniqueFd(int fd = -1)
+        : m_fd(fd)
+    {
+    }
+    ~UniqueFd()
+    {
+        if (m_fd >= 0)
+            ::close(m_fd);
+    }
+    UniqueFd(const UniqueFd&) = delete;
+    UniqueFd& operator=(const UniqueFd&) = delete;
+
+    int get() const
+    {
+        return m_fd;
+    }
+    bool valid() const
+    {
+        return m_fd >= 0;
+    }
+
+    // Reads until `wanted` bytes arrived or the file ended; -1 on a read error.
+    qint64 readFully(char* buffer, qint64 wanted) const
+    {
+        qint64 total = 0;
+        while (total < wanted) {
+            const ssize_t got = ::read(m_fd, buffer + total, size_t(wanted - total));
+            if (got < 0 && errno == EINTR)
+                continue;
+            if (got < 0)
+                return -1;
+            if (got == 0)
+                break;
+            total += got;
+        }
+        return total;
+    }
+
+private:
+    int m_fd;
+};
