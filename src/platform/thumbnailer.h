@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QImage>
+#include <QSize>
+#include <QString>
+
+// A small picture of a file: the desktop's own fresh thumbnail when there is one, otherwise
+// made here from the file (images decoded at reduced size, the frame of a video, the first page
+// of a PDF). Safe to call from many threads at once.
+namespace Thumbnailer {
+
+// A picture that fits in `box`, or a null image when the file has none to give.
+QImage thumbnail(const QString& path, QSize box = QSize(250, 220));
+
+// The desktop's cached thumbnail (freedesktop layout under ~/.cache/thumbnails), only when it
+// records the file's current modification time.
+QImage cached(const QString& path, int minimumSide);
+
+} // namespace Thumbnailer
