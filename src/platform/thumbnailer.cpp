@@ -1,5 +1,7 @@
 #include "thumbnailer.h"
 
+#include "file_io.h"
+
 #include <QCryptographicHash>
 #include <QFile>
 #include <QFileInfo>
@@ -18,6 +20,8 @@ using namespace Qt::Literals::StringLiterals;
 namespace Thumbnailer {
 
 namespace {
+
+constexpr qint64 kMaxThumbnailBytes = 16 * 1024 * 1024;
 
 QImage fromImageFile(const QString& path, QSize box)
 {
@@ -62,6 +66,28 @@ QImage fromPdf(const QString& path, QSize box)
     return page->renderToImage(dpi, dpi);
 }
 
+// The text of a PNG tEXt chunk. Read by hand: Qt's reader splits keys at the first colon, and
+// the thumbnail keys are "Thumb::URI", "Thumb::MTime".
+std::optional<QByteArray> pngText(const QByteArray& png, const QByteArray& key)
+{
+    qsizetype at = 8; // after the signature
+    while (at + 12 <= png.size()) {
+        const quint32 length = (quint32(quint8(png[at])) << 24) | (quint32(quint8(png[at + 1])) << 16)
+            | (quint32(quint8(png[at + 2])) << 8) | quint32(quint8(png[at + 3]));
+        const QByteArray type = png.mid(at + 4, 4);
+        if (type == "IDAT" || length > quint32(png.size()))
+            break;
+        if (type == "tEXt") {
+            const QByteArray data = png.mid(at + 8, length);
+            const qsizetype zero = data.indexOf('\0');
+            if (zero > 0 && data.left(zero) == key)
+                return data.mid(zero + 1);
+        }
+        at += 12 + qsizetype(length);
+    }
+    return std::nullopt;
+}
+
 bool isVideo(const QString& suffix)
 {
     static const QSet<QString> video{u"mov"_s, u"mp4"_s, u"m4v"_s, u"avi"_s, u"mkv"_s, u"webm"_s,
@@ -83,11 +109,11 @@ QImage cached(const QString& path, int minimumSide)
     for (const auto& [folder, side] : sizes) {
         if (side < minimumSide)
             continue;
-        QImageReader reader(root + QString::fromUtf16(folder) + u'/' + name, "png");
+        const std::optional<QByteArray> png = FileIo::readRegular(root + QString::fromUtf16(folder) + u'/' + name, kMaxThumbnailBytes);
         // A thumbnail of an older version of the file would show the wrong picture.
-        if (reader.text(u"Thumb::MTime"_s) != QString::number(qint64(info.st_mtim.tv_sec)))
+        if (!png || pngText(*png, "Thumb::MTime") != QByteArray::number(qint64(info.st_mtim.tv_sec)))
             continue;
-        QImage image = reader.read();
+        QImage image = QImage::fromData(*png, "PNG");
         if (!image.isNull())
             return image;
     }

@@ -1,5 +1,6 @@
 #include "file_factory.h"
 
+#include <QBuffer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -12,6 +13,7 @@
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <zip.h>
+#include <zlib.h>
 
 namespace FileFactory {
 
@@ -91,6 +93,25 @@ void jpeg(const QString& path, int width, int height)
     QDir().mkpath(QFileInfo(path).absolutePath());
     if (!image.save(path, "JPEG", 85))
         fail("jpeg", path);
+}
+
+void pngWithText(const QString& path, const QImage& image, const QByteArray& key, const QByteArray& value)
+{
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    const QByteArray body = "tEXt" + key + '\0' + value;
+    const quint32 crc = quint32(crc32(0, reinterpret_cast<const Bytef*>(body.constData()), uInt(body.size())));
+    QByteArray chunk;
+    const quint32 length = quint32(body.size() - 4);
+    for (int shift : {24, 16, 8, 0})
+        chunk.append(char(length >> shift));
+    chunk.append(body);
+    for (int shift : {24, 16, 8, 0})
+        chunk.append(char(crc >> shift));
+    const qsizetype afterHeader = 8 + 25; // signature and header chunk
+    write(path, png.left(afterHeader) + chunk + png.mid(afterHeader));
 }
 
 void setModified(const QString& path, const QDateTime& moment)

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QDateTime>
+#include <QImage>
 #include <QList>
 #include <QPair>
 #include <QString>
@@ -20,6 +21,9 @@ void pdf(const QString& path, const QStringList& pageTexts);
 void png(const QString& path, int width, int height, qint64 totalBytes = 0);
 // A JPEG of noise, about as large as a camera's at that size.
 void jpeg(const QString& path, int width, int height);
+// Saves `image` as PNG with a text chunk, written the way desktop thumbnailers write them
+// (QImage's own text support cannot store keys with colons such as "Thumb::MTime").
+void pngWithText(const QString& path, const QImage& image, const QByteArray& key, const QByteArray& value);
 void setModified(const QString& path, const QDateTime& moment);
 void setOriginAttribute(const QString& path, const QByteArray& value);
 

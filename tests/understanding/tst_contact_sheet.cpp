@@ -1,0 +1,169 @@
+#include "platform/thumbnailer.h"
+#include "support/file_factory.h"
+#include "support/temp_home.h"
+#include "understanding/contact_sheet.h"
+
+#include <QCryptographicHash>
+#include <QFileInfo>
+#include <QImage>
+#include <QImageReader>
+#include <QStandardPaths>
+#include <QTest>
+
+#include <sys/stat.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+ScannedItem named(const QString& name, const QString& path = QString())
+{
+    ScannedItem item;
+    item.name = name;
+    item.url = QUrl::fromLocalFile(path.isEmpty() ? u"/nowhere/"_s + name : path);
+    return item;
+}
+
+QImage solid(int width, int height, QColor colour)
+{
+    QImage image(width, height, QImage::Format_RGB32);
+    image.fill(colour);
+    return image;
+}
+
+int greyAt(const QImage& image, int x, int y)
+{
+    return qGray(image.pixel(x, y));
+}
+
+bool isRed(QRgb pixel)
+{
+    return qRed(pixel) > 200 && qGreen(pixel) < 60 && qBlue(pixel) < 60;
+}
+
+// Rows of a cell's image box that hold the picture, as [first, last] from the cell's top.
+std::pair<int, int> paintedRows(const QImage& sheet, int x, int cellTop)
+{
+    int first = -1;
+    int last = -1;
+    for (int y = cellTop; y < cellTop + 230; ++y) {
+        if (isRed(sheet.pixel(x, y))) {
+            if (first < 0)
+                first = y - cellTop;
+            last = y - cellTop;
+        }
+    }
+    return {first, last};
+}
+
+} // namespace
+
+class TestContactSheet : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void geometry()
+    {
+        QList<ScannedItem> items;
+        QList<QImage> pictures;
+        for (int i = 0; i < 20; ++i) {
+            items.append(named(u"item %1.png"_s.arg(i)));
+            pictures.append(QImage());
+        }
+        QCOMPARE(ContactSheet::draw(items.first(1), pictures.first(1)).size(), QSize(1300, 260));
+        QCOMPARE(ContactSheet::draw(items.first(7), pictures.first(7)).size(), QSize(1300, 520));
+        QCOMPARE(ContactSheet::draw(items, pictures).size(), QSize(1300, 1040));
+        QCOMPARE(ContactSheet::draw({}, {}).size(), QSize(1300, 260));
+
+        // Wide picture in the first cell, tall one in the second, none in the third.
+        const QImage sheet = ContactSheet::draw(items.first(7),
+                                                {solid(100, 50, Qt::red), solid(2000, 4000, Qt::red), QImage(), QImage(),
+                                                 QImage(), QImage(), QImage()});
+        // 100 x 50 grows to 252 x 126, centred in the box 4..228 from the cell's top.
+        QCOMPARE(paintedRows(sheet, 130, 0), std::pair(53, 178));
+        QVERIFY(isRed(sheet.pixel(5, 100)) && isRed(sheet.pixel(254, 100)));
+        QCOMPARE(greyAt(sheet, 2, 100), 219);
+        // 2000 x 4000 shrinks to 112 x 224: columns 74..185 of the second cell.
+        QCOMPARE(paintedRows(sheet, 260 + 130, 0), std::pair(4, 227));
+        QVERIFY(isRed(sheet.pixel(260 + 75, 100)) && isRed(sheet.pixel(260 + 184, 100)));
+        QVERIFY(!isRed(sheet.pixel(260 + 72, 100)) && !isRed(sheet.pixel(260 + 187, 100)));
+
+        // Every used cell has its dark label strip with white text on it; unused cells stay plain.
+        for (int i = 0; i < 10; ++i) {
+            const int left = (i % 5) * 260;
+            const int top = (i / 5) * 260;
+            int white = 0;
+            int dark = 0;
+            for (int x = left; x < left + 260; ++x) {
+                for (int y = top + 231; y < top + 260; ++y) {
+                    const int level = greyAt(sheet, x, y);
+                    white += level > 240;
+                    dark += level == 20;
+                }
+            }
+            if (i < 7) {
+                QVERIFY2(white > 30 && dark > 5000, qPrintable(QString::number(i)));
+            } else {
+                QCOMPARE(white, 0);
+                QCOMPARE(greyAt(sheet, left + 130, top + 245), 219);
+            }
+        }
+        // The placeholder: grey text around its baseline, 120 above the cell's bottom.
+        int placeholder = 0;
+        for (int x = 2 * 260 + 12; x < 2 * 260 + 120; ++x) {
+            for (int y = 125; y < 142; ++y)
+                placeholder += greyAt(sheet, x, y) < 200;
+        }
+        QVERIFY(placeholder > 20);
+    }
+
+    void labels()
+    {
+        // Long names are cut to 24 characters: same picture whatever follows them.
+        const QImage a = ContactSheet::draw({named(u"abcdefghijklmnopqrstuvwxyz-one.png"_s)}, {QImage()});
+        const QImage b = ContactSheet::draw({named(u"abcdefghijklmnopqrstuvwx-other.png"_s)}, {QImage()});
+        const QImage c = ContactSheet::draw({named(u"abcdefghijklmnopqrstuvw.png"_s)}, {QImage()});
+        QCOMPARE(a, b);
+        QVERIFY(a != c);
+    }
+
+    void sheetsFromFiles()
+    {
+        TempHome home;
+        const QString photo = home.path() + u"/photo.jpg"_s;
+        FileFactory::jpeg(photo, 1600, 1200);
+        const QString document = home.path() + u"/report.pdf"_s;
+        FileFactory::pdf(document, {u"Quarterly report"_s});
+        const QString broken = home.path() + u"/clip.mov"_s;
+        FileFactory::write(broken, "not a video at all");
+
+        QVERIFY(Thumbnailer::thumbnail(photo).size() == QSize(250, 188) || Thumbnailer::thumbnail(photo).size() == QSize(250, 187));
+        const QImage page = Thumbnailer::thumbnail(document);
+        QVERIFY(!page.isNull() && page.width() <= 251 && page.height() <= 221);
+        QVERIFY(Thumbnailer::thumbnail(broken).isNull());
+
+        // The desktop's thumbnail is used while it matches the file's time, and only then.
+        struct stat info {};
+        ::stat(QFile::encodeName(broken).constData(), &info);
+        const QByteArray uri = QUrl::fromLocalFile(broken).toEncoded();
+        const QString cached = home.path() + u"/.cache/thumbnails/large/"_s
+            + QString::fromLatin1(QCryptographicHash::hash(uri, QCryptographicHash::Md5).toHex()) + u".png"_s;
+        const QImage thumb = solid(256, 144, Qt::blue);
+        FileFactory::pngWithText(cached, thumb, "Thumb::MTime", QByteArray::number(qint64(info.st_mtim.tv_sec)));
+        QCOMPARE(Thumbnailer::thumbnail(broken).size(), QSize(250, 140));
+        FileFactory::pngWithText(cached, thumb, "Thumb::MTime", QByteArray::number(qint64(info.st_mtim.tv_sec) - 60));
+        QVERIFY(Thumbnailer::thumbnail(broken).isNull());
+
+        QList<ScannedItem> items{named(u"photo.jpg"_s, photo), named(u"report.pdf"_s, document), named(u"clip.mov"_s, broken)};
+        const std::optional<QByteArray> jpeg = ContactSheet::make(items);
+        QVERIFY(jpeg && jpeg->startsWith("\xff\xd8"));
+        const QImage decoded = QImage::fromData(*jpeg, "JPEG");
+        QCOMPARE(decoded.size(), QSize(1300, 260));
+        // The photo's noise fills the first box; the broken clip's box stays background.
+        QVERIFY(greyAt(decoded, 520 + 200, 60) > 200);
+    }
+};
+
+QTEST_MAIN(TestContactSheet)
+#include "tst_contact_sheet.moc"
