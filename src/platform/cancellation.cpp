@@ -2,8 +2,7 @@
 
 Cancellation::Cancellation(std::shared_ptr<const Cancellation> parent)
     : m_parent(std::move(parent))
-{
-}
+{ }
 
 void Cancellation::cancel()
 {

@@ -90,8 +90,8 @@ std::optional<QByteArray> pngText(const QByteArray& png, const QByteArray& key)
 
 bool isVideo(const QString& suffix)
 {
-    static const QSet<QString> video{u"mov"_s, u"mp4"_s, u"m4v"_s, u"avi"_s, u"mkv"_s, u"webm"_s,
-                                     u"wmv"_s, u"flv"_s, u"mts"_s, u"m2ts"_s, u"3gp"_s};
+    static const QSet<QString> video {
+        u"mov"_s, u"mp4"_s, u"m4v"_s, u"avi"_s, u"mkv"_s, u"webm"_s, u"wmv"_s, u"flv"_s, u"mts"_s, u"m2ts"_s, u"3gp"_s};
     return video.contains(suffix);
 }
 
@@ -99,17 +99,21 @@ bool isVideo(const QString& suffix)
 
 QImage cached(const QString& path, int minimumSide)
 {
-    struct stat info {};
+    struct stat info
+    { };
     if (::stat(QFile::encodeName(path).constData(), &info) != 0)
         return {};
     const QByteArray uri = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath()).toEncoded();
-    const QString name = QString::fromLatin1(QCryptographicHash::hash(uri, QCryptographicHash::Md5).toHex()) + u".png"_s;
+    const QString name
+        = QString::fromLatin1(QCryptographicHash::hash(uri, QCryptographicHash::Md5).toHex()) + u".png"_s;
     const QString root = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) + u"/thumbnails/"_s;
-    const std::pair<const char16_t*, int> sizes[] = {{u"normal", 128}, {u"large", 256}, {u"x-large", 512}, {u"xx-large", 1024}};
+    const std::pair<const char16_t*, int> sizes[]
+        = {{u"normal", 128}, {u"large", 256}, {u"x-large", 512}, {u"xx-large", 1024}};
     for (const auto& [folder, side] : sizes) {
         if (side < minimumSide)
             continue;
-        const std::optional<QByteArray> png = FileIo::readRegular(root + QString::fromUtf16(folder) + u'/' + name, kMaxThumbnailBytes);
+        const std::optional<QByteArray> png
+            = FileIo::readRegular(root + QString::fromUtf16(folder) + u'/' + name, kMaxThumbnailBytes);
         // A thumbnail of an older version of the file would show the wrong picture.
         if (!png || pngText(*png, "Thumb::MTime") != QByteArray::number(qint64(info.st_mtim.tv_sec)))
             continue;

@@ -11,8 +11,7 @@ class UniqueFd
 public:
     explicit UniqueFd(int fd = -1)
         : m_fd(fd)
-    {
-    }
+    { }
     ~UniqueFd()
     {
         if (m_fd >= 0)

@@ -67,8 +67,7 @@ Classifier::Classifier(const QString& apiKey, const Profile& profile, const std:
     : m_apiKey(apiKey)
     , m_profile(profile)
     , m_modelOverride(modelOverride)
-{
-}
+{ }
 
 void Classifier::setClock(const Clock* clock)
 {
@@ -113,7 +112,8 @@ Classifier::Decisions Classifier::fallback(const QList<ScannedItem>& items, cons
 {
     Decisions decisions;
     for (const ScannedItem& item : items)
-        decisions.insert(item.id, Decision{u"needs-you"_s, std::nullopt, u"low"_s, std::nullopt, reason, std::nullopt});
+        decisions.insert(item.id,
+                         Decision {u"needs-you"_s, std::nullopt, u"low"_s, std::nullopt, reason, std::nullopt});
     return decisions;
 }
 
@@ -139,16 +139,16 @@ Classifier::Outcome<Classifier::Decisions> Classifier::ask(const QList<QJsonObje
 Classifier::Outcome<Classifier::Decisions> Classifier::run(const Job& job) const
 {
     if (!job.visual)
-        return ask({QJsonObject{{"type"_L1, u"text"_s}, {"text"_L1, Prompt::textBatch(job.items)}}}, job.items);
+        return ask({QJsonObject {{"type"_L1, u"text"_s}, {"text"_L1, Prompt::textBatch(job.items)}}}, job.items);
     const std::optional<QByteArray> sheet = ContactSheet::make(job.items);
     if (!sheet)
         return fallback(job.items, u"No preview available"_s);
-    const QJsonObject image{{"type"_L1, u"image"_s},
-                            {"source"_L1,
-                             QJsonObject{{"type"_L1, u"base64"_s},
-                                         {"media_type"_L1, u"image/jpeg"_s},
-                                         {"data"_L1, QString::fromLatin1(sheet->toBase64())}}}};
-    return ask({image, QJsonObject{{"type"_L1, u"text"_s}, {"text"_L1, Prompt::sheetListing(job.items)}}}, job.items);
+    const QJsonObject image {{"type"_L1, u"image"_s},
+                             {"source"_L1,
+                              QJsonObject {{"type"_L1, u"base64"_s},
+                                           {"media_type"_L1, u"image/jpeg"_s},
+                                           {"data"_L1, QString::fromLatin1(sheet->toBase64())}}}};
+    return ask({image, QJsonObject {{"type"_L1, u"text"_s}, {"text"_L1, Prompt::sheetListing(job.items)}}}, job.items);
 }
 
 std::optional<APIError> Classifier::runJobs(const QList<Job>& jobs, int inFlight, const Merge& merge) const
@@ -191,16 +191,15 @@ Classifier::Outcome<Classifier::Decisions> Classifier::decideAll(const QList<Sca
         (isVisual(item) ? visual : text).append(item);
     const QList<Job> jobs = cut(text, kSecondTextJob, false) + cut(visual, kSecondVisualJob, true);
     Decisions decisions;
-    const std::optional<APIError> failure = runJobs(jobs, kSecondInFlight, [&decisions](const Decisions& found) {
-        decisions.insert(found);
-    });
+    const std::optional<APIError> failure
+        = runJobs(jobs, kSecondInFlight, [&decisions](const Decisions& found) { decisions.insert(found); });
     if (failure)
         return *failure;
     return decisions;
 }
 
-Classifier::Outcome<QList<PlanItem>> Classifier::buildPlan(const QList<ScannedItem>& items, TidyMode mode,
-                                                           const Progress& progress) const
+Classifier::Outcome<QList<PlanItem>>
+Classifier::buildPlan(const QList<ScannedItem>& items, TidyMode mode, const Progress& progress) const
 {
     Decisions decisions;
     QList<ScannedItem> text;

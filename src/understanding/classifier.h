@@ -41,7 +41,8 @@ public:
     void setCancellation(CancellationPtr cancellation);
 
     // The plan for `items`. `progress` is called on the calling thread.
-    Outcome<QList<PlanItem>> buildPlan(const QList<ScannedItem>& items, TidyMode mode, const Progress& progress = {}) const;
+    Outcome<QList<PlanItem>>
+    buildPlan(const QList<ScannedItem>& items, TidyMode mode, const Progress& progress = {}) const;
     Outcome<Decisions> decideAll(const QList<ScannedItem>& items) const;
     Outcome<Decisions> run(const Job& job) const;
     Outcome<Decisions> ask(const QList<QJsonObject>& content, const QList<ScannedItem>& items) const;

@@ -82,9 +82,8 @@ std::optional<QByteArray> make(const QList<ScannedItem>& items)
 {
     QThreadPool fetchers;
     fetchers.setMaxThreadCount(kFetchesInFlight);
-    const QList<QImage> thumbnails = QtConcurrent::blockingMapped(&fetchers, items, [](const ScannedItem& item) {
-        return Thumbnailer::thumbnail(item.url.toLocalFile());
-    });
+    const QList<QImage> thumbnails = QtConcurrent::blockingMapped(
+        &fetchers, items, [](const ScannedItem& item) { return Thumbnailer::thumbnail(item.url.toLocalFile()); });
     const QImage sheet = draw(items, thumbnails);
     if (sheet.isNull())
         return std::nullopt;

@@ -63,7 +63,8 @@ QString systemPrompt()
            u"Rules:\n"
            u"- Only things the person works on, not tools or companies they merely use (Apple, Google, Figma, Notion, "
            u"Coinbase, Amazon, banks, schools).\n"
-           u"- Not generic life areas (finance, photos, travel, receipts, school, music). Those are handled separately.\n"
+           u"- Not generic life areas (finance, photos, travel, receipts, school, music). Those are handled "
+           u"separately.\n"
            u"- Merge different names for the same thing into one entry; put the other names, domains, tickers and "
            u"handles in aliases.\n"
            u"- Aliases must be distinctive words likely to appear in file names or text, at least 4 characters, never "
@@ -83,7 +84,8 @@ QString systemPrompt()
 
 QString digest(const QList<ScannedItem>& items)
 {
-    static const QSet<QString> standardFolders{u"Desktop"_s, u"Downloads"_s, u"Documents"_s, u"Pictures"_s, u"Movies"_s};
+    static const QSet<QString> standardFolders {
+        u"Desktop"_s, u"Downloads"_s, u"Documents"_s, u"Pictures"_s, u"Movies"_s};
     static const QRegularExpression separators(u"[^\\p{L}\\p{N}$]+"_s);
     static const QRegularExpression integer(u"^[+-]?\\d+$"_s);
     static const QRegularExpression hex(u"^[0-9a-f]{6,}$"_s);
@@ -98,7 +100,8 @@ QString digest(const QList<ScannedItem>& items)
         const QString parent = QFileInfo(info.path()).fileName();
         if (!standardFolders.contains(parent))
             folders[parent] += 1;
-        for (const QString& token : Scanner::nameWithoutExtension(item.name).toLower().split(separators, Qt::SkipEmptyParts)) {
+        for (const QString& token :
+             Scanner::nameWithoutExtension(item.name).toLower().split(separators, Qt::SkipEmptyParts)) {
             if (Graphemes::count(token) >= 3 && !stopWords().contains(token) && !integer.match(token).hasMatch()
                 && !hex.match(token).hasMatch())
                 ++words[token];
@@ -127,16 +130,20 @@ QString digest(const QList<ScannedItem>& items)
         + u"\n\nText from recent documents:\n"_s + lines.join(u'\n');
 }
 
-QList<Project> run(const QList<ScannedItem>& items, const QList<Project>& known, const QString& apiKey,
-                   const QString& model, const Options& options)
+QList<Project> run(const QList<ScannedItem>& items,
+                   const QList<Project>& known,
+                   const QString& apiKey,
+                   const QString& model,
+                   const Options& options)
 {
     if (items.size() < kMinItems)
         return {};
     QStringList knownNames;
     for (const Project& project : known)
         knownNames.append(project.name);
-    const QString suffix = known.isEmpty() ? QString() : u"\n\nProjects they already have: "_s + knownNames.join(u", "_s);
-    QList<QJsonObject> content{textBlock(digest(items) + suffix)};
+    const QString suffix
+        = known.isEmpty() ? QString() : u"\n\nProjects they already have: "_s + knownNames.join(u", "_s);
+    QList<QJsonObject> content {textBlock(digest(items) + suffix)};
 
     QList<ScannedItem> pool;
     for (const ScannedItem& item : items) {
@@ -149,11 +156,11 @@ QList<Project> run(const QList<ScannedItem>& items, const QList<Project>& known,
     bool sheetAdded = false;
     for (qsizetype start = 0; start < sample.size(); start += kPerSheet) {
         if (const std::optional<QByteArray> sheet = ContactSheet::make(sample.mid(start, kPerSheet))) {
-            content.append(QJsonObject{{"type"_L1, u"image"_s},
-                                       {"source"_L1,
-                                        QJsonObject{{"type"_L1, u"base64"_s},
-                                                    {"media_type"_L1, u"image/jpeg"_s},
-                                                    {"data"_L1, QString::fromLatin1(sheet->toBase64())}}}});
+            content.append(QJsonObject {{"type"_L1, u"image"_s},
+                                        {"source"_L1,
+                                         QJsonObject {{"type"_L1, u"base64"_s},
+                                                      {"media_type"_L1, u"image/jpeg"_s},
+                                                      {"data"_L1, QString::fromLatin1(sheet->toBase64())}}}});
             sheetAdded = true;
         }
     }
@@ -201,7 +208,7 @@ QList<Project> run(const QList<ScannedItem>& items, const QList<Project>& known,
                     aliases.append(alias.toString());
             }
         }
-        projects.append(Project{QUuid::createUuid(), name, aliases.join(u", "_s)});
+        projects.append(Project {QUuid::createUuid(), name, aliases.join(u", "_s)});
     }
     return projects;
 }

@@ -28,8 +28,11 @@ QString digest(const QList<ScannedItem>& items);
 
 // New projects from the model's answer (known ones are listed to it so it keeps their names);
 // their looks-like notes are saved as project notes.
-QList<Project> run(const QList<ScannedItem>& items, const QList<Project>& known, const QString& apiKey,
-                   const QString& model, const Options& options = {});
+QList<Project> run(const QList<ScannedItem>& items,
+                   const QList<Project>& known,
+                   const QString& apiKey,
+                   const QString& model,
+                   const Options& options = {});
 
 const QSet<QString>& stopWords();
 QString systemPrompt();

@@ -77,9 +77,9 @@ private Q_SLOTS:
         QCOMPARE(ContactSheet::draw({}, {}).size(), QSize(1300, 260));
 
         // Wide picture in the first cell, tall one in the second, none in the third.
-        const QImage sheet = ContactSheet::draw(items.first(7),
-                                                {solid(100, 50, Qt::red), solid(2000, 4000, Qt::red), QImage(), QImage(),
-                                                 QImage(), QImage(), QImage()});
+        const QImage sheet = ContactSheet::draw(
+            items.first(7),
+            {solid(100, 50, Qt::red), solid(2000, 4000, Qt::red), QImage(), QImage(), QImage(), QImage(), QImage()});
         // 100 x 50 grows to 252 x 126, centred in the box 4..228 from the cell's top.
         QCOMPARE(paintedRows(sheet, 130, 0), std::pair(53, 178));
         QVERIFY(isRed(sheet.pixel(5, 100)) && isRed(sheet.pixel(254, 100)));
@@ -138,13 +138,15 @@ private Q_SLOTS:
         const QString broken = home.path() + u"/clip.mov"_s;
         FileFactory::write(broken, "not a video at all");
 
-        QVERIFY(Thumbnailer::thumbnail(photo).size() == QSize(250, 188) || Thumbnailer::thumbnail(photo).size() == QSize(250, 187));
+        QVERIFY(Thumbnailer::thumbnail(photo).size() == QSize(250, 188)
+                || Thumbnailer::thumbnail(photo).size() == QSize(250, 187));
         const QImage page = Thumbnailer::thumbnail(document);
         QVERIFY(!page.isNull() && page.width() <= 251 && page.height() <= 221);
         QVERIFY(Thumbnailer::thumbnail(broken).isNull());
 
         // The desktop's thumbnail is used while it matches the file's time, and only then.
-        struct stat info {};
+        struct stat info
+        { };
         ::stat(QFile::encodeName(broken).constData(), &info);
         const QByteArray uri = QUrl::fromLocalFile(broken).toEncoded();
         const QString cached = home.path() + u"/.cache/thumbnails/large/"_s
@@ -155,7 +157,8 @@ private Q_SLOTS:
         FileFactory::pngWithText(cached, thumb, "Thumb::MTime", QByteArray::number(qint64(info.st_mtim.tv_sec) - 60));
         QVERIFY(Thumbnailer::thumbnail(broken).isNull());
 
-        QList<ScannedItem> items{named(u"photo.jpg"_s, photo), named(u"report.pdf"_s, document), named(u"clip.mov"_s, broken)};
+        QList<ScannedItem> items {
+            named(u"photo.jpg"_s, photo), named(u"report.pdf"_s, document), named(u"clip.mov"_s, broken)};
         const std::optional<QByteArray> jpeg = ContactSheet::make(items);
         QVERIFY(jpeg && jpeg->startsWith("\xff\xd8"));
         const QImage decoded = QImage::fromData(*jpeg, "JPEG");
