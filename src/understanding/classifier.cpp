@@ -9,6 +9,7 @@
 
 #include <QFileInfo>
 #include <QThreadPool>
+#include <QtConcurrent>
 
 #include <condition_variable>
 #include <deque>
@@ -136,19 +137,28 @@ Classifier::Outcome<Classifier::Decisions> Classifier::ask(const QList<QJsonObje
     return decisions;
 }
 
-Classifier::Outcome<Classifier::Decisions> Classifier::run(const Job& job) const
+std::optional<QList<QJsonObject>> Classifier::content(const Job& job) const
 {
     if (!job.visual)
-        return ask({QJsonObject {{"type"_L1, u"text"_s}, {"text"_L1, Prompt::textBatch(job.items)}}}, job.items);
+        return QList<QJsonObject> {QJsonObject {{"type"_L1, u"text"_s}, {"text"_L1, Prompt::textBatch(job.items)}}};
     const std::optional<QByteArray> sheet = ContactSheet::make(job.items);
     if (!sheet)
-        return fallback(job.items, u"No preview available"_s);
+        return std::nullopt;
     const QJsonObject image {{"type"_L1, u"image"_s},
                              {"source"_L1,
                               QJsonObject {{"type"_L1, u"base64"_s},
                                            {"media_type"_L1, u"image/jpeg"_s},
                                            {"data"_L1, QString::fromLatin1(sheet->toBase64())}}}};
-    return ask({image, QJsonObject {{"type"_L1, u"text"_s}, {"text"_L1, Prompt::sheetListing(job.items)}}}, job.items);
+    return QList<QJsonObject> {image,
+                               QJsonObject {{"type"_L1, u"text"_s}, {"text"_L1, Prompt::sheetListing(job.items)}}};
+}
+
+Classifier::Outcome<Classifier::Decisions> Classifier::run(const Job& job) const
+{
+    const std::optional<QList<QJsonObject>> made = content(job);
+    if (!made)
+        return fallback(job.items, u"No preview available"_s);
+    return ask(*made, job.items);
 }
 
 std::optional<APIError> Classifier::runJobs(const QList<Job>& jobs, int inFlight, const Merge& merge) const
@@ -158,14 +168,42 @@ std::optional<APIError> Classifier::runJobs(const QList<Job>& jobs, int inFlight
     auto stop = std::make_shared<Cancellation>(m_cancellation);
     worker.m_cancellation = stop;
 
+    using Content = std::optional<QList<QJsonObject>>;
+    QThreadPool drawing;
+    drawing.setMaxThreadCount(std::max(2, QThread::idealThreadCount()));
+    QList<QFuture<Content>> contents(jobs.size());
+    std::mutex preparing;
+    qsizetype nextToPrepare = 0;
+    const auto prepareUpTo = [&](qsizetype end) {
+        const std::lock_guard lock(preparing);
+        for (; nextToPrepare < std::min(end, jobs.size()); ++nextToPrepare) {
+            const Job& job = jobs[nextToPrepare];
+            contents[nextToPrepare] = QtConcurrent::run(&drawing, [&worker, &stop, job]() -> Content {
+                return stop->isCancelled() ? Content() : worker.content(job);
+            });
+        }
+    };
+    const auto preparedFor = [&](qsizetype index) {
+        const std::lock_guard lock(preparing);
+        return contents[index];
+    };
+    prepareUpTo(kPrepareAhead);
+
     QThreadPool pool;
     pool.setMaxThreadCount(inFlight);
     Completions completions;
     // The pool starts jobs in the order they were queued, the next one as soon as one ends.
-    for (const Job& job : jobs) {
-        pool.start([&worker, &completions, &stop, job] {
-            completions.push(stop->isCancelled() ? Outcome<Decisions>(APIError::of(APIError::Kind::cancelled))
-                                                 : worker.run(job));
+    for (qsizetype index = 0; index < jobs.size(); ++index) {
+        pool.start([&, index] {
+            prepareUpTo(index + kPrepareAhead + 1);
+            const Job& job = jobs[index];
+            if (stop->isCancelled()) {
+                completions.push(APIError::of(APIError::Kind::cancelled));
+                return;
+            }
+            const Content made = preparedFor(index).result();
+            completions.push(made ? worker.ask(*made, job.items)
+                                  : Outcome<Decisions>(fallback(job.items, u"No preview available"_s)));
         });
     }
     std::optional<APIError> failure;
@@ -180,6 +218,7 @@ std::optional<APIError> Classifier::runJobs(const QList<Job>& jobs, int inFlight
         }
     }
     pool.waitForDone();
+    drawing.waitForDone();
     return failure;
 }
 

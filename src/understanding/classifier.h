@@ -45,6 +45,9 @@ public:
     buildPlan(const QList<ScannedItem>& items, TidyMode mode, const Progress& progress = {}) const;
     Outcome<Decisions> decideAll(const QList<ScannedItem>& items) const;
     Outcome<Decisions> run(const Job& job) const;
+    // The request content of a job: its text lines, or its contact sheet and listing; nothing
+    // when the sheet cannot be made.
+    std::optional<QList<QJsonObject>> content(const Job& job) const;
     Outcome<Decisions> ask(const QList<QJsonObject>& content, const QList<ScannedItem>& items) const;
 
     static Decisions fallback(const QList<ScannedItem>& items, const QString& reason);
@@ -62,6 +65,9 @@ public:
     static constexpr int kSecondInFlight = 4;
     static constexpr int kSecondPassMost = 3000;
     static constexpr int kMaxTokens = 6000;
+    // Contents are made this many jobs ahead of the requests, so that drawing sheets overlaps
+    // with waiting for answers instead of delaying them.
+    static constexpr int kPrepareAhead = 2 * kInFlight;
 
 private:
     using Merge = std::function<void(const Decisions&)>;

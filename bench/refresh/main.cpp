@@ -1,0 +1,172 @@
+// Refresh benchmark: classifies 2,000 mixed items (a third of them real multi-megapixel photos)
+// against the fake Messages API with a fixed latency per request, and prints the wall time
+// beside the ideal (job waves x latency). Then times one contact sheet of 20 twelve-megapixel
+// photos beside vipsthumbnail and ImageMagick's montage making the same 20 tiles.
+//
+//   build/bench/bench_refresh [--latency 1500] [--dir DIR]
+#include "support/fake_claude_server.h"
+#include "understanding/classifier.h"
+#include "understanding/contact_sheet.h"
+
+#include <QBuffer>
+#include <QCommandLineParser>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QImage>
+#include <QJsonObject>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QTextStream>
+
+#include <cmath>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QTextStream out(stdout);
+
+double seconds(const QElapsedTimer& timer)
+{
+    return double(timer.nsecsElapsed()) / 1e9;
+}
+
+QByteArray photoJpeg(int width, int height, quint32 seed)
+{
+    QImage image(width, height, QImage::Format_RGB32);
+    QRandomGenerator random(seed);
+    for (int y = 0; y < height; ++y) {
+        auto* line = reinterpret_cast<quint32*>(image.scanLine(y));
+        for (int x = 0; x < width; ++x) {
+            const int base = (x * 255 / width + y * 255 / height) / 2;
+            const int grain = int(random.bounded(40));
+            line[x] = qRgb(std::min(255, base + grain), std::min(255, 80 + grain), std::min(255, 255 - base + grain));
+        }
+    }
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "JPEG", 88);
+    return bytes;
+}
+
+// A copy made unique by a comment segment right after the start marker.
+QByteArray unique(const QByteArray& jpeg, int serial)
+{
+    const QByteArray comment = "copy " + QByteArray::number(serial);
+    QByteArray segment("\xFF\xFE", 2);
+    segment.append(char(0)).append(char(comment.size() + 2)).append(comment);
+    return jpeg.left(2) + segment + jpeg.mid(2);
+}
+
+void write(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    file.open(QIODevice::WriteOnly);
+    file.write(bytes);
+}
+
+ScannedItem itemFor(const QString& path, qint64 id, FileKind kind)
+{
+    ScannedItem item;
+    item.id = id;
+    item.url = QUrl::fromLocalFile(path);
+    item.name = path.section(u'/', -1);
+    item.ext = path.section(u'.', -1);
+    item.kind = kind;
+    item.size = QFileInfo(path).size();
+    item.modified = QDateTime::currentDateTimeUtc();
+    item.text = kind == FileKind::doc ? std::optional(u"Meeting notes about the spring launch"_s) : std::nullopt;
+    return item;
+}
+
+double timeCommand(const QString& command)
+{
+    QElapsedTimer timer;
+    timer.start();
+    QProcess::execute(u"/bin/sh"_s, {u"-c"_s, command});
+    return seconds(timer);
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication app(argc, argv);
+    QCommandLineParser parser;
+    parser.addOption({u"latency"_s, u"Milliseconds per request."_s, u"ms"_s, u"1500"_s});
+    parser.addOption({u"dir"_s, u"Where the generated files live."_s, u"dir"_s, u"/tmp/brindlow-bench-refresh"_s});
+    parser.addHelpOption();
+    parser.process(app);
+    const int latency = parser.value(u"latency"_s).toInt();
+    const QString dir = parser.value(u"dir"_s);
+    qputenv("XDG_DATA_HOME", QFile::encodeName(dir + u"/data"_s));
+    qputenv("XDG_CACHE_HOME", QFile::encodeName(dir + u"/cache"_s));
+    out.setRealNumberNotation(QTextStream::FixedNotation);
+    out.setRealNumberPrecision(2);
+
+    // 2,000 items: 667 photos of 6 megapixels, 1,333 text documents.
+    const QString home = dir + u"/home"_s;
+    QDir().mkpath(home + u"/Desktop"_s);
+    QDir().mkpath(home + u"/Documents"_s);
+    if (!QFile::exists(home + u"/ready"_s)) {
+        const QByteArray templates[] = {photoJpeg(3000, 2000, 1), photoJpeg(3000, 2000, 2), photoJpeg(2000, 3000, 3)};
+        for (int i = 0; i < 667; ++i)
+            write(home + u"/Desktop/IMG_%1.jpg"_s.arg(i), unique(templates[i % 3], i));
+        for (int i = 0; i < 1333; ++i)
+            write(home + u"/Documents/notes %1.txt"_s.arg(i), "Meeting notes about the spring launch " + QByteArray::number(i));
+        for (int i = 0; i < 20; ++i)
+            write(home + u"/big_%1.jpg"_s.arg(i), photoJpeg(4000, 3000, 100 + i));
+        write(home + u"/ready"_s, "");
+    }
+    QList<ScannedItem> items;
+    for (int i = 0; i < 667; ++i)
+        items.append(itemFor(home + u"/Desktop/IMG_%1.jpg"_s.arg(i), items.size(), FileKind::image));
+    for (int i = 0; i < 1333; ++i)
+        items.append(itemFor(home + u"/Documents/notes %1.txt"_s.arg(i), items.size(), FileKind::doc));
+
+    FakeClaudeServer server;
+    server.setLatency(latency);
+    server.setHandler([](const FakeClaudeServer::Request& request) {
+        return FakeClaudeServer::sortingReply(request, [](qint64) {
+            return QJsonObject{{"category"_L1, u"library"_s}, {"confidence"_L1, u"high"_s}, {"reason"_L1, u"bench"_s}};
+        });
+    });
+    Profile profile = Profile::defaults(home);
+    Classifier classifier(u"sk-bench"_s, profile);
+    QElapsedTimer timer;
+    timer.start();
+    const auto outcome = classifier.buildPlan(items, TidyMode::quick);
+    const double wall = seconds(timer);
+    const int jobs = int(std::ceil(1333 / 40.0) + std::ceil(667 / 20.0));
+    const int waves = (jobs + Classifier::kInFlight - 1) / Classifier::kInFlight;
+    const double ideal = waves * latency / 1000.0;
+    out << "Classification of 2,000 items (667 photos of 6 MP, 1,333 documents), " << latency << " ms per request\n";
+    out << "  " << jobs << " jobs in " << waves << " waves of " << Classifier::kInFlight << ", requests "
+        << server.requestCount() << ", most in flight " << server.maxInFlight() << ", planned "
+        << (std::holds_alternative<QList<PlanItem>>(outcome) ? std::get<QList<PlanItem>>(outcome).size() : -1) << '\n';
+    out << "  wall " << wall << " s vs ideal " << ideal << " s: overhead " << 100 * (wall / ideal - 1)
+        << " % (target <= 10 %)\n";
+
+    // One sheet of 20 twelve-megapixel photos.
+    QList<ScannedItem> big;
+    QStringList paths;
+    for (int i = 0; i < 20; ++i) {
+        big.append(itemFor(home + u"/big_%1.jpg"_s.arg(i), i, FileKind::image));
+        paths.append(u"'"_s + home + u"/big_%1.jpg'"_s.arg(i));
+    }
+    timer.restart();
+    const std::optional<QByteArray> sheet = ContactSheet::make(big);
+    const double ours = seconds(timer);
+    QDir().mkpath(dir + u"/vips"_s);
+    const double vips = timeCommand(u"vipsthumbnail --size 250x220 -o '"_s + dir + u"/vips/%s.jpg' "_s + paths.join(u' '));
+    // The size hint lets ImageMagick decode the JPEGs at reduced size too, as the other two do.
+    const double montage = timeCommand(u"montage -define jpeg:size=500x440 "_s + paths.join(u' ')
+                                       + u" -geometry 250x220+4+4 -tile 5x '"_s + dir + u"/montage.jpg'"_s);
+    out << "Contact sheet of 20 photos of 12 MP: " << ours << " s (" << (sheet ? sheet->size() / 1024 : 0) << " KiB)\n";
+    out << "  vipsthumbnail, same 20 tiles: " << vips << " s (ours / vips = " << ours / vips << ", target <= 2)\n";
+    out << "  montage, same 20 tiles: " << montage << " s (montage / ours = " << montage / ours << ", target > 1)\n";
+    return 0;
+}
