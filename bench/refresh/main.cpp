@@ -116,7 +116,8 @@ int main(int argc, char* argv[])
         for (int i = 0; i < 667; ++i)
             write(home + u"/Desktop/IMG_%1.jpg"_s.arg(i), unique(templates[i % 3], i));
         for (int i = 0; i < 1333; ++i)
-            write(home + u"/Documents/notes %1.txt"_s.arg(i), "Meeting notes about the spring launch " + QByteArray::number(i));
+            write(home + u"/Documents/notes %1.txt"_s.arg(i),
+                  "Meeting notes about the spring launch " + QByteArray::number(i));
         for (int i = 0; i < 20; ++i)
             write(home + u"/big_%1.jpg"_s.arg(i), photoJpeg(4000, 3000, 100 + i));
         write(home + u"/ready"_s, "");
@@ -131,7 +132,7 @@ int main(int argc, char* argv[])
     server.setLatency(latency);
     server.setHandler([](const FakeClaudeServer::Request& request) {
         return FakeClaudeServer::sortingReply(request, [](qint64) {
-            return QJsonObject{{"category"_L1, u"library"_s}, {"confidence"_L1, u"high"_s}, {"reason"_L1, u"bench"_s}};
+            return QJsonObject {{"category"_L1, u"library"_s}, {"confidence"_L1, u"high"_s}, {"reason"_L1, u"bench"_s}};
         });
     });
     Profile profile = Profile::defaults(home);
@@ -161,7 +162,8 @@ int main(int argc, char* argv[])
     const std::optional<QByteArray> sheet = ContactSheet::make(big);
     const double ours = seconds(timer);
     QDir().mkpath(dir + u"/vips"_s);
-    const double vips = timeCommand(u"vipsthumbnail --size 250x220 -o '"_s + dir + u"/vips/%s.jpg' "_s + paths.join(u' '));
+    const double vips
+        = timeCommand(u"vipsthumbnail --size 250x220 -o '"_s + dir + u"/vips/%s.jpg' "_s + paths.join(u' '));
     // The size hint lets ImageMagick decode the JPEGs at reduced size too, as the other two do.
     const double montage = timeCommand(u"montage -define jpeg:size=500x440 "_s + paths.join(u' ')
                                        + u" -geometry 250x220+4+4 -tile 5x '"_s + dir + u"/montage.jpg'"_s);
