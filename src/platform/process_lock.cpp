@@ -1,0 +1,56 @@
+#include "process_lock.h"
+
+#include <QFile>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+ProcessLock ProcessLock::tryAcquire(const QString& path)
+{
+    ProcessLock lock;
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (fd < 0)
+        return lock;
+    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        ::close(fd);
+        return lock;
+    }
+    lock.m_fd = fd;
+    return lock;
+}
+
+ProcessLock::ProcessLock(ProcessLock&& other) noexcept
+    : m_fd(other.m_fd)
+{
+    other.m_fd = -1;
+}
+
+ProcessLock& ProcessLock::operator=(ProcessLock&& other) noexcept
+{
+    if (this != &other) {
+        release();
+        m_fd = other.m_fd;
+        other.m_fd = -1;
+    }
+    return *this;
+}
+
+ProcessLock::~ProcessLock()
+{
+    release();
+}
+
+bool ProcessLock::held() const
+{
+    return m_fd >= 0;
+}
+
+void ProcessLock::release()
+{
+    if (m_fd >= 0) {
+        ::flock(m_fd, LOCK_UN);
+        ::close(m_fd);
+        m_fd = -1;
+    }
+}

@@ -1,0 +1,339 @@
+#include "model/app_state.h"
+#include "model/store.h"
+#include "platform/process_lock.h"
+#include "support/fake_claude_server.h"
+#include "support/file_factory.h"
+#include "support/temp_home.h"
+#include "support/test_clock.h"
+#include "understanding/usage.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QJsonObject personal(qint64)
+{
+    return {{"category"_L1, u"personal"_s}, {"sub"_L1, u"Documents"_s}, {"confidence"_L1, u"high"_s}, {"reason"_L1, u"a letter"_s}};
+}
+
+// A set-up person with a home of real files, the fake service and a clock of the test's own.
+class Fixture
+{
+public:
+    TempHome home;
+    FakeClaudeServer server;
+    TestClock clock{QDateTime(QDate(2026, 3, 1), QTime(10, 0), Qt::LocalTime)}; // a Sunday
+    QStringList windows;
+
+    Fixture()
+    {
+        Profile profile = Profile::defaults(home.path());
+        profile.onboarded = true;
+        profile.projects = {{QUuid::createUuid(), u"Quorrel"_s, QString()}};
+        Store::saveProfile(profile);
+        Store::saveKey(u"sk-test"_s);
+        server.setHandler([](const FakeClaudeServer::Request& request) {
+            if (request.json().value("system"_L1).toString() == u"Reply with OK.")
+                return FakeClaudeServer::reply(u"OK"_s, 10, 1);
+            return FakeClaudeServer::sortingReply(request, personal);
+        });
+    }
+
+    std::unique_ptr<AppState> state()
+    {
+        auto created = std::make_unique<AppState>(&clock);
+        created->openWindow = [this](const QString& id) { windows.append(id); };
+        created->init();
+        return created;
+    }
+
+    static bool refresh(AppState& state, TidyMode mode)
+    {
+        QSignalSpy finished(&state, &AppState::refreshFinished);
+        state.start(mode);
+        return finished.wait(20000);
+    }
+
+    // Paths of every file named in the sorting requests.
+    QStringList sentPaths() const
+    {
+        QStringList paths;
+        for (const FakeClaudeServer::Request& request : server.requests()) {
+            for (const QString& line : request.userText().split(u'\n')) {
+                const QJsonObject described = QJsonDocument::fromJson(line.toUtf8()).object();
+                if (described.contains("path"_L1))
+                    paths.append(described.value("path"_L1).toString());
+            }
+        }
+        paths.sort();
+        return paths;
+    }
+};
+
+} // namespace
+
+class TestAppState : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void refusals()
+    {
+        Fixture f;
+        Profile fresh = Profile::defaults(f.home.path());
+        Store::saveProfile(fresh);
+        auto state = f.state();
+        state->start(TidyMode::quick);
+        QCOMPARE(f.windows, QStringList{u"onboarding"_s});
+        QCOMPARE(state->phase(), Phase::idle);
+        QCOMPARE(f.server.requestCount(), 0);
+
+        fresh.onboarded = true;
+        state->setProfile(fresh);
+        {
+            // Another process holds the lock: nothing starts, and the person is told why.
+            const ProcessLock other = ProcessLock::tryAcquire(Store::dir() + u"/busy.lock"_s);
+            QVERIFY(other.held());
+            state->start(TidyMode::quick);
+            QCOMPARE(state->phase(), Phase::idle);
+            QCOMPARE(state->message(), AppState::otherProcessBusyText());
+        }
+        f.server.setLatency(300);
+        state->start(TidyMode::quick);
+        QCOMPARE(state->phase(), Phase::scanning);
+        QCOMPARE(state->status(), u"Looking through your folders"_s);
+        const int before = f.server.requestCount();
+        state->start(TidyMode::deep); // busy: ignored
+        QSignalSpy finished(state.get(), &AppState::refreshFinished);
+        QVERIFY(finished.wait(10000));
+        QVERIFY(f.server.requestCount() >= before);
+        QCOMPARE(finished.size(), 1);
+    }
+
+    void refreshToReviewAndNothingToSort()
+    {
+        Fixture f;
+        FileFactory::write(f.home.path() + u"/Desktop/letter to bank.txt"_s, "Dear bank");
+        FileFactory::write(f.home.path() + u"/Documents/old notes.txt"_s, "notes");
+        FileFactory::write(f.home.path() + u"/Documents/Projects/Quorrel/filed.txt"_s, "already filed");
+        FileFactory::write(f.home.path() + u"/Music/song.txt"_s, "not a scan folder");
+        Usage::shared().reset();
+        auto state = f.state();
+        QVERIFY(Fixture::refresh(*state, TidyMode::quick));
+        QCOMPARE(state->phase(), Phase::review);
+        // The first quick refresh looks at every scan folder, never at what is already filed.
+        QCOMPARE(f.sentPaths(), (QStringList{u"~/Desktop/letter to bank.txt"_s, u"~/Documents/old notes.txt"_s}));
+        QCOMPARE(state->plan().size(), 2);
+        QCOMPARE(Store::loadPlan(), state->plan());
+        QVERIFY(state->lastRunCost() && *state->lastRunCost() > 0);
+        QCOMPARE(state->status(), u"Looking at 2 files"_s);
+        QCOMPARE(state->decided(), 2);
+        QCOMPARE(state->liveCounts().value(u"Personal"_s), 2);
+
+        // Once a refresh has run, quick means Desktop and Downloads, and only what changed since.
+        state->discardPlan();
+        Profile profile = state->profile();
+        profile.lastRun = QDateTime::currentDateTime().addSecs(-60);
+        state->setProfile(profile);
+        FileFactory::write(f.home.path() + u"/Downloads/new.txt"_s, "new");
+        FileFactory::write(f.home.path() + u"/Documents/also new.txt"_s, "new, but not looked at");
+        FileFactory::setModified(f.home.path() + u"/Desktop/letter to bank.txt"_s, QDateTime::currentDateTime().addDays(-2));
+        const int requestsBefore = f.server.requestCount();
+        QVERIFY(Fixture::refresh(*state, TidyMode::quick));
+        QStringList later;
+        for (const FakeClaudeServer::Request& request : f.server.requests().mid(requestsBefore))
+            later.append(request.userText());
+        QVERIFY(later.join(u'\n').contains(u"~/Downloads/new.txt"_s));
+        QVERIFY(!later.join(u'\n').contains(u"also new"_s));
+        QVERIFY(!later.join(u'\n').contains(u"letter to bank"_s));
+
+        // Nothing to sort: done, all zeros, and the run counts as the last one.
+        state->discardPlan();
+        QFile::remove(f.home.path() + u"/Downloads/new.txt"_s);
+        profile = state->profile();
+        profile.lastRun = QDateTime::currentDateTime().addSecs(5);
+        state->setProfile(profile);
+        QVERIFY(Fixture::refresh(*state, TidyMode::quick));
+        QCOMPARE(state->phase(), Phase::done);
+        QCOMPARE(state->lastResult(), ApplyResult{});
+        QCOMPARE(state->profile().lastRun, f.clock.now());
+        QCOMPARE(state->status(), u"Nothing new to sort"_s);
+    }
+
+    void failures()
+    {
+        Fixture f;
+        FileFactory::write(f.home.path() + u"/Desktop/a.txt"_s, "a");
+        f.server.setHandler([](const FakeClaudeServer::Request&) { return FakeClaudeServer::Response{401, "{}", 0}; });
+        auto state = f.state();
+        QVERIFY(Fixture::refresh(*state, TidyMode::deep));
+        QCOMPARE(state->phase(), Phase::idle);
+        QCOMPARE(state->message(), u"Brindlow couldn't sign in to Claude (error 401). Nothing was moved."_s);
+        QCOMPARE(f.server.requestCount(), 1); // the connection check alone
+        QVERIFY(state->plan().isEmpty());
+
+        // The check passes, classification dies of a fatal error: nothing planned, cost recorded.
+        f.server.setHandler([](const FakeClaudeServer::Request& request) {
+            if (request.json().value("system"_L1).toString() == u"Reply with OK.")
+                return FakeClaudeServer::reply(u"OK"_s);
+            return FakeClaudeServer::Response{400, R"({"error":"credit balance too low"})", 0};
+        });
+        QVERIFY(Fixture::refresh(*state, TidyMode::quick));
+        QCOMPARE(state->phase(), Phase::idle);
+        QVERIFY(state->message()->startsWith(u"Your Claude credits ran out."_s));
+        QVERIFY(state->lastRunCost().has_value());
+        QVERIFY(Store::loadPlan().isEmpty());
+    }
+
+    void capAtTheNewestItems()
+    {
+        Fixture f;
+        const QString desk = f.home.path() + u"/Desktop"_s;
+        QDir().mkpath(desk);
+        for (int i = 0; i < 30000; ++i) {
+            QFile file(desk + u"/f%1.xyz"_s.arg(i));
+            file.open(QIODevice::WriteOnly);
+        }
+        // Empty files are settled by the rules, so no request is needed for them.
+        auto state = f.state();
+        QVERIFY(Fixture::refresh(*state, TidyMode::junkOnly));
+        QCOMPARE(state->total(), 25000);
+        QCOMPARE(state->plan().size(), 25000);
+        QCOMPARE(state->message(), u"Sorted your newest 25,000 files. Run it again for the rest."_s);
+    }
+
+    void pendingAndImportedPlans()
+    {
+        Fixture f;
+        const QString kept = f.home.path() + u"/Desktop/kept.txt"_s;
+        FileFactory::write(kept, "k");
+        PlanItem item;
+        item.src = QUrl::fromLocalFile(kept);
+        item.destFolder = u"Personal"_s;
+        item.category = u"personal"_s;
+        item.confidence = u"high"_s;
+        item.reason = u"a note"_s;
+        item.approved = true;
+        PlanItem gone = item;
+        gone.id = 1;
+        gone.src = QUrl::fromLocalFile(f.home.path() + u"/Desktop/gone.txt"_s);
+        Store::savePlan({item, gone});
+        auto state = f.state();
+        QCOMPARE(state->phase(), Phase::review);
+        QCOMPARE(state->plan(), QList<PlanItem>{item});
+        QCOMPARE(Store::loadPlan(), QList<PlanItem>{item});
+
+        PlanItem stale = item;
+        stale.reason = u"Claude API error 500: oops"_s;
+        Store::savePlan({item, stale});
+        QCOMPARE(f.state()->phase(), Phase::idle);
+        QVERIFY(Store::loadPlan().isEmpty());
+
+        Store::savePlan({gone});
+        QCOMPARE(f.state()->phase(), Phase::idle);
+
+        // An import whose files are all gone is still renamed, so it is not read again.
+        const QString import = f.home.path() + u"/Documents/Brindlow App/import-plan.json"_s;
+        FileFactory::write(import, QJsonDocument(QJsonArray{gone.toJson()}).toJson());
+        auto importing = f.state();
+        QCOMPARE(importing->phase(), Phase::idle);
+        QVERIFY(!QFile::exists(import));
+        const QString renamed = QFileInfo(import).path() + u"/import-plan.loaded-"_s
+            + QString::number(f.clock.now().toSecsSinceEpoch()) + u".json"_s;
+        QVERIFY(QFile::exists(renamed));
+
+        FileFactory::write(import, QJsonDocument(QJsonArray{item.toJson(), gone.toJson()}).toJson());
+        f.clock.advance(std::chrono::seconds(1));
+        auto imported = f.state();
+        QCOMPARE(imported->phase(), Phase::review);
+        QCOMPARE(imported->plan(), QList<PlanItem>{item});
+        QTRY_COMPARE_WITH_TIMEOUT(f.windows, QStringList{u"review"_s}, 3000);
+
+        FileFactory::write(import, "not json");
+        f.clock.advance(std::chrono::seconds(1));
+        f.state();
+        QVERIFY(QFile::exists(import)); // only a plan that reads is taken and renamed
+    }
+
+    void weeklyCheckAndNotifications()
+    {
+        Fixture f;
+        Profile profile = Store::loadProfile();
+        profile.autoTidy = true;
+        profile.lastRun = QDateTime(QDate(2026, 2, 22), QTime(9, 30), Qt::LocalTime); // the Sunday before
+        Store::saveProfile(profile);
+        auto state = f.state();
+        f.clock.set(QDateTime(QDate(2026, 3, 1), QTime(8, 59), Qt::LocalTime));
+        state->autoCheck();
+        QCOMPARE(state->phase(), Phase::idle);
+        f.clock.set(QDateTime(QDate(2026, 3, 2), QTime(9, 5), Qt::LocalTime)); // a Monday
+        state->autoCheck();
+        QCOMPARE(state->phase(), Phase::idle);
+
+        f.clock.set(QDateTime(QDate(2026, 3, 1), QTime(9, 5), Qt::LocalTime));
+        QSignalSpy finished(state.get(), &AppState::refreshFinished);
+        state->autoCheck();
+        QCOMPARE(state->phase(), Phase::scanning);
+        QVERIFY(finished.wait(10000));
+        QCOMPARE(state->phase(), Phase::done); // nothing to sort: today's run is recorded
+        state->discardPlan();
+        f.clock.set(QDateTime(QDate(2026, 3, 1), QTime(9, 15), Qt::LocalTime));
+        state->autoCheck();
+        QCOMPARE(state->phase(), Phase::idle);
+
+        // A failed automatic refresh leaves the day open for the next tick.
+        profile = state->profile();
+        profile.lastRun = QDateTime(QDate(2026, 2, 22), QTime(9, 30), Qt::LocalTime);
+        state->setProfile(profile);
+        f.server.setHandler([](const FakeClaudeServer::Request&) { return FakeClaudeServer::Response{401, "{}", 0}; });
+        state->autoCheck();
+        QVERIFY(finished.wait(10000));
+        QCOMPARE(state->profile().lastRun, profile.lastRun);
+        state->autoCheck();
+        QCOMPARE(state->phase(), Phase::scanning);
+        QVERIFY(finished.wait(10000));
+
+        // A tapped notification opens a waiting review whatever it was about.
+        f.windows.clear();
+        state->handleNotification(u"sunday-reminder"_s);
+        QCOMPARE(state->phase(), Phase::scanning); // no plan waiting: the reminder starts a refresh
+        QVERIFY(finished.wait(10000));
+    }
+
+    void texts()
+    {
+        Fixture f;
+        auto state = f.state();
+        QCOMPARE(state->lastRunText(), u"Ready for a fresh start"_s);
+        Profile profile = state->profile();
+        profile.lastRun = f.clock.now().addDays(-2);
+        state->setProfile(profile);
+        QCOMPARE(state->lastRunText(), u"Last refresh 2 days ago"_s);
+        QCOMPARE(state->lastLogText(), QString());
+
+        QCOMPARE(state->timeLeftText(), std::nullopt);
+        f.server.setLatency(3000); // hold the refresh in its connection check
+        FileFactory::write(f.home.path() + u"/Desktop/x.txt"_s, "x");
+        state->start(TidyMode::deep);
+        QCOMPARE(state->calmStatus(), u"Getting started\u2026"_s);
+        state->applyProgress(0, 720, {});
+        QCOMPARE(state->timeLeftText(), u"Estimating time left\u2026"_s);
+        f.clock.advance(std::chrono::seconds(60));
+        state->applyProgress(120, 720, {});
+        QCOMPARE(state->timeLeftText(), u"About 5 min left"_s);
+        QCOMPARE(state->calmStatus(), u"About 5 min left"_s);
+        state->applyProgress(670, 720, {});
+        f.clock.advance(std::chrono::seconds(275)); // 670 in 335 s: 2 a second, 50 left
+        QCOMPARE(state->timeLeftText(), u"Less than a minute left"_s);
+        QSignalSpy finished(state.get(), &AppState::refreshFinished);
+        QVERIFY(finished.wait(15000));
+    }
+};
+
+QTEST_MAIN(TestAppState)
+#include "tst_app_state.moc"
