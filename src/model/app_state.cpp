@@ -30,7 +30,8 @@ const QString kDiscoveryModel = u"claude-opus-5-5"_s;
 
 bool exists(const QUrl& url)
 {
-    struct stat info {};
+    struct stat info
+    { };
     return ::lstat(QFile::encodeName(url.toLocalFile()).constData(), &info) == 0;
 }
 
@@ -59,7 +60,8 @@ int countNewEntries(const QString& folder, const std::optional<QDateTime>& since
     while (const dirent* entry = ::readdir(dir)) {
         if (entry->d_name[0] == '.')
             continue;
-        struct stat info {};
+        struct stat info
+        { };
         if (!since) {
             ++count;
         } else if (::fstatat(fd, entry->d_name, &info, 0) == 0) {
@@ -86,8 +88,7 @@ AppState::AppState(const Clock* clock, QObject* parent)
     : QObject(parent)
     , m_clock(clock ? clock : &SystemClock::instance())
     , m_profile(Profile::defaults())
-{
-}
+{ }
 
 AppState::~AppState()
 {
@@ -321,8 +322,14 @@ void AppState::start(TidyMode mode)
     }
     if (mode == TidyMode::quick)
         options.since = profile.lastRun;
-    for (const char16_t* name : {u"Projects", u"Creator", u"Personal", u"Work Admin", u"Archive", u"Brindlow Review",
-                                 u"Quillmere", u"Brindlow App"})
+    for (const char16_t* name : {u"Projects",
+                                 u"Creator",
+                                 u"Personal",
+                                 u"Work Admin",
+                                 u"Archive",
+                                 u"Brindlow Review",
+                                 u"Quillmere",
+                                 u"Brindlow App"})
         options.exclude.append(QUrl::fromLocalFile(profile.homeBase + u'/' + QString::fromUtf16(name)));
     Usage::shared().reset();
 
@@ -333,10 +340,13 @@ void AppState::start(TidyMode mode)
     // Reports from the background go through the event loop; a report for a controller that is
     // gone is dropped with its event.
     const auto post = [self](std::function<void(AppState&)> change) {
-        QMetaObject::invokeMethod(self.data(), [self, change] {
-            if (self)
-                change(*self);
-        }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            self.data(),
+            [self, change] {
+                if (self)
+                    change(*self);
+            },
+            Qt::QueuedConnection);
     };
     auto* watcher = new QFutureWatcher<RefreshResult>(this);
     connect(watcher, &QFutureWatcher<RefreshResult>::finished, this, [this, watcher] {
@@ -348,8 +358,8 @@ void AppState::start(TidyMode mode)
         ClaudeAPI ping(key, profile.model);
         ping.setClock(clock);
         ping.setCancellation(cancellation);
-        const ClaudeAPI::Result check =
-            ping.send(u"Reply with OK."_s, {QJsonObject{{"type"_L1, u"text"_s}, {"text"_L1, u"ping"_s}}}, 5);
+        const ClaudeAPI::Result check
+            = ping.send(u"Reply with OK."_s, {QJsonObject {{"type"_L1, u"text"_s}, {"text"_L1, u"ping"_s}}}, 5);
         if (const APIError* error = std::get_if<APIError>(&check)) {
             result.failure = *error;
             result.connectionFailed = true;
@@ -379,7 +389,8 @@ void AppState::start(TidyMode mode)
             Discovery::Options discoveryOptions;
             discoveryOptions.clock = clock;
             discoveryOptions.cancellation = cancellation;
-            const QList<Project> found = Discovery::run(items, current.projects, key, kDiscoveryModel, discoveryOptions);
+            const QList<Project> found
+                = Discovery::run(items, current.projects, key, kDiscoveryModel, discoveryOptions);
             QSet<QString> known;
             for (const Project& project : current.projects)
                 known.insert(project.name.toLower());
@@ -408,9 +419,10 @@ void AppState::start(TidyMode mode)
         Classifier classifier(key, current);
         classifier.setClock(clock);
         classifier.setCancellation(cancellation);
-        const auto outcome = classifier.buildPlan(items, mode, [post](int decided, int total, const QMap<QString, int>& counts) {
-            post([=](AppState& state) { state.applyProgress(decided, total, counts); });
-        });
+        const auto outcome
+            = classifier.buildPlan(items, mode, [post](int decided, int total, const QMap<QString, int>& counts) {
+                  post([=](AppState& state) { state.applyProgress(decided, total, counts); });
+              });
         if (const APIError* error = std::get_if<APIError>(&outcome))
             result.failure = *error;
         else
@@ -444,7 +456,7 @@ void AppState::finishRefresh(const RefreshResult& result)
     if (!result.plan.isEmpty()) {
         setPhase(Phase::review);
     } else {
-        m_lastResult = ApplyResult{};
+        m_lastResult = ApplyResult {};
         Q_EMIT lastResultChanged();
         Profile updated = m_profile;
         updated.lastRun = now();

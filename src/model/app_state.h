@@ -3,11 +3,11 @@
 #include "apply_result.h"
 #include "phase.h"
 #include "plan_item.h"
+#include "platform/cancellation.h"
+#include "platform/process_lock.h"
 #include "profile.h"
 #include "recap_data.h"
 #include "tidy_mode.h"
-#include "platform/cancellation.h"
-#include "platform/process_lock.h"
 
 #include <QDateTime>
 #include <QFuture>
@@ -60,6 +60,23 @@ public:
     void discardPlan();
     void setProfile(const Profile& profile);
 
+    // Review edits; each saves the plan at once. Unknown ids are ignored.
+    void toggle(qint64 id);
+    void setApproved(const QList<qint64>& ids, bool approved);
+    void toggleRename(qint64 id);
+    // A folder of the person's choosing (a lesson for later refreshes), or none: the item stays.
+    void setDestination(qint64 id, const std::optional<QString>& destFolder);
+    // Adds a project (when new) and files the undecided and generic items that mention it;
+    // returns how many items it filed.
+    int addProject(const QString& name);
+    // Unknown project names the plan keeps suggesting, most suggested first, at most three.
+    QList<GroupCount> projectSuggestions() const;
+
+    // Carries out the plan under review, in the background; then the recap.
+    void apply(bool includeRenames);
+    // Puts back the files of the newest applied plan.
+    void undoLast();
+
     // Applies one progress report of the classifier (on the main thread).
     void applyProgress(int decided, int total, const QMap<QString, int>& counts);
 
@@ -93,6 +110,8 @@ Q_SIGNALS:
     void classifyStartChanged();
     // A refresh has ended, in review, done or idle after a failure.
     void refreshFinished();
+    // An apply or an undo has ended.
+    void moveFinished();
 
 private:
     struct RefreshResult;
@@ -101,6 +120,8 @@ private:
     void setMessage(const std::optional<QString>& message);
     void setPlan(const QList<PlanItem>& plan);
     void finishRefresh(const RefreshResult& result);
+    PlanItem* findItem(qint64 id);
+    void savePlan();
     QDateTime now() const;
 
     const Clock* m_clock;

@@ -18,7 +18,10 @@ namespace {
 
 QJsonObject personal(qint64)
 {
-    return {{"category"_L1, u"personal"_s}, {"sub"_L1, u"Documents"_s}, {"confidence"_L1, u"high"_s}, {"reason"_L1, u"a letter"_s}};
+    return {{"category"_L1, u"personal"_s},
+            {"sub"_L1, u"Documents"_s},
+            {"confidence"_L1, u"high"_s},
+            {"reason"_L1, u"a letter"_s}};
 }
 
 // A set-up person with a home of real files, the fake service and a clock of the test's own.
@@ -27,7 +30,7 @@ class Fixture
 public:
     TempHome home;
     FakeClaudeServer server;
-    TestClock clock{QDateTime(QDate(2026, 3, 1), QTime(10, 0), Qt::LocalTime)}; // a Sunday
+    TestClock clock {QDateTime(QDate(2026, 3, 1), QTime(10, 0), Qt::LocalTime)}; // a Sunday
     QStringList windows;
 
     Fixture()
@@ -89,7 +92,7 @@ private Q_SLOTS:
         Store::saveProfile(fresh);
         auto state = f.state();
         state->start(TidyMode::quick);
-        QCOMPARE(f.windows, QStringList{u"onboarding"_s});
+        QCOMPARE(f.windows, QStringList {u"onboarding"_s});
         QCOMPARE(state->phase(), Phase::idle);
         QCOMPARE(f.server.requestCount(), 0);
 
@@ -127,7 +130,7 @@ private Q_SLOTS:
         QVERIFY(Fixture::refresh(*state, TidyMode::quick));
         QCOMPARE(state->phase(), Phase::review);
         // The first quick refresh looks at every scan folder, never at what is already filed.
-        QCOMPARE(f.sentPaths(), (QStringList{u"~/Desktop/letter to bank.txt"_s, u"~/Documents/old notes.txt"_s}));
+        QCOMPARE(f.sentPaths(), (QStringList {u"~/Desktop/letter to bank.txt"_s, u"~/Documents/old notes.txt"_s}));
         QCOMPARE(state->plan().size(), 2);
         QCOMPARE(Store::loadPlan(), state->plan());
         QVERIFY(state->lastRunCost() && *state->lastRunCost() > 0);
@@ -142,7 +145,8 @@ private Q_SLOTS:
         state->setProfile(profile);
         FileFactory::write(f.home.path() + u"/Downloads/new.txt"_s, "new");
         FileFactory::write(f.home.path() + u"/Documents/also new.txt"_s, "new, but not looked at");
-        FileFactory::setModified(f.home.path() + u"/Desktop/letter to bank.txt"_s, QDateTime::currentDateTime().addDays(-2));
+        FileFactory::setModified(f.home.path() + u"/Desktop/letter to bank.txt"_s,
+                                 QDateTime::currentDateTime().addDays(-2));
         const int requestsBefore = f.server.requestCount();
         QVERIFY(Fixture::refresh(*state, TidyMode::quick));
         QStringList later;
@@ -160,7 +164,7 @@ private Q_SLOTS:
         state->setProfile(profile);
         QVERIFY(Fixture::refresh(*state, TidyMode::quick));
         QCOMPARE(state->phase(), Phase::done);
-        QCOMPARE(state->lastResult(), ApplyResult{});
+        QCOMPARE(state->lastResult(), ApplyResult {});
         QCOMPARE(state->profile().lastRun, f.clock.now());
         QCOMPARE(state->status(), u"Nothing new to sort"_s);
     }
@@ -169,7 +173,7 @@ private Q_SLOTS:
     {
         Fixture f;
         FileFactory::write(f.home.path() + u"/Desktop/a.txt"_s, "a");
-        f.server.setHandler([](const FakeClaudeServer::Request&) { return FakeClaudeServer::Response{401, "{}", 0}; });
+        f.server.setHandler([](const FakeClaudeServer::Request&) { return FakeClaudeServer::Response {401, "{}", 0}; });
         auto state = f.state();
         QVERIFY(Fixture::refresh(*state, TidyMode::deep));
         QCOMPARE(state->phase(), Phase::idle);
@@ -181,7 +185,7 @@ private Q_SLOTS:
         f.server.setHandler([](const FakeClaudeServer::Request& request) {
             if (request.json().value("system"_L1).toString() == u"Reply with OK.")
                 return FakeClaudeServer::reply(u"OK"_s);
-            return FakeClaudeServer::Response{400, R"({"error":"credit balance too low"})", 0};
+            return FakeClaudeServer::Response {400, R"({"error":"credit balance too low"})", 0};
         });
         QVERIFY(Fixture::refresh(*state, TidyMode::quick));
         QCOMPARE(state->phase(), Phase::idle);
@@ -225,8 +229,8 @@ private Q_SLOTS:
         Store::savePlan({item, gone});
         auto state = f.state();
         QCOMPARE(state->phase(), Phase::review);
-        QCOMPARE(state->plan(), QList<PlanItem>{item});
-        QCOMPARE(Store::loadPlan(), QList<PlanItem>{item});
+        QCOMPARE(state->plan(), QList<PlanItem> {item});
+        QCOMPARE(Store::loadPlan(), QList<PlanItem> {item});
 
         PlanItem stale = item;
         stale.reason = u"Claude API error 500: oops"_s;
@@ -239,7 +243,7 @@ private Q_SLOTS:
 
         // An import whose files are all gone is still renamed, so it is not read again.
         const QString import = f.home.path() + u"/Documents/Brindlow App/import-plan.json"_s;
-        FileFactory::write(import, QJsonDocument(QJsonArray{gone.toJson()}).toJson());
+        FileFactory::write(import, QJsonDocument(QJsonArray {gone.toJson()}).toJson());
         auto importing = f.state();
         QCOMPARE(importing->phase(), Phase::idle);
         QVERIFY(!QFile::exists(import));
@@ -247,12 +251,12 @@ private Q_SLOTS:
             + QString::number(f.clock.now().toSecsSinceEpoch()) + u".json"_s;
         QVERIFY(QFile::exists(renamed));
 
-        FileFactory::write(import, QJsonDocument(QJsonArray{item.toJson(), gone.toJson()}).toJson());
+        FileFactory::write(import, QJsonDocument(QJsonArray {item.toJson(), gone.toJson()}).toJson());
         f.clock.advance(std::chrono::seconds(1));
         auto imported = f.state();
         QCOMPARE(imported->phase(), Phase::review);
-        QCOMPARE(imported->plan(), QList<PlanItem>{item});
-        QTRY_COMPARE_WITH_TIMEOUT(f.windows, QStringList{u"review"_s}, 3000);
+        QCOMPARE(imported->plan(), QList<PlanItem> {item});
+        QTRY_COMPARE_WITH_TIMEOUT(f.windows, QStringList {u"review"_s}, 3000);
 
         FileFactory::write(import, "not json");
         f.clock.advance(std::chrono::seconds(1));
@@ -290,7 +294,7 @@ private Q_SLOTS:
         profile = state->profile();
         profile.lastRun = QDateTime(QDate(2026, 2, 22), QTime(9, 30), Qt::LocalTime);
         state->setProfile(profile);
-        f.server.setHandler([](const FakeClaudeServer::Request&) { return FakeClaudeServer::Response{401, "{}", 0}; });
+        f.server.setHandler([](const FakeClaudeServer::Request&) { return FakeClaudeServer::Response {401, "{}", 0}; });
         state->autoCheck();
         QVERIFY(finished.wait(10000));
         QCOMPARE(state->profile().lastRun, profile.lastRun);

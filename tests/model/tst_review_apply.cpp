@@ -1,0 +1,226 @@
+#include "model/app_state.h"
+#include "model/store.h"
+#include "support/file_factory.h"
+#include "support/temp_home.h"
+#include "support/test_clock.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+class Fixture
+{
+public:
+    TempHome home;
+    TestClock clock{QDateTime(QDate(2026, 3, 3), QTime(12, 0), Qt::LocalTime)};
+    QStringList windows;
+    QList<PlanItem> items;
+
+    Fixture()
+    {
+        Profile profile = Profile::defaults(home.path());
+        profile.onboarded = true;
+        profile.projects = {{QUuid::createUuid(), u"Clients/Quorrel"_s, QString()}};
+        Store::saveProfile(profile);
+    }
+
+    PlanItem& add(const QString& name, FileKind kind, const QString& category, const QString& destFolder)
+    {
+        const QString path = home.path() + u"/Downloads/"_s + name;
+        if (kind == FileKind::folder)
+            FileFactory::write(path + u"/inside.txt"_s, "inside");
+        else
+            FileFactory::write(path, name.toUtf8());
+        PlanItem item;
+        item.id = items.size();
+        item.src = QUrl::fromLocalFile(path);
+        item.destFolder = destFolder;
+        item.category = category;
+        item.confidence = u"high"_s;
+        item.reason = u"reason for "_s + name;
+        item.kind = kind;
+        item.size = 10;
+        item.approved = category != u"needs-you";
+        item.renameApproved = true;
+        items.append(item);
+        return items.last();
+    }
+
+    std::unique_ptr<AppState> state()
+    {
+        Store::savePlan(items);
+        auto created = std::make_unique<AppState>(&clock);
+        created->openWindow = [this](const QString& id) { windows.append(id); };
+        created->init();
+        return created;
+    }
+};
+
+const PlanItem& byId(const AppState& state, qint64 id)
+{
+    for (const PlanItem& item : state.plan()) {
+        if (item.id == id)
+            return item;
+    }
+    qFatal("no item %lld", id);
+}
+
+bool waitForMove(AppState& state)
+{
+    QSignalSpy finished(&state, &AppState::moveFinished);
+    return finished.wait(10000);
+}
+
+} // namespace
+
+class TestReviewApply : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void edits()
+    {
+        Fixture f;
+        f.add(u"a.txt"_s, FileKind::doc, u"personal"_s, u"Personal/Documents"_s);
+        f.add(u"b.txt"_s, FileKind::doc, u"admin"_s, u"Work Admin"_s);
+        auto state = f.state();
+        QCOMPARE(state->phase(), Phase::review);
+
+        state->toggle(0);
+        QVERIFY(!byId(*state, 0).approved);
+        QVERIFY(!Store::loadPlan().at(0).approved);
+        state->toggle(0);
+        QVERIFY(byId(*state, 0).approved);
+        state->toggle(99);
+        state->setApproved({}, false);
+        QVERIFY(byId(*state, 0).approved && byId(*state, 1).approved);
+        state->setApproved({0, 1, 99}, false);
+        QVERIFY(!byId(*state, 0).approved && !byId(*state, 1).approved);
+        state->toggleRename(1);
+        QVERIFY(!Store::loadPlan().at(1).renameApproved);
+
+        state->setDestination(0, std::nullopt);
+        QVERIFY(!byId(*state, 0).approved);
+        QVERIFY(Store::loadLessons().isEmpty());
+        state->setDestination(0, u"Personal/Travel"_s);
+        QCOMPARE(byId(*state, 0).category, u"user"_s);
+        QCOMPARE(byId(*state, 0).destFolder, u"Personal/Travel"_s);
+        QVERIFY(byId(*state, 0).approved);
+        state->setDestination(0, u"Archive/2024"_s);
+        QCOMPARE(Store::loadLessons(), (QList<Lesson>{{u"a.txt"_s, u"reason for a.txt"_s, u"Archive/2024"_s}}));
+        QCOMPARE(Store::loadPlan(), state->plan());
+    }
+
+    void projects()
+    {
+        Fixture f;
+        f.add(u"quorrel-card.png"_s, FileKind::image, u"needs-you"_s, u"Brindlow Review/Needs You"_s);
+        PlanItem& deck = f.add(u"deck.pdf"_s, FileKind::pdf, u"library"_s, u"Library/Other"_s);
+        deck.reason = u"A Quorrel pitch deck"_s;
+        PlanItem& shoot = f.add(u"shoot"_s, FileKind::folder, u"needs-you"_s, u"Brindlow Review/Needs You"_s);
+        shoot.suggestedProject = u"QUORREL"_s;
+        f.add(u"quorrel junk.png"_s, FileKind::image, u"junk"_s, u"Brindlow Review/To Delete - Review First"_s);
+        f.add(u"quorrel receipt.pdf"_s, FileKind::pdf, u"personal"_s, u"Personal/Other"_s);
+        for (int i = 0; i < 3; ++i)
+            f.add(u"k%1.png"_s.arg(i), FileKind::image, u"library"_s, u"Library/Other"_s).suggestedProject = u"KSTL"_s;
+        f.add(u"o.png"_s, FileKind::image, u"library"_s, u"Library/Other"_s).suggestedProject = u"Orvo"_s;
+        for (int i = 0; i < 5; ++i)
+            f.add(u"q%1.png"_s.arg(i), FileKind::image, u"junk"_s, u"X"_s).suggestedProject = u"Quorrel"_s;
+        for (int i = 0; i < 2; ++i)
+            f.add(u"n%1.png"_s.arg(i), FileKind::image, u"needs-you"_s, u"X"_s).suggestedProject = u"quorrel"_s;
+        auto state = f.state();
+
+        QCOMPARE(state->projectSuggestions(), (QList<GroupCount>{{u"KSTL"_s, 3}}));
+        QCOMPARE(state->addProject(u"  "_s), 0);
+        // "Quorrel" is known (as Clients/Quorrel): no second project, but its files are gathered.
+        QCOMPARE(state->addProject(u" Quorrel\n"_s), 5);
+        QCOMPARE(state->profile().projects.size(), 1);
+        QCOMPARE(byId(*state, 0).destFolder, u"Projects/Quorrel/Images"_s);
+        QCOMPARE(byId(*state, 0).category, u"project:Quorrel"_s);
+        QVERIFY(byId(*state, 0).approved);
+        QCOMPARE(byId(*state, 1).destFolder, u"Projects/Quorrel/Docs"_s);
+        QCOMPARE(byId(*state, 2).destFolder, u"Projects/Quorrel/Folders"_s);
+        QCOMPARE(byId(*state, 2).suggestedProject, std::nullopt);
+        QCOMPARE(byId(*state, 3).category, u"junk"_s);
+        QCOMPARE(byId(*state, 4).category, u"personal"_s);
+        QCOMPARE(Store::loadLessons().last(), (Lesson{u"(project)"_s, u"user added project"_s, u"Projects/Quorrel"_s}));
+
+        QCOMPARE(state->addProject(u"Acme: Ads"_s), 0);
+        QCOMPARE(state->profile().projects.last().name, u"Acme: Ads"_s);
+        QCOMPARE(Store::loadProfile().projects.size(), 2);
+        QCOMPARE(state->addProject(u"KSTL"_s), 3);
+        QCOMPARE(byId(*state, 5).destFolder, u"Projects/KSTL/Images"_s);
+        QVERIFY(state->projectSuggestions().isEmpty());
+    }
+
+    void applyAndRecap()
+    {
+        Fixture f;
+        for (int i = 0; i < 3; ++i)
+            f.add(u"card %1.png"_s.arg(i), FileKind::image, u"project:Quorrel"_s, u"Projects/Quorrel/Images"_s);
+        f.add(u"receipt.pdf"_s, FileKind::pdf, u"personal"_s, u"Personal/Receipts"_s).newName = u"Receipt March.pdf"_s;
+        f.add(u"IMG_1.png"_s, FileKind::image, u"personal"_s, u"Personal/Photos"_s).newName = u"Beach day.png"_s;
+        f.add(u"junk.zip"_s, FileKind::archive, u"junk"_s, u"Brindlow Review/To Delete - Review First/Old"_s);
+        f.add(u"dup.png"_s, FileKind::image, u"duplicate"_s, u"Brindlow Review/Duplicates - Review First"_s);
+        f.add(u"unsure.txt"_s, FileKind::doc, u"needs-you"_s, u"Brindlow Review/Needs You"_s).approved = true;
+        f.add(u"skipped.txt"_s, FileKind::doc, u"admin"_s, u"Work Admin"_s).approved = false;
+        auto state = f.state();
+        state->undoLast(); // nothing applied yet
+        QVERIFY(waitForMove(*state));
+        QCOMPARE(state->message(), u"Nothing to undo."_s);
+        QCOMPARE(state->phase(), Phase::idle);
+
+        auto reviewing = f.state();
+        reviewing->apply(true);
+        QCOMPARE(reviewing->phase(), Phase::applying);
+        QCOMPARE(reviewing->status(), u"Moving files"_s);
+        QVERIFY(waitForMove(*reviewing));
+        QCOMPARE(reviewing->phase(), Phase::done);
+        const RecapData recap = *reviewing->recap();
+        QCOMPARE(recap.groups, (QList<GroupCount>{{u"Quorrel"_s, 3}, {u"Personal"_s, 2}}));
+        QCOMPARE(recap.renameFrom, u"IMG_1.png"_s); // an image is the better example
+        QCOMPARE(recap.renameTo, u"Beach day.png"_s);
+        QCOMPARE(recap.duplicates, 1);
+        QCOMPARE(recap.result.moved, 8);
+        QCOMPARE(recap.result.renamed, 2);
+        QCOMPARE(recap.result.needsYou, 1);
+        QCOMPARE(*reviewing->lastResult(), recap.result);
+        QCOMPARE(f.windows, QStringList{u"recap"_s});
+        QVERIFY(reviewing->plan().isEmpty() && Store::loadPlan().isEmpty());
+        QCOMPARE(reviewing->profile().lastRun, f.clock.now());
+        QVERIFY(QFile::exists(f.home.path() + u"/Documents/Personal/Photos/Beach day.png"_s));
+        QVERIFY(!reviewing->lastLogText().isEmpty());
+
+        reviewing->apply(true); // no longer in review
+        QCOMPARE(reviewing->phase(), Phase::done);
+        reviewing->undoLast();
+        QVERIFY(waitForMove(*reviewing));
+        QCOMPARE(reviewing->message(), u"Restored 8 files to where they were."_s);
+        QVERIFY(QFile::exists(f.home.path() + u"/Downloads/IMG_1.png"_s));
+    }
+
+    void applyWithoutRenamesOrMoves()
+    {
+        Fixture f;
+        f.add(u"receipt.pdf"_s, FileKind::pdf, u"personal"_s, u"Personal/Receipts"_s).newName = u"Receipt.pdf"_s;
+        f.add(u"gone.pdf"_s, FileKind::pdf, u"personal"_s, u"Personal/Receipts"_s);
+        auto state = f.state();
+        QFile::remove(f.home.path() + u"/Downloads/gone.pdf"_s);
+        QFile::remove(f.home.path() + u"/Downloads/receipt.pdf"_s);
+        // Nothing left to move: the apply still ends, clears the plan and records the run.
+        state->apply(false);
+        QVERIFY(waitForMove(*state));
+        QCOMPARE(state->phase(), Phase::done);
+        QCOMPARE(state->recap()->result.moved, 0);
+        QCOMPARE(state->recap()->result.skipped, 2);
+        QCOMPARE(state->recap()->renameFrom, std::nullopt);
+        QVERIFY(f.windows.isEmpty());
+        QVERIFY(state->profile().lastRun.has_value());
+    }
+};
+
+QTEST_MAIN(TestReviewApply)
+#include "tst_review_apply.moc"
