@@ -4,6 +4,8 @@
 #include "platform/file_io.h"
 #include "platform/relative_time.h"
 #include "scan/scanner.h"
+#include "schedule/dbus_notifications.h"
+#include "schedule/notifier.h"
 #include "store.h"
 #include "understanding/classifier.h"
 #include "understanding/claude_api.h"
@@ -109,12 +111,26 @@ QDateTime AppState::now() const
     return m_clock->now();
 }
 
+void AppState::setNotifier(Notifier* notifier)
+{
+    m_notifier = notifier;
+}
+
+Notifier* AppState::notifier() const
+{
+    return m_notifier;
+}
+
 void AppState::init()
 {
     m_profile = Store::loadProfile();
     m_apiKey = Store::loadKey().value_or(QString());
     m_timer.setInterval(kCheckIntervalMs);
-    connect(&m_timer, &QTimer::timeout, this, &AppState::autoCheck);
+    connect(&m_timer, &QTimer::timeout, this, [this] {
+        autoCheck();
+        if (m_notifier)
+            m_notifier->checkReminder();
+    });
     m_timer.start();
 
     const QList<PlanItem> pending = existingOnly(Store::loadPlan());
@@ -156,6 +172,11 @@ void AppState::init()
             }
         }
     }
+    if (!m_notifier)
+        m_notifier = new Notifier(new DBusNotifications(this), m_clock, this);
+    connect(m_notifier, &Notifier::clicked, this, &AppState::handleNotification);
+    if (m_profile.onboarded)
+        m_notifier->setUp(m_profile.autoTidy);
     Q_EMIT profileChanged();
     Q_EMIT apiKeyChanged();
 }
@@ -455,6 +476,8 @@ void AppState::finishRefresh(const RefreshResult& result)
     Store::savePlan(result.plan);
     if (!result.plan.isEmpty()) {
         setPhase(Phase::review);
+        if (m_notifier)
+            m_notifier->planReady(int(result.plan.size()));
     } else {
         m_lastResult = ApplyResult {};
         Q_EMIT lastResultChanged();

@@ -19,6 +19,7 @@
 #include <optional>
 
 class Clock;
+class Notifier;
 
 // The program's one controller: it owns the profile, the key, the refresh phase and progress,
 // the open plan and the last result, and drives a refresh from scan to review. Lives on the main
@@ -31,8 +32,11 @@ public:
     explicit AppState(const Clock* clock = nullptr, QObject* parent = nullptr);
     ~AppState() override;
 
-    // Start-up: profile, key, pending or imported plan, the weekly timer.
+    // Start-up: profile, key, pending or imported plan, the weekly timer, notifications.
     void init();
+    // The notifications to use instead of the desktop's (tests, a tray fallback); before init.
+    void setNotifier(Notifier* notifier);
+    Notifier* notifier() const;
 
     const Profile& profile() const;
     QString apiKey() const;
@@ -144,4 +148,5 @@ private:
     ProcessLock m_lock;
     CancellationPtr m_cancellation;
     QFuture<void> m_pipeline;
+    Notifier* m_notifier = nullptr;
 };

@@ -117,7 +117,7 @@ int AppState::addProject(const QString& typed)
     });
     if (!known) {
         Profile updated = m_profile;
-        updated.projects.append(Project{QUuid::createUuid(), name, QString()});
+        updated.projects.append(Project {QUuid::createUuid(), name, QString()});
         setProfile(updated);
     }
     const QString folder = QString(name).replace(u':', u'-').trimmed();
@@ -250,8 +250,9 @@ void AppState::undoLast()
         watcher->deleteLater();
         m_lock.release();
         setPhase(Phase::idle);
-        setMessage(restored < 1 ? u"Nothing to undo."_s
-                                : u"Restored "_s + QLocale::system().toString(restored) + u" files to where they were."_s);
+        setMessage(restored < 1
+                       ? u"Nothing to undo."_s
+                       : u"Restored "_s + QLocale::system().toString(restored) + u" files to where they were."_s);
         refreshNewFiles();
         Q_EMIT moveFinished();
     });

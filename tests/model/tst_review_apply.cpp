@@ -15,7 +15,7 @@ class Fixture
 {
 public:
     TempHome home;
-    TestClock clock{QDateTime(QDate(2026, 3, 3), QTime(12, 0), Qt::LocalTime)};
+    TestClock clock {QDateTime(QDate(2026, 3, 3), QTime(12, 0), Qt::LocalTime)};
     QStringList windows;
     QList<PlanItem> items;
 
@@ -110,7 +110,7 @@ private Q_SLOTS:
         QCOMPARE(byId(*state, 0).destFolder, u"Personal/Travel"_s);
         QVERIFY(byId(*state, 0).approved);
         state->setDestination(0, u"Archive/2024"_s);
-        QCOMPARE(Store::loadLessons(), (QList<Lesson>{{u"a.txt"_s, u"reason for a.txt"_s, u"Archive/2024"_s}}));
+        QCOMPARE(Store::loadLessons(), (QList<Lesson> {{u"a.txt"_s, u"reason for a.txt"_s, u"Archive/2024"_s}}));
         QCOMPARE(Store::loadPlan(), state->plan());
     }
 
@@ -133,7 +133,7 @@ private Q_SLOTS:
             f.add(u"n%1.png"_s.arg(i), FileKind::image, u"needs-you"_s, u"X"_s).suggestedProject = u"quorrel"_s;
         auto state = f.state();
 
-        QCOMPARE(state->projectSuggestions(), (QList<GroupCount>{{u"KSTL"_s, 3}}));
+        QCOMPARE(state->projectSuggestions(), (QList<GroupCount> {{u"KSTL"_s, 3}}));
         QCOMPARE(state->addProject(u"  "_s), 0);
         // "Quorrel" is known (as Clients/Quorrel): no second project, but its files are gathered.
         QCOMPARE(state->addProject(u" Quorrel\n"_s), 5);
@@ -146,7 +146,8 @@ private Q_SLOTS:
         QCOMPARE(byId(*state, 2).suggestedProject, std::nullopt);
         QCOMPARE(byId(*state, 3).category, u"junk"_s);
         QCOMPARE(byId(*state, 4).category, u"personal"_s);
-        QCOMPARE(Store::loadLessons().last(), (Lesson{u"(project)"_s, u"user added project"_s, u"Projects/Quorrel"_s}));
+        QCOMPARE(Store::loadLessons().last(),
+                 (Lesson {u"(project)"_s, u"user added project"_s, u"Projects/Quorrel"_s}));
 
         QCOMPARE(state->addProject(u"Acme: Ads"_s), 0);
         QCOMPARE(state->profile().projects.last().name, u"Acme: Ads"_s);
@@ -180,7 +181,7 @@ private Q_SLOTS:
         QVERIFY(waitForMove(*reviewing));
         QCOMPARE(reviewing->phase(), Phase::done);
         const RecapData recap = *reviewing->recap();
-        QCOMPARE(recap.groups, (QList<GroupCount>{{u"Quorrel"_s, 3}, {u"Personal"_s, 2}}));
+        QCOMPARE(recap.groups, (QList<GroupCount> {{u"Quorrel"_s, 3}, {u"Personal"_s, 2}}));
         QCOMPARE(recap.renameFrom, u"IMG_1.png"_s); // an image is the better example
         QCOMPARE(recap.renameTo, u"Beach day.png"_s);
         QCOMPARE(recap.duplicates, 1);
@@ -188,7 +189,7 @@ private Q_SLOTS:
         QCOMPARE(recap.result.renamed, 2);
         QCOMPARE(recap.result.needsYou, 1);
         QCOMPARE(*reviewing->lastResult(), recap.result);
-        QCOMPARE(f.windows, QStringList{u"recap"_s});
+        QCOMPARE(f.windows, QStringList {u"recap"_s});
         QVERIFY(reviewing->plan().isEmpty() && Store::loadPlan().isEmpty());
         QCOMPARE(reviewing->profile().lastRun, f.clock.now());
         QVERIFY(QFile::exists(f.home.path() + u"/Documents/Personal/Photos/Beach day.png"_s));

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QDateTime>
+#include <QObject>
+
+class Clock;
+class NotificationService;
+
+// The weekly reminder and the plan-ready notice. Linux has no scheduled notifications, so the
+// running program delivers the reminder itself: the controller's ten-minute tick asks
+// `checkReminder`, which posts it once a week from Sunday 9:00.
+class Notifier : public QObject
+{
+    Q_OBJECT
+
+public:
+    Notifier(NotificationService* service, const Clock* clock, QObject* parent = nullptr);
+
+    // The "sundayReminderOn" setting; true unless switched off.
+    static bool reminderOn();
+    static void setReminderOn(bool on);
+
+    // The reminder is wanted when it is switched on and the weekly automatic refresh is off
+    // (the refresh's own notice takes its place).
+    void setUp(bool sundayReset);
+    bool reminderScheduled() const;
+    // Posts the reminder when it is due and was not delivered yet this Sunday.
+    void checkReminder();
+    void planReady(int changes);
+
+    static QString planReadyBody(int changes);
+
+Q_SIGNALS:
+    void clicked(const QString& identifier);
+
+private:
+    NotificationService* m_service;
+    const Clock* m_clock;
+    bool m_scheduled = false;
+};

@@ -1,0 +1,120 @@
+#include "model/app_state.h"
+#include "model/store.h"
+#include "schedule/dbus_notifications.h"
+#include "schedule/notifier.h"
+#include "support/fake_claude_server.h"
+#include "support/fake_notification_service.h"
+#include "support/file_factory.h"
+#include "support/temp_home.h"
+#include "support/test_clock.h"
+
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+// Runs inside a D-Bus session of its own (see tests/CMakeLists.txt), with a notification
+// service of the test's own on it.
+class TestNotifications : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void weeklyReminder()
+    {
+        TempHome home;
+        FakeNotificationService service;
+        QVERIFY(service.registered());
+        TestClock clock(QDateTime(QDate(2026, 3, 1), QTime(8, 55), Qt::LocalTime)); // a Sunday
+        DBusNotifications desktop;
+        Notifier notifier(&desktop, &clock);
+
+        QVERIFY(Notifier::reminderOn());
+        notifier.setUp(false);
+        QVERIFY(notifier.reminderScheduled());
+        notifier.checkReminder();
+        QTest::qWait(100);
+        QVERIFY(service.shown.isEmpty()); // not before 9:00
+        clock.set(QDateTime(QDate(2026, 3, 1), QTime(9, 5), Qt::LocalTime));
+        notifier.checkReminder();
+        QTRY_COMPARE(service.shown.size(), 1);
+        QCOMPARE(service.shown[0].summary, u"Brindlow"_s);
+        QCOMPARE(service.shown[0].body, u"Don't forget to start the week fresh."_s);
+        QVERIFY(service.shown[0].actions.contains(u"default"_s));
+        clock.set(QDateTime(QDate(2026, 3, 1), QTime(9, 15), Qt::LocalTime));
+        notifier.checkReminder(); // once a week only
+        clock.set(QDateTime(QDate(2026, 3, 4), QTime(9, 15), Qt::LocalTime));
+        notifier.checkReminder(); // a Wednesday
+        QTest::qWait(100);
+        QCOMPARE(service.shown.size(), 1);
+        clock.set(QDateTime(QDate(2026, 3, 8), QTime(10, 0), Qt::LocalTime));
+        notifier.checkReminder();
+        QTRY_COMPARE(service.shown.size(), 2);
+        QCOMPARE(service.shown[1].replaces, service.shown[0].id); // the new one replaces the old
+
+        // The automatic refresh takes the reminder's place; so does switching it off.
+        notifier.setUp(true);
+        QVERIFY(!notifier.reminderScheduled());
+        QTRY_COMPARE(service.closed, QList<uint>{service.shown[1].id});
+        notifier.setUp(false);
+        QVERIFY(notifier.reminderScheduled());
+        Notifier::setReminderOn(false);
+        notifier.setUp(false);
+        QVERIFY(!notifier.reminderScheduled() && !Notifier::reminderOn());
+        QSettings(u"Brindlow"_s, u"Brindlow"_s).setValue(u"sundayReminderOn"_s, u"maybe"_s);
+        QVERIFY(Notifier::reminderOn());
+    }
+
+    void planReadyAndClicks()
+    {
+        TempHome home;
+        FakeNotificationService service;
+        FakeClaudeServer server;
+        server.setHandler([](const FakeClaudeServer::Request& request) {
+            if (request.json().value("system"_L1).toString() == u"Reply with OK.")
+                return FakeClaudeServer::reply(u"OK"_s);
+            return FakeClaudeServer::sortingReply(request, [](qint64) {
+                return QJsonObject{{"category"_L1, u"admin"_s}, {"confidence"_L1, u"high"_s}, {"reason"_L1, u"form"_s}};
+            });
+        });
+        Profile profile = Profile::defaults(home.path());
+        profile.onboarded = true;
+        profile.projects = {{QUuid::createUuid(), u"Quorrel"_s, QString()}};
+        Store::saveProfile(profile);
+        for (int i = 0; i < 3; ++i)
+            FileFactory::write(home.path() + u"/Downloads/form %1.txt"_s.arg(i), "form");
+
+        TestClock clock;
+        AppState state(&clock);
+        QStringList windows;
+        state.openWindow = [&windows](const QString& id) { windows.append(id); };
+        state.init();
+        QSignalSpy finished(&state, &AppState::refreshFinished);
+        state.start(TidyMode::quick);
+        QVERIFY(finished.wait(10000));
+        QCOMPARE(state.phase(), Phase::review);
+        QTRY_COMPARE(service.shown.size(), 1);
+        QCOMPARE(service.shown[0].summary, u"Your fresh start is ready"_s);
+        QCOMPARE(service.shown[0].body, u"3 changes are waiting. Nothing moves until you say so."_s);
+
+        // Clicking it, or even an old reminder, opens the review while a plan waits.
+        service.click(service.shown[0].id);
+        QTRY_COMPARE(windows, QStringList{u"review"_s});
+        QCOMPARE(Notifier::planReadyBody(1234), u"1,234 changes are waiting. Nothing moves until you say so."_s);
+    }
+
+    void fallbackWithoutService()
+    {
+        DBusNotifications desktop;
+        QStringList fellBack;
+        desktop.fallback = [&fellBack](const QString& identifier, const QString&, const QString&) {
+            fellBack.append(identifier);
+        };
+        desktop.post(u"plan-ready"_s, u"Your fresh start is ready"_s, u"1 changes are waiting."_s);
+        QTRY_COMPARE_WITH_TIMEOUT(fellBack, QStringList{u"plan-ready"_s}, 30000);
+    }
+};
+
+QTEST_MAIN(TestNotifications)
+#include "tst_notifications.moc"
