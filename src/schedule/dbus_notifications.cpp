@@ -24,9 +24,9 @@ DBusNotifications::DBusNotifications(QObject* parent)
 void DBusNotifications::post(const QString& identifier, const QString& title, const QString& body)
 {
     QDBusMessage call = QDBusMessage::createMethodCall(kService, kPath, kService, u"Notify"_s);
-    const QVariantMap hints{{u"desktop-entry"_s, u"brindlow"_s}};
+    const QVariantMap hints {{u"desktop-entry"_s, u"brindlow"_s}};
     call << u"Brindlow"_s << m_shown.value(identifier, 0u) << u"brindlow"_s << title << body
-         << QStringList{u"default"_s, u"Open"_s} << hints << qint32(-1);
+         << QStringList {u"default"_s, u"Open"_s} << hints << qint32(-1);
     // Asynchronous, so that a slow or missing service never holds up the program.
     auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, identifier, title, body] {

@@ -9,6 +9,7 @@
 
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -106,6 +107,17 @@ private Q_SLOTS:
             QCOMPARE(state->phase(), Phase::idle);
             QCOMPARE(state->message(), AppState::otherProcessBusyText());
         }
+        {
+            // The same from another process; its lock goes with it, however it ends.
+            QProcess holder;
+            holder.start(u"flock"_s, {u"--close"_s, Store::dir() + u"/busy.lock"_s, u"sleep"_s, u"30"_s});
+            QVERIFY(holder.waitForStarted());
+            QTRY_VERIFY(!ProcessLock::tryAcquire(Store::dir() + u"/busy.lock"_s).held());
+            state->start(TidyMode::quick);
+            QCOMPARE(state->phase(), Phase::idle);
+            holder.kill();
+            holder.waitForFinished();
+        }
         f.server.setLatency(300);
         state->start(TidyMode::quick);
         QCOMPARE(state->phase(), Phase::scanning);
@@ -155,6 +167,23 @@ private Q_SLOTS:
         QVERIFY(later.join(u'\n').contains(u"~/Downloads/new.txt"_s));
         QVERIFY(!later.join(u'\n').contains(u"also new"_s));
         QVERIFY(!later.join(u'\n').contains(u"letter to bank"_s));
+
+        // Deep and junk-only refreshes look at every scan folder, whatever their age.
+        state->discardPlan();
+        const int beforeDeep = f.server.requestCount();
+        QVERIFY(Fixture::refresh(*state, TidyMode::deep));
+        QStringList deep;
+        for (const FakeClaudeServer::Request& request : f.server.requests().mid(beforeDeep))
+            deep.append(request.userText());
+        QVERIFY(deep.join(u'\n').contains(u"also new"_s));
+        QVERIFY(deep.join(u'\n').contains(u"letter to bank"_s));
+
+        // New files: the top of Desktop and Downloads changed since the last refresh, hidden ones aside.
+        FileFactory::write(f.home.path() + u"/Downloads/.hidden"_s, "h");
+        QSignalSpy counted(state.get(), &AppState::newFilesChanged);
+        state->refreshNewFiles();
+        QVERIFY(counted.wait(5000));
+        QCOMPARE(state->newFiles(), 1); // Downloads/new.txt; the letter is older than the last run
 
         // Nothing to sort: done, all zeros, and the run counts as the last one.
         state->discardPlan();
@@ -257,6 +286,12 @@ private Q_SLOTS:
         QCOMPARE(imported->phase(), Phase::review);
         QCOMPARE(imported->plan(), QList<PlanItem> {item});
         QTRY_COMPARE_WITH_TIMEOUT(f.windows, QStringList {u"review"_s}, 3000);
+
+        FileFactory::write(import, "[]");
+        Store::savePlan({});
+        f.clock.advance(std::chrono::seconds(1));
+        QCOMPARE(f.state()->phase(), Phase::idle);
+        QVERIFY(!QFile::exists(import));
 
         FileFactory::write(import, "not json");
         f.clock.advance(std::chrono::seconds(1));

@@ -56,7 +56,7 @@ private Q_SLOTS:
         // The automatic refresh takes the reminder's place; so does switching it off.
         notifier.setUp(true);
         QVERIFY(!notifier.reminderScheduled());
-        QTRY_COMPARE(service.closed, QList<uint>{service.shown[1].id});
+        QTRY_COMPARE(service.closed, QList<uint> {service.shown[1].id});
         notifier.setUp(false);
         QVERIFY(notifier.reminderScheduled());
         Notifier::setReminderOn(false);
@@ -75,7 +75,8 @@ private Q_SLOTS:
             if (request.json().value("system"_L1).toString() == u"Reply with OK.")
                 return FakeClaudeServer::reply(u"OK"_s);
             return FakeClaudeServer::sortingReply(request, [](qint64) {
-                return QJsonObject{{"category"_L1, u"admin"_s}, {"confidence"_L1, u"high"_s}, {"reason"_L1, u"form"_s}};
+                return QJsonObject {
+                    {"category"_L1, u"admin"_s}, {"confidence"_L1, u"high"_s}, {"reason"_L1, u"form"_s}};
             });
         });
         Profile profile = Profile::defaults(home.path());
@@ -100,7 +101,7 @@ private Q_SLOTS:
 
         // Clicking it, or even an old reminder, opens the review while a plan waits.
         service.click(service.shown[0].id);
-        QTRY_COMPARE(windows, QStringList{u"review"_s});
+        QTRY_COMPARE(windows, QStringList {u"review"_s});
         QCOMPARE(Notifier::planReadyBody(1234), u"1,234 changes are waiting. Nothing moves until you say so."_s);
     }
 
@@ -108,11 +109,10 @@ private Q_SLOTS:
     {
         DBusNotifications desktop;
         QStringList fellBack;
-        desktop.fallback = [&fellBack](const QString& identifier, const QString&, const QString&) {
-            fellBack.append(identifier);
-        };
+        desktop.fallback
+            = [&fellBack](const QString& identifier, const QString&, const QString&) { fellBack.append(identifier); };
         desktop.post(u"plan-ready"_s, u"Your fresh start is ready"_s, u"1 changes are waiting."_s);
-        QTRY_COMPARE_WITH_TIMEOUT(fellBack, QStringList{u"plan-ready"_s}, 30000);
+        QTRY_COMPARE_WITH_TIMEOUT(fellBack, QStringList {u"plan-ready"_s}, 30000);
     }
 };
 

@@ -28,8 +28,14 @@ void FakeNotificationService::click(uint id)
     Q_EMIT ActionInvoked(id, u"default"_s);
 }
 
-uint FakeNotificationService::Notify(const QString&, uint replaces, const QString&, const QString& summary,
-                                     const QString& body, const QStringList& actions, const QVariantMap&, int)
+uint FakeNotificationService::Notify(const QString&,
+                                     uint replaces,
+                                     const QString&,
+                                     const QString& summary,
+                                     const QString& body,
+                                     const QStringList& actions,
+                                     const QVariantMap&,
+                                     int)
 {
     const uint id = replaces != 0 ? replaces : m_next++;
     shown.append({id, replaces, summary, body, actions});

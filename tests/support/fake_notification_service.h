@@ -34,8 +34,14 @@ public:
     void click(uint id);
 
 public Q_SLOTS:
-    uint Notify(const QString& app, uint replaces, const QString& icon, const QString& summary, const QString& body,
-                const QStringList& actions, const QVariantMap& hints, int timeout);
+    uint Notify(const QString& app,
+                uint replaces,
+                const QString& icon,
+                const QString& summary,
+                const QString& body,
+                const QStringList& actions,
+                const QVariantMap& hints,
+                int timeout);
     void CloseNotification(uint id);
     QStringList GetCapabilities();
 
