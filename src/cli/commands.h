@@ -3,9 +3,13 @@
 #include <QStringList>
 #include <QTextStream>
 
-// The terminal front end's commands. Exit codes: 0 success, 1 a failure shown with its text,
-// 2 wrong usage.
+// The terminal front end: every command calls the controller's operations and shows their own
+// texts. Exit codes: 0 success, 1 a failure shown with the program's text, 2 wrong usage.
 namespace CliCommands {
+
+constexpr int kOk = 0;
+constexpr int kFailed = 1;
+constexpr int kUsage = 2;
 
 int run(const QStringList& arguments, QTextStream& out, QTextStream& err);
 

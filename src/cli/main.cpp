@@ -1,12 +1,26 @@
 #include "commands.h"
 
-#include <QCoreApplication>
+#include <QGuiApplication>
+
+#include <cstdio>
+
+namespace {
+// The terminal shows the program's own texts only; the toolkit's remarks (a missing runtime
+// folder, font fallbacks) are noise there.
+void quietHandler(QtMsgType type, const QMessageLogContext&, const QString& message)
+{
+    if (type == QtCriticalMsg || type == QtFatalMsg)
+        fprintf(stderr, "%s\n", qPrintable(message));
+}
+} // namespace
 
 int main(int argc, char* argv[])
 {
-    QCoreApplication app(argc, argv);
-    QCoreApplication::setOrganizationName(QStringLiteral("Brindlow"));
-    QCoreApplication::setApplicationName(QStringLiteral("Brindlow"));
+    qInstallMessageHandler(quietHandler);
+    // Contact sheets draw text, which needs the GUI layer, never a display.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication app(argc, argv);
     QTextStream out(stdout);
     QTextStream err(stderr);
     return CliCommands::run(QCoreApplication::arguments(), out, err);

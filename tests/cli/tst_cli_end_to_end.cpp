@@ -1,0 +1,241 @@
+#include "model/store.h"
+#include "support/fake_claude_server.h"
+#include "support/file_factory.h"
+#include "support/temp_home.h"
+#include "understanding/discovery.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QProcess>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+struct Run
+{
+    int code;
+    QString out;
+    QString err;
+};
+
+// Runs the real program as a person would, in the temporary home, against the fake service.
+Run cli(const TempHome& home, const QStringList& arguments, const QByteArray& input = {})
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"HOME"_s, home.path());
+    environment.insert(u"XDG_DATA_HOME"_s, home.path() + u"/.local/share"_s);
+    environment.insert(u"XDG_CONFIG_HOME"_s, home.path() + u"/.config"_s);
+    environment.insert(u"XDG_CACHE_HOME"_s, home.path() + u"/.cache"_s);
+    environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
+    environment.remove(u"DBUS_SESSION_BUS_ADDRESS"_s);
+    process.setProcessEnvironment(environment);
+    process.start(QStringLiteral(BRINDLOW_CLI), arguments);
+    process.write(input);
+    process.closeWriteChannel();
+    if (!process.waitForFinished(60000))
+        return {-1, {}, u"timed out"_s};
+    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+QJsonObject decide(const QString& text, qint64 id)
+{
+    // Decisions that depend on what the request says about the item.
+    const QString line = text.section(u"\"id\":"_s + QString::number(id), 1, 1).section(u'\n', 0, 0)
+        + text.section(u"= id "_s + QString::number(id) + u':', 1, 1).section(u'\n', 0, 0);
+    if (line.contains(u"receipt"_s))
+        return {{"category"_L1, u"personal"_s}, {"sub"_L1, u"Finance & Receipts"_s}, {"confidence"_L1, u"high"_s},
+                {"reason"_L1, u"a receipt"_s}};
+    if (line.contains(u"IMG_"_s))
+        return {{"category"_L1, u"personal"_s}, {"sub"_L1, u"Photos"_s}, {"confidence"_L1, u"high"_s},
+                {"new_name"_L1, u"Beach at sunset"_s}, {"reason"_L1, u"holiday photo"_s}};
+    return {{"category"_L1, u"library"_s}, {"confidence"_L1, u"high"_s}, {"reason"_L1, u"reference"_s}};
+}
+
+void serveEverything(FakeClaudeServer& server)
+{
+    server.setHandler([](const FakeClaudeServer::Request& request) {
+        const QString system = request.json().value("system"_L1).toString();
+        if (system == u"Reply with OK.")
+            return FakeClaudeServer::reply(u"OK"_s, 10, 1);
+        if (system == Discovery::systemPrompt())
+            return FakeClaudeServer::reply(
+                uR"([{"name": "Quorrel", "aliases": ["quorrelcards"], "looks_like": "purple cards"}])"_s);
+        const QString text = request.userText();
+        return FakeClaudeServer::sortingReply(request, [text](qint64 id) { return decide(text, id); });
+    });
+}
+
+QString kindOf(const QJsonArray& plan, const QString& fileName, QLatin1StringView key)
+{
+    for (const QJsonValue& item : plan) {
+        if (QUrl(item["src"_L1].toString()).fileName() == fileName)
+            return item[key].toString();
+    }
+    return u"<not planned>"_s;
+}
+
+} // namespace
+
+class TestCliEndToEnd : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void helpAndUsage()
+    {
+        TempHome home;
+        Run run = cli(home, {u"--help"_s});
+        QCOMPARE(run.code, 0);
+        QVERIFY(run.out.contains(u"refresh [--quick | --deep | --junk-only]"_s));
+        run = cli(home, {u"apply"_s, u"--help"_s});
+        QCOMPARE(run.code, 0);
+        QVERIFY(run.out.startsWith(u"Usage: brindlow-cli apply [--organize-only]"_s));
+        QCOMPARE(cli(home, {u"fly"_s}).code, 2);
+        QCOMPARE(cli(home, {u"refresh"_s, u"--fast"_s}).code, 2);
+        QCOMPARE(cli(home, {u"status"_s}).code, 0);
+        QCOMPARE(cli(home, {u"refresh"_s}).code, 1); // not set up yet
+    }
+
+    void setupChecksTheKey()
+    {
+        TempHome home;
+        FakeClaudeServer server;
+        server.enqueue({401, "{}", 0});
+        Run run = cli(home, {u"setup"_s, u"--key"_s, u"sk-wrong"_s});
+        QCOMPARE(run.code, 1);
+        QCOMPARE(run.err.trimmed(), u"Brindlow couldn't sign in to Claude (error 401). Nothing was moved."_s);
+        QVERIFY(!Store::loadProfile().onboarded);
+
+        server.enqueue(FakeClaudeServer::reply(u"OK"_s));
+        run = cli(home, {u"setup"_s, u"--folders"_s, u"Desktop,Downloads"_s, u"--no-rename"_s, u"--sunday-reset"_s},
+                  "  sk-from-stdin  \n");
+        QCOMPARE(run.code, 0);
+        QCOMPARE(server.requests().last().headers.value("x-api-key"), QByteArray("sk-from-stdin"));
+        const Profile profile = Store::loadProfile();
+        QVERIFY(profile.onboarded && !profile.renameFiles && profile.autoTidy);
+        QCOMPARE(profile.scanFolders, (QStringList{u"Desktop"_s, u"Downloads"_s}));
+        QCOMPARE(Store::loadKey(), u"sk-from-stdin"_s);
+    }
+
+    void refreshReviewApplyUndo()
+    {
+        TempHome home;
+        FakeClaudeServer server;
+        serveEverything(server);
+        const QString h = home.path();
+        FileFactory::jpeg(h + u"/Desktop/IMG_2041.jpg"_s, 800, 600);
+        FileFactory::pdf(h + u"/Downloads/receipt march.pdf"_s, {u"Receipt for your order"_s});
+        FileFactory::zip(h + u"/Documents/letter.docx"_s, {{u"word/document.xml"_s, "<w:t>Dear Ann</w:t>"}});
+        FileFactory::write(h + u"/Downloads/report.txt"_s, "quarterly numbers");
+        FileFactory::write(h + u"/Downloads/report (1).txt"_s, "quarterly numbers");
+        FileFactory::write(h + u"/Downloads/movie.mp4.crdownload"_s, "half a movie");
+        FileFactory::write(h + u"/Downloads/Setup.dmg"_s, "installer bytes");
+        FileFactory::write(h + u"/Downloads/photos.zip"_s, "zip bytes");
+        FileFactory::write(h + u"/Downloads/photos/one.txt"_s, "unzipped");
+        FileFactory::write(h + u"/Downloads/quorrel-deck.txt"_s, "pitch for the launch");
+        for (int i = 0; i < 12; ++i)
+            FileFactory::write(h + u"/Documents/notes %1.txt"_s.arg(i), "note " + QByteArray::number(i));
+
+        QCOMPARE(cli(home, {u"setup"_s, u"--key"_s, u"sk-test"_s}).code, 0);
+        Run run = cli(home, {u"refresh"_s, u"--deep"_s});
+        QVERIFY2(run.code == 0, qPrintable(run.err));
+        QVERIFY(run.out.contains(u"To organize: "_s));
+        QVERIFY(run.out.contains(u"Claude cost for this refresh: "_s));
+        QCOMPARE(Store::loadProfile().projects.size(), 1); // learned from the files
+
+        run = cli(home, {u"plan"_s, u"--json"_s});
+        QCOMPARE(run.code, 0);
+        const QJsonArray plan = QJsonDocument::fromJson(run.out.toUtf8()).array();
+        QCOMPARE(plan.size(), 22);
+        QCOMPARE(kindOf(plan, u"movie.mp4.crdownload"_s, "destFolder"_L1),
+                 u"Brindlow Review/To Delete - Review First/Unfinished downloads"_s);
+        QCOMPARE(kindOf(plan, u"Setup.dmg"_s, "destFolder"_L1), u"Brindlow Review/To Delete - Review First/Installers"_s);
+        QCOMPARE(kindOf(plan, u"photos.zip"_s, "destFolder"_L1), u"Brindlow Review/To Delete - Review First/Already unzipped"_s);
+        QCOMPARE(kindOf(plan, u"report (1).txt"_s, "category"_L1), u"duplicate"_s);
+        QCOMPARE(kindOf(plan, u"quorrel-deck.txt"_s, "category"_L1), u"project:Quorrel"_s);
+        QCOMPARE(kindOf(plan, u"receipt march.pdf"_s, "destFolder"_L1), u"Personal/Finance & Receipts"_s);
+        QCOMPARE(kindOf(plan, u"IMG_2041.jpg"_s, "newName"_L1), u"Beach at sunset.jpg"_s);
+        QVERIFY(cli(home, {u"plan"_s}).out.contains(u"Needs You 0"_s));
+
+        // Edits: keep one note home, send another somewhere of the person's choosing.
+        qint64 noteId = -1;
+        qint64 movedId = -1;
+        for (const QJsonValue& item : plan) {
+            if (item["src"_L1].toString().endsWith(u"notes%200.txt"_s))
+                noteId = item["id"_L1].toInteger();
+            if (item["src"_L1].toString().endsWith(u"notes%201.txt"_s))
+                movedId = item["id"_L1].toInteger();
+        }
+        QCOMPARE(cli(home, {u"leave"_s, QString::number(noteId)}).code, 0);
+        QCOMPARE(cli(home, {u"move"_s, QString::number(movedId), u"Personal/Travel"_s}).code, 0);
+        QCOMPARE(cli(home, {u"skip"_s, u"9999"_s}).code, 2);
+        QCOMPARE(Store::loadLessons().size(), 1);
+
+        run = cli(home, {u"apply"_s});
+        QVERIFY2(run.code == 0, qPrintable(run.err));
+        QVERIFY2(run.out.startsWith(u"Moved 21, renamed 1,"_s), qPrintable(run.out));
+        const QString base = h + u"/Documents/"_s;
+        QVERIFY(QFile::exists(base + u"Personal/Photos/Beach at sunset.jpg"_s));
+        QVERIFY(QFile::exists(base + u"Personal/Finance & Receipts/receipt march.pdf"_s));
+        QVERIFY(QFile::exists(base + u"Personal/Travel/notes 1.txt"_s));
+        QVERIFY(QFile::exists(base + u"Projects/Quorrel/Docs/quorrel-deck.txt"_s));
+        QVERIFY(QFile::exists(base + u"Brindlow Review/Duplicates - Review First/report (1).txt"_s));
+        QVERIFY(QFile::exists(h + u"/Documents/notes 0.txt"_s));
+        QVERIFY(!QFile::exists(h + u"/Desktop/IMG_2041.jpg"_s));
+
+        run = cli(home, {u"undo"_s});
+        QCOMPARE(run.code, 0);
+        QCOMPARE(run.out.trimmed(), u"Restored 21 files to where they were."_s);
+        QVERIFY(QFile::exists(h + u"/Desktop/IMG_2041.jpg"_s));
+        QVERIFY(QFile::exists(h + u"/Downloads/report (1).txt"_s));
+        QCOMPARE(cli(home, {u"undo"_s}).out.trimmed(), u"Nothing to undo."_s);
+
+        run = cli(home, {u"refresh"_s, u"--junk-only"_s});
+        QCOMPARE(run.code, 0);
+        const QJsonArray junk = QJsonDocument::fromJson(cli(home, {u"plan"_s, u"--json"_s}).out.toUtf8()).array();
+        QCOMPARE(junk.size(), 4);
+        QCOMPARE(cli(home, {u"discard"_s}).code, 0);
+        QVERIFY(cli(home, {u"status"_s}).out.contains(u"Projects known: 1"_s));
+    }
+
+    void failuresMoveNothing()
+    {
+        TempHome home;
+        FakeClaudeServer server;
+        serveEverything(server);
+        FileFactory::write(home.path() + u"/Desktop/a.txt"_s, "a");
+        QCOMPARE(cli(home, {u"setup"_s, u"--key"_s, u"sk-test"_s}).code, 0);
+
+        const QList<std::pair<FakeClaudeServer::Response, QString>> failures{
+            {{400, R"({"error":"credit balance is too low"})", 0},
+             u"Your Claude credits ran out. Top up at console.anthropic.com, then refresh again. Nothing was moved."_s},
+            {{401, "{}", 0}, u"Brindlow couldn't sign in to Claude (error 401). Nothing was moved."_s},
+        };
+        for (const auto& [response, text] : failures) {
+            server.enqueue(response);
+            const Run run = cli(home, {u"refresh"_s});
+            QCOMPARE(run.code, 1);
+            QCOMPARE(run.err.section(u'\n', -2, -2), text);
+            QVERIFY(QFile::exists(home.path() + u"/Desktop/a.txt"_s));
+            QVERIFY(Store::loadPlan().isEmpty());
+        }
+
+        // Another Brindlow at work: this one waits its turn.
+        QProcess holder;
+        holder.start(u"flock"_s, {u"--close"_s, Store::dir() + u"/busy.lock"_s, u"sleep"_s, u"30"_s});
+        QVERIFY(holder.waitForStarted());
+        QTest::qWait(200);
+        const Run refused = cli(home, {u"refresh"_s});
+        holder.kill();
+        holder.waitForFinished();
+        QCOMPARE(refused.code, 1);
+        QVERIFY(refused.err.contains(u"already busy with your files"_s));
+    }
+};
+
+QTEST_MAIN(TestCliEndToEnd)
+#include "tst_cli_end_to_end.moc"
