@@ -101,6 +101,14 @@ AppState::~AppState()
     m_pipeline.waitForFinished();
 }
 
+bool AppState::acquireLock()
+{
+    m_lock = ProcessLock::tryAcquire(Store::dir() + u"/busy.lock"_s);
+    if (!m_lock.held())
+        setMessage(otherProcessBusyText());
+    return m_lock.held();
+}
+
 QString AppState::otherProcessBusyText()
 {
     return u"Brindlow is already busy with your files in another window. Try again when it's done."_s;
@@ -317,11 +325,8 @@ void AppState::start(TidyMode mode)
             openWindow(u"onboarding"_s);
         return;
     }
-    m_lock = ProcessLock::tryAcquire(Store::dir() + u"/busy.lock"_s);
-    if (!m_lock.held()) {
-        setMessage(otherProcessBusyText());
+    if (!acquireLock())
         return;
-    }
     setPhase(Phase::scanning);
     setStatus(u"Looking through your folders"_s);
     m_decided = 0;

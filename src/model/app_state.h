@@ -125,6 +125,8 @@ private:
     void setPlan(const QList<PlanItem>& plan);
     void finishRefresh(const RefreshResult& result);
     PlanItem* findItem(qint64 id);
+    // Takes the lock shared by every Brindlow process; tells the person when another holds it.
+    bool acquireLock();
     void savePlan();
     QDateTime now() const;
 

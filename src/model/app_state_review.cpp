@@ -2,6 +2,7 @@
 #include "app_state.h"
 
 #include "planning/mover.h"
+#include "planning/planner.h"
 #include "platform/clock.h"
 #include "store.h"
 
@@ -12,33 +13,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-QString kindFolder(FileKind kind)
-{
-    switch (kind) {
-        case FileKind::pdf:
-        case FileKind::doc:
-        case FileKind::sheet:
-        case FileKind::slides:
-            return u"Docs"_s;
-        case FileKind::image:
-            return u"Images"_s;
-        case FileKind::video:
-            return u"Video"_s;
-        case FileKind::audio:
-            return u"Audio"_s;
-        case FileKind::design:
-        case FileKind::font:
-            return u"Design"_s;
-        case FileKind::code:
-        case FileKind::project:
-            return u"Code"_s;
-        case FileKind::folder:
-            return u"Folders"_s;
-        default:
-            return u"Other"_s;
-    }
-}
 
 bool undecidedOrGeneric(const PlanItem& item)
 {
@@ -129,7 +103,7 @@ int AppState::addProject(const QString& typed)
             || item.src.fileName().toLower().contains(key) || item.reason.toLower().contains(key);
         if (!belongs)
             continue;
-        item.destFolder = u"Projects/"_s + folder + u'/' + kindFolder(item.kind);
+        item.destFolder = u"Projects/"_s + folder + u'/' + Planner::kindFolder(item.kind);
         item.category = u"project:"_s + name;
         item.approved = true;
         item.suggestedProject.reset();
@@ -165,11 +139,8 @@ void AppState::apply(bool includeRenames)
 {
     if (m_phase != Phase::review)
         return;
-    m_lock = ProcessLock::tryAcquire(Store::dir() + u"/busy.lock"_s);
-    if (!m_lock.held()) {
-        setMessage(otherProcessBusyText());
+    if (!acquireLock())
         return;
-    }
     setPhase(Phase::applying);
     setStatus(u"Moving files"_s);
     const QList<PlanItem> items = m_plan;
@@ -237,11 +208,8 @@ void AppState::undoLast()
 {
     if (isBusy())
         return;
-    m_lock = ProcessLock::tryAcquire(Store::dir() + u"/busy.lock"_s);
-    if (!m_lock.held()) {
-        setMessage(otherProcessBusyText());
+    if (!acquireLock())
         return;
-    }
     setPhase(Phase::applying);
     setStatus(u"Putting files back"_s);
     auto* watcher = new QFutureWatcher<int>(this);

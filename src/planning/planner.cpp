@@ -24,7 +24,31 @@ QString lastPiece(const QString& name)
     return pieces.isEmpty() ? name : pieces.last();
 }
 
-QString projectSubForKind(FileKind kind)
+const Project* knownProject(const QString& wanted, const QList<Project>& projects)
+{
+    const QString lower = wanted.toLower();
+    for (const Project& project : projects) {
+        if (project.name.toLower() == lower || trimBlanks(lastPiece(project.name)).toLower() == lower)
+            return &project;
+    }
+    return nullptr;
+}
+
+// The extension as the file has it, case kept ("JPG" stays "JPG"); none for ".profile".
+QString originalExtension(const QString& name)
+{
+    const qsizetype dot = name.lastIndexOf(u'.');
+    return dot > 0 ? name.mid(dot + 1) : QString();
+}
+
+Decision needsYou(const QString& reason)
+{
+    return Decision {u"needs-you"_s, std::nullopt, u"low"_s, std::nullopt, reason, std::nullopt};
+}
+
+} // namespace
+
+QString kindFolder(FileKind kind)
 {
     switch (kind) {
         case FileKind::pdf:
@@ -50,30 +74,6 @@ QString projectSubForKind(FileKind kind)
             return u"Other"_s;
     }
 }
-
-const Project* knownProject(const QString& wanted, const QList<Project>& projects)
-{
-    const QString lower = wanted.toLower();
-    for (const Project& project : projects) {
-        if (project.name.toLower() == lower || trimBlanks(lastPiece(project.name)).toLower() == lower)
-            return &project;
-    }
-    return nullptr;
-}
-
-// The extension as the file has it, case kept ("JPG" stays "JPG"); none for ".profile".
-QString originalExtension(const QString& name)
-{
-    const qsizetype dot = name.lastIndexOf(u'.');
-    return dot > 0 ? name.mid(dot + 1) : QString();
-}
-
-Decision needsYou(const QString& reason)
-{
-    return Decision {u"needs-you"_s, std::nullopt, u"low"_s, std::nullopt, reason, std::nullopt};
-}
-
-} // namespace
 
 const QStringList& projectSubs()
 {
@@ -154,7 +154,7 @@ QString destination(const Decision& decision, const ScannedItem& item, const Pro
         if (!project)
             return kNeedsYou;
         return u"Projects/"_s + project->folderPath() + u'/'
-            + pick(decision.sub, projectSubs()).value_or(projectSubForKind(item.kind));
+            + pick(decision.sub, projectSubs()).value_or(kindFolder(item.kind));
     }
     if (category == u"creator")
         return u"Creator/"_s + pick(decision.sub, creatorSubs()).value_or(u"Other"_s);

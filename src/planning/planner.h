@@ -19,6 +19,9 @@ const QStringList& creatorSubs();
 const QStringList& personalSubs();
 const QStringList& librarySubs();
 
+// The sub-folder of a project for an item of this kind ("Images", "Docs", "Folders", ...).
+QString kindFolder(FileKind kind);
+
 // One plan item per item that moves or gets a new name, ordered by destination, then file name.
 QList<PlanItem> plan(const QList<ScannedItem>& items, const QHash<qint64, Decision>& decisions, const Profile& profile);
 

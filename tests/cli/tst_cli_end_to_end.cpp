@@ -37,7 +37,8 @@ Run cli(const TempHome& home, const QStringList& arguments, const QByteArray& in
     process.closeWriteChannel();
     if (!process.waitForFinished(60000))
         return {-1, {}, u"timed out"_s};
-    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+    return {process.exitCode(),
+            QString::fromUtf8(process.readAllStandardOutput()),
             QString::fromUtf8(process.readAllStandardError())};
 }
 
@@ -47,11 +48,16 @@ QJsonObject decide(const QString& text, qint64 id)
     const QString line = text.section(u"\"id\":"_s + QString::number(id), 1, 1).section(u'\n', 0, 0)
         + text.section(u"= id "_s + QString::number(id) + u':', 1, 1).section(u'\n', 0, 0);
     if (line.contains(u"receipt"_s))
-        return {{"category"_L1, u"personal"_s}, {"sub"_L1, u"Finance & Receipts"_s}, {"confidence"_L1, u"high"_s},
+        return {{"category"_L1, u"personal"_s},
+                {"sub"_L1, u"Finance & Receipts"_s},
+                {"confidence"_L1, u"high"_s},
                 {"reason"_L1, u"a receipt"_s}};
     if (line.contains(u"IMG_"_s))
-        return {{"category"_L1, u"personal"_s}, {"sub"_L1, u"Photos"_s}, {"confidence"_L1, u"high"_s},
-                {"new_name"_L1, u"Beach at sunset"_s}, {"reason"_L1, u"holiday photo"_s}};
+        return {{"category"_L1, u"personal"_s},
+                {"sub"_L1, u"Photos"_s},
+                {"confidence"_L1, u"high"_s},
+                {"new_name"_L1, u"Beach at sunset"_s},
+                {"reason"_L1, u"holiday photo"_s}};
     return {{"category"_L1, u"library"_s}, {"confidence"_L1, u"high"_s}, {"reason"_L1, u"reference"_s}};
 }
 
@@ -111,13 +117,14 @@ private Q_SLOTS:
         QVERIFY(!Store::loadProfile().onboarded);
 
         server.enqueue(FakeClaudeServer::reply(u"OK"_s));
-        run = cli(home, {u"setup"_s, u"--folders"_s, u"Desktop,Downloads"_s, u"--no-rename"_s, u"--sunday-reset"_s},
+        run = cli(home,
+                  {u"setup"_s, u"--folders"_s, u"Desktop,Downloads"_s, u"--no-rename"_s, u"--sunday-reset"_s},
                   "  sk-from-stdin  \n");
         QCOMPARE(run.code, 0);
         QCOMPARE(server.requests().last().headers.value("x-api-key"), QByteArray("sk-from-stdin"));
         const Profile profile = Store::loadProfile();
         QVERIFY(profile.onboarded && !profile.renameFiles && profile.autoTidy);
-        QCOMPARE(profile.scanFolders, (QStringList{u"Desktop"_s, u"Downloads"_s}));
+        QCOMPARE(profile.scanFolders, (QStringList {u"Desktop"_s, u"Downloads"_s}));
         QCOMPARE(Store::loadKey(), u"sk-from-stdin"_s);
     }
 
@@ -153,8 +160,10 @@ private Q_SLOTS:
         QCOMPARE(plan.size(), 22);
         QCOMPARE(kindOf(plan, u"movie.mp4.crdownload"_s, "destFolder"_L1),
                  u"Brindlow Review/To Delete - Review First/Unfinished downloads"_s);
-        QCOMPARE(kindOf(plan, u"Setup.dmg"_s, "destFolder"_L1), u"Brindlow Review/To Delete - Review First/Installers"_s);
-        QCOMPARE(kindOf(plan, u"photos.zip"_s, "destFolder"_L1), u"Brindlow Review/To Delete - Review First/Already unzipped"_s);
+        QCOMPARE(kindOf(plan, u"Setup.dmg"_s, "destFolder"_L1),
+                 u"Brindlow Review/To Delete - Review First/Installers"_s);
+        QCOMPARE(kindOf(plan, u"photos.zip"_s, "destFolder"_L1),
+                 u"Brindlow Review/To Delete - Review First/Already unzipped"_s);
         QCOMPARE(kindOf(plan, u"report (1).txt"_s, "category"_L1), u"duplicate"_s);
         QCOMPARE(kindOf(plan, u"quorrel-deck.txt"_s, "category"_L1), u"project:Quorrel"_s);
         QCOMPARE(kindOf(plan, u"receipt march.pdf"_s, "destFolder"_L1), u"Personal/Finance & Receipts"_s);
@@ -210,7 +219,7 @@ private Q_SLOTS:
         FileFactory::write(home.path() + u"/Desktop/a.txt"_s, "a");
         QCOMPARE(cli(home, {u"setup"_s, u"--key"_s, u"sk-test"_s}).code, 0);
 
-        const QList<std::pair<FakeClaudeServer::Response, QString>> failures{
+        const QList<std::pair<FakeClaudeServer::Response, QString>> failures {
             {{400, R"({"error":"credit balance is too low"})", 0},
              u"Your Claude credits ran out. Top up at console.anthropic.com, then refresh again. Nothing was moved."_s},
             {{401, "{}", 0}, u"Brindlow couldn't sign in to Claude (error 401). Nothing was moved."_s},
