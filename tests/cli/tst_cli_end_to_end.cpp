@@ -35,7 +35,7 @@ Run cli(const TempHome& home, const QStringList& arguments, const QByteArray& in
     process.start(QStringLiteral(BRINDLOW_CLI), arguments);
     process.write(input);
     process.closeWriteChannel();
-    if (!process.waitForFinished(60000))
+    if (!process.waitForFinished(120000))
         return {-1, {}, u"timed out"_s};
     return {process.exitCode(),
             QString::fromUtf8(process.readAllStandardOutput()),
@@ -232,6 +232,14 @@ private Q_SLOTS:
             QVERIFY(QFile::exists(home.path() + u"/Desktop/a.txt"_s));
             QVERIFY(Store::loadPlan().isEmpty());
         }
+
+        // Overloaded through every retry: the program's own waits (3 + 8 + 13 + 18 s) are real here.
+        for (int i = 0; i < 4; ++i)
+            server.enqueue({529, "{}", 0});
+        const Run busy = cli(home, {u"refresh"_s});
+        QCOMPARE(busy.code, 1);
+        QCOMPARE(busy.err.trimmed(), u"Claude is busy right now. Try again in a minute."_s);
+        QVERIFY(Store::loadPlan().isEmpty());
 
         // Another Brindlow at work: this one waits its turn.
         QProcess holder;
