@@ -175,6 +175,12 @@ private Q_SLOTS:
         QCOMPARE(contentOf(down + u"/album/one.jpg"_s), QByteArray("one"));
         QCOMPARE(contentOf(base + u"/Personal/report.pdf"_s), QByteArray("old report"));
         QCOMPARE(Mover::undoLatest(), 0); // every log is undone now
+
+        // A folder is never moved into itself.
+        FileFactory::write(base + u"/Stuff/keep.txt"_s, "keep");
+        const ApplyResult inside = Mover::apply({planned(base + u"/Stuff"_s, u"Stuff/Inner"_s)}, base, true);
+        QCOMPARE(inside.skipped, 1);
+        QCOMPARE(contentOf(base + u"/Stuff/keep.txt"_s), QByteArray("keep"));
         const QStringList names = logNames();
         QCOMPARE(names.size(), 2);
         QVERIFY(names.at(0).startsWith(u"undone-moves-"_s) && names.at(1).startsWith(u"undone-moves-"_s));

@@ -7,6 +7,7 @@
 #include <QFileInfo>
 #include <QImage>
 #include <QImageReader>
+#include <QProcess>
 #include <QStandardPaths>
 #include <QTest>
 
@@ -143,6 +144,28 @@ private Q_SLOTS:
         const QImage page = Thumbnailer::thumbnail(document);
         QVERIFY(!page.isNull() && page.width() <= 251 && page.height() <= 221);
         QVERIFY(Thumbnailer::thumbnail(broken).isNull());
+
+        // A real clip gives one of its frames.
+        const QString clip = home.path() + u"/clip.mp4"_s;
+        QProcess ffmpeg;
+        ffmpeg.start(u"ffmpeg"_s,
+                     {u"-loglevel"_s,
+                      u"error"_s,
+                      u"-f"_s,
+                      u"lavfi"_s,
+                      u"-i"_s,
+                      u"testsrc=size=320x240:rate=10"_s,
+                      u"-t"_s,
+                      u"2"_s,
+                      u"-c:v"_s,
+                      u"mpeg4"_s,
+                      u"-pix_fmt"_s,
+                      u"yuv420p"_s,
+                      clip});
+        QVERIFY(ffmpeg.waitForFinished(30000) && ffmpeg.exitCode() == 0);
+        const QImage frame = Thumbnailer::thumbnail(clip);
+        QVERIFY(!frame.isNull());
+        QVERIFY2(frame.width() == 250 && qAbs(frame.height() - 188) <= 1, qPrintable(QString::number(frame.height())));
 
         // The desktop's thumbnail is used while it matches the file's time, and only then.
         struct stat info
