@@ -4,11 +4,11 @@
 // photos beside vipsthumbnail and ImageMagick's montage making the same 20 tiles.
 //
 //   build/bench/bench_refresh [--latency 1500] [--dir DIR]
+#include "common/synthetic_photos.h"
 #include "support/fake_claude_server.h"
 #include "understanding/classifier.h"
 #include "understanding/contact_sheet.h"
 
-#include <QBuffer>
 #include <QCommandLineParser>
 #include <QDir>
 #include <QElapsedTimer>
@@ -16,7 +16,6 @@
 #include <QImage>
 #include <QJsonObject>
 #include <QProcess>
-#include <QRandomGenerator>
 #include <QTextStream>
 
 #include <cmath>
@@ -34,30 +33,7 @@ double seconds(const QElapsedTimer& timer)
 
 QByteArray photoJpeg(int width, int height, quint32 seed)
 {
-    QImage image(width, height, QImage::Format_RGB32);
-    QRandomGenerator random(seed);
-    for (int y = 0; y < height; ++y) {
-        auto* line = reinterpret_cast<quint32*>(image.scanLine(y));
-        for (int x = 0; x < width; ++x) {
-            const int base = (x * 255 / width + y * 255 / height) / 2;
-            const int grain = int(random.bounded(40));
-            line[x] = qRgb(std::min(255, base + grain), std::min(255, 80 + grain), std::min(255, 255 - base + grain));
-        }
-    }
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "JPEG", 88);
-    return bytes;
-}
-
-// A copy made unique by a comment segment right after the start marker.
-QByteArray unique(const QByteArray& jpeg, int serial)
-{
-    const QByteArray comment = "copy " + QByteArray::number(serial);
-    QByteArray segment("\xFF\xFE", 2);
-    segment.append(char(0)).append(char(comment.size() + 2)).append(comment);
-    return jpeg.left(2) + segment + jpeg.mid(2);
+    return SyntheticPhotos::encoded(SyntheticPhotos::photoLike(width, height, seed), "JPEG", 88);
 }
 
 void write(const QString& path, const QByteArray& bytes)
@@ -114,7 +90,8 @@ int main(int argc, char* argv[])
     if (!QFile::exists(home + u"/ready"_s)) {
         const QByteArray templates[] = {photoJpeg(3000, 2000, 1), photoJpeg(3000, 2000, 2), photoJpeg(2000, 3000, 3)};
         for (int i = 0; i < 667; ++i)
-            write(home + u"/Desktop/IMG_%1.jpg"_s.arg(i), unique(templates[i % 3], i));
+            write(home + u"/Desktop/IMG_%1.jpg"_s.arg(i),
+                  SyntheticPhotos::uniqueJpeg(templates[i % 3], "copy " + QByteArray::number(i)));
         for (int i = 0; i < 1333; ++i)
             write(home + u"/Documents/notes %1.txt"_s.arg(i),
                   "Meeting notes about the spring launch " + QByteArray::number(i));

@@ -1,5 +1,7 @@
 #include "home_generator.h"
 
+#include "common/synthetic_photos.h"
+
 #include <QBuffer>
 #include <QDir>
 #include <QFile>
@@ -16,6 +18,10 @@ using namespace Qt::Literals::StringLiterals;
 namespace HomeGenerator {
 
 namespace {
+
+using SyntheticPhotos::encoded;
+using SyntheticPhotos::photoLike;
+using SyntheticPhotos::uniqueJpeg;
 
 const char* const kWords[]
     = {"quarterly", "invoice", "Quorrel", "launch", "budget", "receipt", "meeting", "contract", "draft",  "KSTL",
@@ -85,41 +91,6 @@ private:
     qint64 m_serial = 0;
     Summary m_summary;
 };
-
-QByteArray encoded(const QImage& image, const char* format, int quality)
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, format, quality);
-    return bytes;
-}
-
-QImage photoLike(int width, int height, quint32 seed)
-{
-    QImage image(width, height, QImage::Format_RGB32);
-    QRandomGenerator random(seed);
-    for (int y = 0; y < height; ++y) {
-        auto* line = reinterpret_cast<quint32*>(image.scanLine(y));
-        for (int x = 0; x < width; ++x) {
-            const int base = (x * 255 / width + y * 255 / height) / 2;
-            const int grain = int(random.bounded(48));
-            line[x] = qRgb(std::min(255, base + grain), std::min(255, 90 + grain), std::min(255, 255 - base + grain));
-        }
-    }
-    return image;
-}
-
-// A JPEG made unique in its first bytes by a comment segment right after the start marker.
-QByteArray uniqueJpeg(const QByteArray& templ, const QByteArray& tag, int padding)
-{
-    QByteArray comment = tag + QByteArray(padding, ' ');
-    comment.truncate(65000);
-    const quint16 length = quint16(comment.size() + 2);
-    QByteArray segment("\xFF\xFE", 2);
-    segment.append(char(length >> 8)).append(char(length & 0xff)).append(comment);
-    return templ.left(2) + segment + templ.mid(2);
-}
 
 // A PNG made unique by a text chunk right after its header chunk.
 QByteArray uniquePng(const QByteArray& templ, const QByteArray& text)
