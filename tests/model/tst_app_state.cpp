@@ -117,6 +117,7 @@ private Q_SLOTS:
             QCOMPARE(state->phase(), Phase::idle);
             holder.kill();
             holder.waitForFinished();
+            QTRY_VERIFY(ProcessLock::tryAcquire(Store::dir() + u"/busy.lock"_s).held());
         }
         f.server.setLatency(300);
         state->start(TidyMode::quick);

@@ -19,7 +19,8 @@ using namespace Qt::Literals::StringLiterals;
 class FakeClaudeServer::Worker : public QObject
 {
 public:
-    QTcpServer server;
+    // A child, so that it moves to the server's thread with the worker.
+    QTcpServer server {this};
     mutable QMutex mutex;
     std::deque<Response> script;
     Handler handler;
