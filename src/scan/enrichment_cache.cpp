@@ -13,7 +13,7 @@
 namespace {
 
 constexpr char kMagic[] = "BRINDLOW-SCAN-CACHE";
-constexpr qint32 kVersion = 2;
+constexpr qint32 kVersion = 3;
 constexpr qint64 kMaxFileBytes = 512 * 1024 * 1024;
 
 QByteArray checksum(QByteArrayView payload)
@@ -130,6 +130,8 @@ EnrichmentCache EnrichmentCache::load(const QString& file)
         const quint64 prefix = in.number<quint64>();
         facts.prefixHash = hasPrefix ? std::optional(prefix) : std::nullopt;
         facts.contentKey = in.text();
+        const quint8 marker = in.number<quint8>();
+        facts.projectMarker = marker == 0 ? std::nullopt : std::optional(marker == 2);
         if (path)
             entries.insert(*path, Entry {facts, false});
     }
@@ -160,6 +162,7 @@ void EnrichmentCache::save(const QString& file) const
         out.number<quint8>(facts.prefixHash ? 1 : 0);
         out.number<quint64>(facts.prefixHash.value_or(0));
         out.text(facts.contentKey);
+        out.number<quint8>(facts.projectMarker ? (*facts.projectMarker ? 2 : 1) : 0);
     }
     const QByteArray& payload = out.bytes();
     if (FileIo::writeAtomic(file, QByteArray(kMagic, sizeof kMagic) + checksum(payload) + payload))

@@ -25,6 +25,7 @@ struct CachedFacts
     std::optional<QString> whereFrom;
     std::optional<quint64> prefixHash; // of the first 4 KiB, to rule out most same-size files
     std::optional<QString> contentKey; // SHA-256, hex
+    std::optional<bool> projectMarker; // a folder holds .git, package.json, ...; its entries changed if not
 
     bool operator==(const CachedFacts&) const = default;
 };

@@ -78,10 +78,15 @@ struct Found
 {
     ScannedItem item;
     FileStamp stamp;
+    std::optional<bool> projectMarker;
 };
 
 // Lists one root's direct children in the file system's order and builds their bare items.
-void listRoot(const QString& root, const QStringList& excluded, const ScanOptions& options, QList<Found>& found)
+void listRoot(const QString& root,
+              const QStringList& excluded,
+              const ScanOptions& options,
+              const EnrichmentCache& cache,
+              QList<Found>& found)
 {
     DIR* dir = ::opendir(QFile::encodeName(root).constData());
     if (!dir)
@@ -106,6 +111,8 @@ void listRoot(const QString& root, const QStringList& excluded, const ScanOption
         const QString path = root + u'/' + *name;
         const QDateTime modified = dateOf(info.st_mtim);
 
+        const FileStamp stamp {info.st_size, nanoseconds(info.st_mtim), info.st_ino, nanoseconds(info.st_ctim)};
+        std::optional<bool> marker;
         ScannedItem item;
         item.name = *name;
         item.ext = Kinds::extension(*name);
@@ -115,7 +122,13 @@ void listRoot(const QString& root, const QStringList& excluded, const ScanOption
             if (skipDirNames().contains(*name) || appFolderNames().contains(*name) || name->startsWith(u'.')
                 || isExcluded(path, excluded))
                 continue;
-            const bool whole = Kinds::bundleExtensions().contains(item.ext) || hasProjectMarker(rootFd, raw);
+            // A marker comes or goes only with a change to the folder's own entries, which changes
+            // its stamp: an unchanged folder keeps the answer of the last scan.
+            if (!Kinds::bundleExtensions().contains(item.ext)) {
+                const CachedFacts* cached = cache.find(path, stamp);
+                marker = cached && cached->projectMarker ? *cached->projectMarker : hasProjectMarker(rootFd, raw);
+            }
+            const bool whole = !marker || *marker;
             if (options.since && modified < *options.since)
                 continue;
             item.kind = whole ? Kinds::kind(path, true) : FileKind::folder;
@@ -129,8 +142,7 @@ void listRoot(const QString& root, const QStringList& excluded, const ScanOption
             item.size = info.st_size;
         }
         item.url = QUrl::fromLocalFile(path);
-        found.append({std::move(item),
-                      FileStamp {info.st_size, nanoseconds(info.st_mtim), info.st_ino, nanoseconds(info.st_ctim)}});
+        found.append({std::move(item), stamp, marker});
     }
     ::closedir(dir);
 }
@@ -263,12 +275,12 @@ QList<ScannedItem> run(const ScanOptions& options, const Progress& progress)
     for (const QUrl& url : options.exclude)
         excluded.append(QDir::cleanPath(QDir(url.toLocalFile()).absolutePath()));
 
-    QList<Found> found;
-    for (const QUrl& root : options.roots)
-        listRoot(QDir::cleanPath(QDir(root.toLocalFile()).absolutePath()), excluded, options, found);
-
     const QString cachePath = cacheFile();
     EnrichmentCache cache = EnrichmentCache::load(cachePath);
+    QList<Found> found;
+    for (const QUrl& root : options.roots)
+        listRoot(QDir::cleanPath(QDir(root.toLocalFile()).absolutePath()), excluded, options, cache, found);
+
     QList<ScannedItem> items(found.size());
     QList<CachedFacts> facts(found.size());
     QList<char> known(found.size());
@@ -277,7 +289,8 @@ QList<ScannedItem> run(const ScanOptions& options, const Progress& progress)
         items[i].id = i;
         const CachedFacts* cached = cache.find(items[i].url.toLocalFile(), found[i].stamp);
         known[i] = cached != nullptr;
-        facts[i] = cached ? *cached : CachedFacts {found[i].stamp, {}, {}, {}, {}};
+        facts[i] = cached ? *cached : CachedFacts {found[i].stamp, {}, {}, {}, {}, {}};
+        facts[i].projectMarker = found[i].projectMarker;
     }
     found.clear();
 

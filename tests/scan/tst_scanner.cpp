@@ -250,6 +250,13 @@ private Q_SLOTS:
         FileFactory::write(plan, "# Plan!");
         QCOMPARE(find(Scanner::run(options), u"plan.md"_s)->text, u"# Plan!"_s);
 
+        // A project marker arriving in a folder changes the folder, and so what it is taken for.
+        QCOMPARE(find(Scanner::run(options), u"folder"_s)->kind, FileKind::folder);
+        FileFactory::write(root + u"/folder/package.json"_s, "{}");
+        QCOMPARE(find(Scanner::run(options), u"folder"_s)->kind, FileKind::project);
+        QFile::remove(root + u"/folder/package.json"_s);
+        QCOMPARE(find(Scanner::run(options), u"folder"_s)->kind, FileKind::folder);
+
         FileFactory::write(root + u"/notes copy.txt"_s, "meeting NOTES");
         const QList<ScannedItem> changed = Scanner::run(options);
         QVERIFY(!find(changed, u"notes copy.txt"_s)->junkHints.contains(u"exact-duplicate"_s));
