@@ -1,6 +1,6 @@
 #include "commands.h"
 
-#include "model/app_state.h"
+#include "controller/app_state.h"
 #include "model/store.h"
 #include "terminal.h"
 #include "understanding/claude_api.h"

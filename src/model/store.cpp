@@ -38,9 +38,9 @@ std::optional<QJsonDocument> readJson(QStringView name)
     return document;
 }
 
-void writeJson(QStringView name, const QJsonDocument& document, QJsonDocument::JsonFormat format)
+bool writeJson(QStringView name, const QJsonDocument& document, QJsonDocument::JsonFormat format)
 {
-    FileIo::writeAtomic(filePath(name), document.toJson(format));
+    return FileIo::writeAtomic(filePath(name), document.toJson(format));
 }
 
 void makeFolder(const QString& path, mode_t mode)
@@ -140,9 +140,14 @@ Profile loadProfile()
     return profile.value_or(Profile::defaults());
 }
 
-void savePlan(const QList<PlanItem>& items)
+bool savePlan(const QList<PlanItem>& items)
 {
-    writeJson(u"pending-plan.json", recordsDocument(items), QJsonDocument::Compact);
+    return writeJson(u"pending-plan.json", recordsDocument(items), QJsonDocument::Compact);
+}
+
+QString planPath()
+{
+    return filePath(u"pending-plan.json");
 }
 
 QList<PlanItem> loadPlan()
@@ -152,9 +157,18 @@ QList<PlanItem> loadPlan()
 
 void addLesson(const Lesson& lesson)
 {
+    addLessons({lesson});
+}
+
+void addLessons(const QList<Lesson>& added)
+{
+    if (added.isEmpty())
+        return;
     QList<Lesson> lessons = loadLessons();
-    lessons.removeIf([&lesson](const Lesson& stored) { return stored.name == lesson.name; });
-    lessons.append(lesson);
+    for (const Lesson& lesson : added) {
+        lessons.removeIf([&lesson](const Lesson& stored) { return stored.name == lesson.name; });
+        lessons.append(lesson);
+    }
     if (lessons.size() > kMaxLessons)
         lessons.remove(0, lessons.size() - kMaxLessons);
     writeJson(u"lessons.json", recordsDocument(lessons), QJsonDocument::Compact);

@@ -29,12 +29,14 @@ void saveProfile(const Profile& profile);
 // The stored profile, or the defaults when there is none that decodes. Never writes.
 Profile loadProfile();
 
-// Saving an empty list is how a plan is discarded.
-void savePlan(const QList<PlanItem>& items);
+// Saving an empty list is how a plan is discarded. Returns whether the new plan landed.
+bool savePlan(const QList<PlanItem>& items);
+QString planPath();
 QList<PlanItem> loadPlan();
 
 // Keeps one lesson per file name, newest last, at most 200.
 void addLesson(const Lesson& lesson);
+void addLessons(const QList<Lesson>& lessons);
 QList<Lesson> loadLessons();
 
 // Merges into the stored notes: new descriptions replace old ones, nothing is removed.

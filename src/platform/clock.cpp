@@ -1,5 +1,7 @@
 #include "clock.h"
 
+#include <QTimer>
+
 #include <thread>
 
 QDateTime SystemClock::now() const
@@ -14,6 +16,11 @@ bool SystemClock::sleep(std::chrono::milliseconds duration, const Cancellation* 
         return true;
     }
     return !cancellation->waitFor(duration);
+}
+
+void SystemClock::callAfter(std::chrono::milliseconds delay, QObject* context, std::function<void()> task) const
+{
+    QTimer::singleShot(delay, context, std::move(task));
 }
 
 const SystemClock& SystemClock::instance()

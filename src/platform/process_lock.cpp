@@ -2,21 +2,42 @@
 
 #include <QFile>
 
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
 
+namespace {
+
+int lockedFd(const QString& path, int operation)
+{
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (fd < 0)
+        return -1;
+    int done = 0;
+    do {
+        done = ::flock(fd, operation);
+    } while (done != 0 && errno == EINTR);
+    if (done != 0) {
+        ::close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+} // namespace
+
 ProcessLock ProcessLock::tryAcquire(const QString& path)
 {
     ProcessLock lock;
-    const int fd = ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (fd < 0)
-        return lock;
-    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
-        ::close(fd);
-        return lock;
-    }
-    lock.m_fd = fd;
+    lock.m_fd = lockedFd(path, LOCK_EX | LOCK_NB);
+    return lock;
+}
+
+ProcessLock ProcessLock::acquire(const QString& path)
+{
+    ProcessLock lock;
+    lock.m_fd = lockedFd(path, LOCK_EX);
     return lock;
 }
 

@@ -12,6 +12,8 @@ class ProcessLock
 public:
     // Takes the lock when free; an invalid lock when another process holds it.
     static ProcessLock tryAcquire(const QString& path);
+    // Waits for the lock; for short critical sections only, never on the UI thread.
+    static ProcessLock acquire(const QString& path);
 
     ProcessLock() = default;
     ProcessLock(ProcessLock&& other) noexcept;

@@ -269,8 +269,9 @@ bool isBrowserDownloadName(const QString& name)
     return pattern.match(name).hasMatch();
 }
 
-QList<ScannedItem> run(const ScanOptions& options, const Progress& progress)
+QList<ScannedItem> run(const ScanOptions& options, const Progress& progress, const Cancellation* cancellation)
 {
+    const auto cancelled = [cancellation] { return cancellation && cancellation->isCancelled(); };
     QStringList excluded;
     for (const QUrl& url : options.exclude)
         excluded.append(QDir::cleanPath(QDir(url.toLocalFile()).absolutePath()));
@@ -278,8 +279,11 @@ QList<ScannedItem> run(const ScanOptions& options, const Progress& progress)
     const QString cachePath = cacheFile();
     EnrichmentCache cache = EnrichmentCache::load(cachePath);
     QList<Found> found;
-    for (const QUrl& root : options.roots)
+    for (const QUrl& root : options.roots) {
+        if (cancelled())
+            return {};
         listRoot(QDir::cleanPath(QDir(root.toLocalFile()).absolutePath()), excluded, options, cache, found);
+    }
 
     QList<ScannedItem> items(found.size());
     QList<CachedFacts> facts(found.size());
@@ -300,6 +304,8 @@ QList<ScannedItem> run(const ScanOptions& options, const Progress& progress)
     QList<qsizetype> positions(items.size());
     std::iota(positions.begin(), positions.end(), 0);
     for (qsizetype begin = 0; begin < items.size(); begin += kProgressStep) {
+        if (cancelled())
+            return {};
         const qsizetype end = std::min(begin + kProgressStep, items.size());
         QtConcurrent::blockingMap(&pool, positions.begin() + begin, positions.begin() + end, [&](qsizetype i) {
             describe(items[i], facts[i], known[i]);
@@ -310,6 +316,8 @@ QList<ScannedItem> run(const ScanOptions& options, const Progress& progress)
     if (progress)
         progress(int(items.size()));
 
+    if (cancelled())
+        return {};
     markDuplicates(items, facts);
 
     for (qsizetype i = 0; i < items.size(); ++i)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/scanned_item.h"
+#include "platform/cancellation.h"
 #include "scan_options.h"
 
 #include <QSet>
@@ -20,7 +21,10 @@ using Progress = std::function<void(int found)>;
 // Names that are not valid UTF-8 (possible on Linux) are passed over: such a name cannot be
 // carried through a plan, a move log or a prompt without being altered, and an altered name
 // could lead a later read, hash or move to another file.
-QList<ScannedItem> run(const ScanOptions& options, const Progress& progress = {});
+// A cancelled walk stops within one step of 100 items and returns nothing.
+QList<ScannedItem> run(const ScanOptions& options,
+                       const Progress& progress = {},
+                       const Cancellation* cancellation = nullptr);
 
 const QSet<QString>& skipDirNames();
 const QSet<QString>& appFolderNames();

@@ -1,4 +1,4 @@
-#include "model/app_state.h"
+#include "controller/app_state.h"
 #include "model/store.h"
 #include "schedule/dbus_notifications.h"
 #include "schedule/notifier.h"
@@ -89,7 +89,7 @@ private Q_SLOTS:
         TestClock clock;
         AppState state(&clock);
         QStringList windows;
-        state.openWindow = [&windows](const QString& id) { windows.append(id); };
+        QObject::connect(&state, &AppState::windowRequested, &state, [&windows](const QString& id) { windows.append(id); });
         state.init();
         QSignalSpy finished(&state, &AppState::refreshFinished);
         state.start(TidyMode::quick);

@@ -18,16 +18,46 @@ bool TestClock::sleep(std::chrono::milliseconds duration, const Cancellation* ca
     return !(cancellation && cancellation->isCancelled());
 }
 
-void TestClock::set(const QDateTime& moment)
+void TestClock::callAfter(std::chrono::milliseconds delay, QObject* context, std::function<void()> task) const
 {
     const std::lock_guard lock(m_mutex);
-    m_now = moment;
+    m_pending.append({m_now.addMSecs(delay.count()), context, std::move(task)});
+}
+
+void TestClock::set(const QDateTime& moment)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_now = moment;
+    }
+    runDue();
 }
 
 void TestClock::advance(std::chrono::milliseconds duration)
 {
-    const std::lock_guard lock(m_mutex);
-    m_now = m_now.addMSecs(duration.count());
+    {
+        const std::lock_guard lock(m_mutex);
+        m_now = m_now.addMSecs(duration.count());
+    }
+    runDue();
+}
+
+void TestClock::runDue()
+{
+    QList<Pending> due;
+    {
+        const std::lock_guard lock(m_mutex);
+        for (qsizetype i = 0; i < m_pending.size();) {
+            if (m_pending[i].due <= m_now)
+                due.append(m_pending.takeAt(i));
+            else
+                ++i;
+        }
+    }
+    for (const Pending& pending : due) {
+        if (pending.context)
+            pending.task();
+    }
 }
 
 QList<std::chrono::milliseconds> TestClock::sleeps() const

@@ -1,4 +1,4 @@
-#include "model/app_state.h"
+#include "controller/app_state.h"
 #include "model/store.h"
 #include "support/file_factory.h"
 #include "support/temp_home.h"
@@ -53,7 +53,7 @@ public:
     {
         Store::savePlan(items);
         auto created = std::make_unique<AppState>(&clock);
-        created->openWindow = [this](const QString& id) { windows.append(id); };
+        QObject::connect(created.get(), &AppState::windowRequested, created.get(), [this](const QString& id) { windows.append(id); });
         created->init();
         return created;
     }
@@ -91,6 +91,7 @@ private Q_SLOTS:
 
         state->toggle(0);
         QVERIFY(!byId(*state, 0).approved);
+        state->flushEdits();
         QVERIFY(!Store::loadPlan().at(0).approved);
         state->toggle(0);
         QVERIFY(byId(*state, 0).approved);
@@ -100,16 +101,19 @@ private Q_SLOTS:
         state->setApproved({0, 1, 99}, false);
         QVERIFY(!byId(*state, 0).approved && !byId(*state, 1).approved);
         state->toggleRename(1);
+        state->flushEdits();
         QVERIFY(!Store::loadPlan().at(1).renameApproved);
 
         state->setDestination(0, std::nullopt);
         QVERIFY(!byId(*state, 0).approved);
+        state->flushEdits();
         QVERIFY(Store::loadLessons().isEmpty());
         state->setDestination(0, u"Personal/Travel"_s);
         QCOMPARE(byId(*state, 0).category, u"user"_s);
         QCOMPARE(byId(*state, 0).destFolder, u"Personal/Travel"_s);
         QVERIFY(byId(*state, 0).approved);
         state->setDestination(0, u"Archive/2024"_s);
+        state->flushEdits();
         QCOMPARE(Store::loadLessons(), (QList<Lesson> {{u"a.txt"_s, u"reason for a.txt"_s, u"Archive/2024"_s}}));
         QCOMPARE(Store::loadPlan(), state->plan());
     }
@@ -146,6 +150,7 @@ private Q_SLOTS:
         QCOMPARE(byId(*state, 2).suggestedProject, std::nullopt);
         QCOMPARE(byId(*state, 3).category, u"junk"_s);
         QCOMPARE(byId(*state, 4).category, u"personal"_s);
+        state->flushEdits();
         QCOMPARE(Store::loadLessons().last(),
                  (Lesson {u"(project)"_s, u"user added project"_s, u"Projects/Quorrel"_s}));
 
@@ -190,6 +195,7 @@ private Q_SLOTS:
         QCOMPARE(recap.result.needsYou, 1);
         QCOMPARE(*reviewing->lastResult(), recap.result);
         QCOMPARE(f.windows, QStringList {u"recap"_s});
+        reviewing->flushEdits();
         QVERIFY(reviewing->plan().isEmpty() && Store::loadPlan().isEmpty());
         QCOMPARE(reviewing->profile().lastRun, f.clock.now());
         QVERIFY(QFile::exists(f.home.path() + u"/Documents/Personal/Photos/Beach day.png"_s));

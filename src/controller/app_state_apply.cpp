@@ -1,0 +1,127 @@
+// Apply and undo: the two operations that change the person's files.
+#include "app_state.h"
+
+#include "model/plan_tab.h"
+#include "model/store.h"
+#include "plan_saver.h"
+#include "planning/mover.h"
+#include "platform/clock.h"
+
+#include <QFutureWatcher>
+#include <QLocale>
+#include <QtConcurrent>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// What the recap shows is counted from the approved plan, before anything moves.
+RecapData recapOf(const QList<PlanItem>& items, bool includeRenames)
+{
+    QHash<QString, int> groups;
+    int duplicates = 0;
+    const PlanItem* anyRename = nullptr;
+    const PlanItem* imageRename = nullptr;
+    for (const PlanItem& item : items) {
+        if (!item.approved)
+            continue;
+        if (PlanTabs::isOrganized(item))
+            ++groups[item.group()];
+        duplicates += item.category == u"duplicate";
+        if (includeRenames && item.renameApproved && item.newName) {
+            if (!anyRename)
+                anyRename = &item;
+            if (!imageRename && item.kind == FileKind::image)
+                imageRename = &item;
+        }
+    }
+    RecapData recap;
+    for (auto it = groups.cbegin(); it != groups.cend(); ++it)
+        recap.groups.append({it.key(), it.value()});
+    std::sort(recap.groups.begin(), recap.groups.end(), [](const GroupCount& a, const GroupCount& b) {
+        return a.count != b.count ? a.count > b.count : a.name < b.name;
+    });
+    if (const PlanItem* example = imageRename ? imageRename : anyRename) {
+        recap.renameFrom = example->src.fileName();
+        recap.renameTo = example->newName;
+    }
+    recap.duplicates = duplicates;
+    return recap;
+}
+
+} // namespace
+
+void AppState::startMoving(const QString& status)
+{
+    setPhase(Phase::applying);
+    setStatus(status);
+    m_cancellation = std::make_shared<Cancellation>();
+}
+
+void AppState::apply(bool includeRenames)
+{
+    if (m_phase != Phase::review)
+        return;
+    if (!acquireLock())
+        return;
+    submitEdits();
+    startMoving(u"Moving files"_s);
+    const QList<PlanItem> items = m_plan;
+    const QString homeBase = m_profile.homeBase;
+    RecapData recap = recapOf(items, includeRenames);
+
+    const Clock* clock = m_clock;
+    PlanSaver* saver = m_saver;
+    auto* watcher = new QFutureWatcher<ApplyResult>(this);
+    connect(watcher, &QFutureWatcher<ApplyResult>::finished, this, [this, watcher, recap]() mutable {
+        const ApplyResult result = watcher->result();
+        watcher->deleteLater();
+        m_lock.release();
+        m_lastResult = result;
+        Q_EMIT lastResultChanged();
+        recap.result = result;
+        setRecap(recap);
+        if (result.stoppedBecause)
+            setMessage(result.stoppedBecause);
+        if (result.moved > 0)
+            Q_EMIT windowRequested(u"recap"_s);
+        Profile updated = m_profile;
+        updated.lastRun = now();
+        setProfile(updated);
+        replacePlan({});
+        setPhase(Phase::done);
+        refreshNewFiles();
+        Q_EMIT moveFinished();
+    });
+    const QFuture<ApplyResult> work = QtConcurrent::run([items, homeBase, includeRenames, clock, saver] {
+        // The reviewed plan is on disk before the first file moves.
+        saver->waitUntilWritten();
+        return Mover::apply(items, homeBase, includeRenames, [clock] { return clock->now(); });
+    });
+    m_pipeline = QFuture<void>(work);
+    watcher->setFuture(work);
+}
+
+void AppState::undoLast()
+{
+    if (isBusy())
+        return;
+    if (!acquireLock())
+        return;
+    startMoving(u"Putting files back"_s);
+    auto* watcher = new QFutureWatcher<int>(this);
+    connect(watcher, &QFutureWatcher<int>::finished, this, [this, watcher] {
+        const int restored = watcher->result();
+        watcher->deleteLater();
+        m_lock.release();
+        setPhase(Phase::idle);
+        setMessage(restored < 1
+                       ? u"Nothing to undo."_s
+                       : u"Restored "_s + QLocale::system().toString(restored) + u" files to where they were."_s);
+        refreshNewFiles();
+        Q_EMIT moveFinished();
+    });
+    const QFuture<int> work = QtConcurrent::run([] { return Mover::undoLatest(); });
+    m_pipeline = QFuture<void>(work);
+    watcher->setFuture(work);
+}

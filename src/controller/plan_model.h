@@ -1,0 +1,69 @@
+#pragma once
+
+#include "model/plan_tab.h"
+#include "model/recap_data.h"
+
+#include <QAbstractListModel>
+#include <QPointer>
+
+#include <array>
+
+class AppState;
+
+// The open plan as a list model for views: one row per plan item, in plan order. Edits made
+// through the controller arrive as dataChanged for exactly the rows they touched; only a new
+// plan resets the model.
+class PlanModel : public QAbstractListModel
+{
+    Q_OBJECT
+
+public:
+    enum Role {
+        IdRole = Qt::UserRole + 1,
+        NameRole, // the file name as it is now
+        PathRole, // the local path of the item
+        FolderRole, // where the item is, relative to the home folder
+        SizeRole,
+        KindRole, // FileKind as int
+        CategoryRole,
+        DestinationRole,
+        GroupRole,
+        JunkGroupRole,
+        NewNameRole, // empty when no rename is proposed
+        ApprovedRole,
+        RenameApprovedRole,
+        ReasonRole,
+        SuggestedProjectRole,
+    };
+
+    explicit PlanModel(AppState* state, QObject* parent = nullptr);
+
+    int rowCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    // Checking a row approves its move; RenameApprovedRole approves its rename.
+    bool setData(const QModelIndex& index, const QVariant& value, int role = Qt::EditRole) override;
+    Qt::ItemFlags flags(const QModelIndex& index) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+    const PlanItem& item(int row) const;
+    AppState* state() const;
+
+    int tabCount(PlanTab tab) const;
+    int approvedCount() const;
+    // The organize items by destination group, largest first.
+    QList<GroupCount> groups() const;
+
+Q_SIGNALS:
+    // Tab counts, the approved count or the groups may have changed.
+    void countsChanged();
+
+private:
+    void changed(const QList<int>& rows);
+    void recount() const;
+
+    QPointer<AppState> m_state;
+    mutable bool m_countsValid = false;
+    mutable std::array<int, 4> m_tabCounts {};
+    mutable int m_approved = 0;
+    mutable QList<GroupCount> m_groups;
+};

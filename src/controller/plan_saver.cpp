@@ -1,0 +1,202 @@
+#include "plan_saver.h"
+
+#include "model/store.h"
+#include "platform/process_lock.h"
+
+#include <QFile>
+#include <QHash>
+
+#include <sys/stat.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QString lockPath()
+{
+    return Store::dir() + u"/plan.lock"_s;
+}
+
+// The file's items, with those in `changed` taken from `mine`.
+QList<PlanItem> overlay(QList<PlanItem> base, const QList<PlanItem>& mine, const QSet<qint64>& changed)
+{
+    if (changed.isEmpty())
+        return base;
+    QHash<qint64, const PlanItem*> edited;
+    edited.reserve(changed.size());
+    for (const PlanItem& item : mine) {
+        if (changed.contains(item.id))
+            edited.insert(item.id, &item);
+    }
+    for (PlanItem& item : base) {
+        if (const PlanItem* mineItem = edited.value(item.id))
+            item = *mineItem;
+    }
+    return base;
+}
+
+} // namespace
+
+PlanSaver::PlanSaver(QObject* parent)
+    : QObject(parent)
+    , m_thread([this] { work(); })
+{ }
+
+PlanSaver::~PlanSaver()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_stopping = true;
+    }
+    m_wake.notify_all();
+    m_thread.join();
+}
+
+PlanSaver::Stamp PlanSaver::stampOf(const QString& path)
+{
+    struct stat info
+    { };
+    if (::stat(QFile::encodeName(path).constData(), &info) != 0)
+        return {};
+    return {quint64(info.st_dev),
+            quint64(info.st_ino),
+            qint64(info.st_size),
+            qint64(info.st_mtim.tv_sec) * 1000000000 + info.st_mtim.tv_nsec};
+}
+
+void PlanSaver::adopt(const QList<PlanItem>& plan)
+{
+    enqueue(PlanJob {plan, {}, false, true, 0});
+}
+
+void PlanSaver::replace(const QList<PlanItem>& plan, quint64 generation)
+{
+    enqueue(PlanJob {plan, {}, true, false, generation});
+}
+
+void PlanSaver::update(const QList<PlanItem>& plan, const QSet<qint64>& changed, quint64 generation)
+{
+    enqueue(PlanJob {plan, changed, false, false, generation});
+}
+
+void PlanSaver::enqueue(PlanJob job)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_planJob && !job.whole && !job.adopt) {
+            // The newer snapshot holds the newest value of every item the older job changed.
+            job.changed.unite(m_planJob->changed);
+            job.whole = m_planJob->whole;
+            job.adopt = m_planJob->adopt && !job.whole && job.changed.isEmpty();
+        }
+        m_planJob = std::move(job);
+    }
+    m_wake.notify_all();
+}
+
+void PlanSaver::addLessons(const QList<Lesson>& lessons)
+{
+    if (lessons.isEmpty())
+        return;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_lessons += lessons;
+    }
+    m_wake.notify_all();
+}
+
+void PlanSaver::checkForOutsideChange()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_check = true;
+    }
+    m_wake.notify_all();
+}
+
+void PlanSaver::waitUntilWritten()
+{
+    std::unique_lock lock(m_mutex);
+    m_idle.wait(lock, [this] { return !m_working && !m_planJob && m_lessons.isEmpty() && !m_check; });
+}
+
+int PlanSaver::planWrites() const
+{
+    return m_planWrites.load();
+}
+
+void PlanSaver::work()
+{
+    std::unique_lock lock(m_mutex);
+    for (;;) {
+        m_wake.wait(lock, [this] { return m_stopping || m_planJob || !m_lessons.isEmpty() || m_check; });
+        if (!m_planJob && m_lessons.isEmpty() && !m_check)
+            return; // stopping, with nothing left to write
+        std::optional<PlanJob> job = std::exchange(m_planJob, std::nullopt);
+        const QList<Lesson> lessons = std::exchange(m_lessons, {});
+        const bool check = std::exchange(m_check, false);
+        m_working = true;
+        lock.unlock();
+        {
+            const ProcessLock shared = ProcessLock::acquire(lockPath());
+            if (!lessons.isEmpty())
+                Store::addLessons(lessons);
+            if (job)
+                writePlan(*job);
+            if (check)
+                reloadIfChanged();
+        }
+        job.reset(); // the snapshot is let go here, not while the next edit is made
+        lock.lock();
+        m_working = false;
+        if (!m_planJob && m_lessons.isEmpty() && !m_check)
+            m_idle.notify_all();
+    }
+}
+
+void PlanSaver::writePlan(const PlanJob& job)
+{
+    const QString path = Store::planPath();
+    if (job.adopt) {
+        m_base = job.plan;
+        m_known = stampOf(path);
+        return;
+    }
+    bool outside = false;
+    QList<PlanItem> toWrite;
+    if (job.whole) {
+        toWrite = job.plan;
+    } else {
+        const Stamp now = stampOf(path);
+        if (!m_base || now != m_known) {
+            m_base = Store::loadPlan();
+            outside = true;
+        }
+        toWrite = overlay(*m_base, job.plan, job.changed);
+    }
+    const bool ok = Store::savePlan(toWrite);
+    m_planWrites.fetch_add(1);
+    m_known = stampOf(path);
+    m_base = std::move(toWrite);
+    m_writtenGeneration = std::max(m_writtenGeneration, job.generation);
+    QMetaObject::invokeMethod(this, [this, ok] { Q_EMIT planWritten(ok); }, Qt::QueuedConnection);
+    if (outside) {
+        const QList<PlanItem> merged = *m_base;
+        const quint64 generation = m_writtenGeneration;
+        QMetaObject::invokeMethod(
+            this, [this, merged, generation] { Q_EMIT reloaded(merged, generation); }, Qt::QueuedConnection);
+    }
+}
+
+void PlanSaver::reloadIfChanged()
+{
+    const Stamp now = stampOf(Store::planPath());
+    if (now == m_known)
+        return;
+    m_base = Store::loadPlan();
+    m_known = now;
+    const QList<PlanItem> plan = *m_base;
+    const quint64 generation = m_writtenGeneration;
+    QMetaObject::invokeMethod(
+        this, [this, plan, generation] { Q_EMIT reloaded(plan, generation); }, Qt::QueuedConnection);
+}

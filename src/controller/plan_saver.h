@@ -1,0 +1,91 @@
+#pragma once
+
+#include "model/lesson.h"
+#include "model/plan_item.h"
+
+#include <QObject>
+#include <QSet>
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+// Keeps the plan file and the lessons on disk without making the caller wait: one writer thread
+// that always writes the newest state handed to it, so a burst of edits costs a few writes.
+//
+// The command line and the tray program may both edit the plan. Every write happens under a
+// lock shared by all Brindlow processes, and an edit is written as "these items changed" on top
+// of what the file holds, so edits another process made to other items are kept. When the file
+// changed under us, the merged plan comes back through `reloaded`.
+class PlanSaver : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit PlanSaver(QObject* parent = nullptr);
+    // Writes everything handed over, then stops.
+    ~PlanSaver() override;
+
+    // What the file held when it was read at start-up; edits are written on top of it.
+    void adopt(const QList<PlanItem>& plan);
+    // The whole file becomes `plan` (a new refresh, an import, a discard, an apply).
+    void replace(const QList<PlanItem>& plan, quint64 generation);
+    // `plan` is the whole plan in memory; only the items in `changed` are written over the file.
+    void update(const QList<PlanItem>& plan, const QSet<qint64>& changed, quint64 generation);
+    void addLessons(const QList<Lesson>& lessons);
+    // Reads the file again when another process has written it since.
+    void checkForOutsideChange();
+    // Blocks until everything handed over is on disk (before an apply, at quit).
+    void waitUntilWritten();
+
+    int planWrites() const;
+
+Q_SIGNALS:
+    // The file held changes from another process; `plan` is what it holds now, including every
+    // change handed over up to `generation`.
+    void reloaded(const QList<PlanItem>& plan, quint64 generation);
+    void planWritten(bool ok);
+
+private:
+    struct PlanJob
+    {
+        QList<PlanItem> plan;
+        QSet<qint64> changed;
+        bool whole = false;
+        bool adopt = false;
+        quint64 generation = 0;
+    };
+    struct Stamp
+    {
+        quint64 device = 0;
+        quint64 inode = 0;
+        qint64 size = -1;
+        qint64 modifiedNs = 0;
+        bool operator==(const Stamp&) const = default;
+    };
+    static Stamp stampOf(const QString& path);
+
+    void enqueue(PlanJob job);
+    void work();
+    void writePlan(const PlanJob& job);
+    void reloadIfChanged();
+
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    std::condition_variable m_idle;
+    std::optional<PlanJob> m_planJob;
+    QList<Lesson> m_lessons;
+    bool m_check = false;
+    bool m_working = false;
+    bool m_stopping = false;
+    std::atomic<int> m_planWrites {0};
+
+    // Only the writer thread touches these.
+    std::optional<QList<PlanItem>> m_base;
+    Stamp m_known;
+    quint64 m_writtenGeneration = 0;
+
+    std::thread m_thread;
+};

@@ -1,0 +1,149 @@
+#include "refresh_pipeline.h"
+
+#include "scan/scanner.h"
+#include "understanding/classifier.h"
+#include "understanding/claude_api.h"
+#include "understanding/discovery.h"
+
+#include <QJsonObject>
+#include <QLocale>
+#include <QSet>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace RefreshPipeline {
+
+namespace {
+
+const QString kDiscoveryModel = u"claude-opus-5-5"_s;
+
+QString number(qsizetype n)
+{
+    return QLocale::system().toString(qint64(n));
+}
+
+bool cancelled(const Request& request)
+{
+    return request.cancellation && request.cancellation->isCancelled();
+}
+
+std::optional<APIError> checkConnection(const Request& request)
+{
+    ClaudeAPI ping(request.apiKey, request.profile.model);
+    ping.setClock(request.clock);
+    ping.setCancellation(request.cancellation);
+    const ClaudeAPI::Result check
+        = ping.send(u"Reply with OK."_s, {QJsonObject {{"type"_L1, u"text"_s}, {"text"_L1, u"ping"_s}}}, 5);
+    if (const APIError* error = std::get_if<APIError>(&check))
+        return *error;
+    return std::nullopt;
+}
+
+// Keeps the newest items when there are more than one refresh can sort; returns the notice.
+std::optional<QString> capToNewest(QList<ScannedItem>& items)
+{
+    if (items.size() <= kMaxItems)
+        return std::nullopt;
+    std::stable_sort(items.begin(), items.end(), [](const ScannedItem& a, const ScannedItem& b) {
+        return a.modified > b.modified;
+    });
+    items.resize(kMaxItems);
+    return u"Sorted your newest "_s + number(kMaxItems) + u" files. Run it again for the rest."_s;
+}
+
+// Learns projects when asked for or when none are known; returns the profile to classify with.
+Profile learnProjects(const Request& request, const QList<ScannedItem>& items, const Reports& reports)
+{
+    Profile current = request.profile;
+    if (request.mode != TidyMode::deep && !current.projects.isEmpty())
+        return current;
+    reports.status(u"Learning what you work on"_s);
+    Discovery::Options options;
+    options.clock = request.clock;
+    options.cancellation = request.cancellation;
+    const QList<Project> found = Discovery::run(items, current.projects, request.apiKey, kDiscoveryModel, options);
+    QSet<QString> known;
+    for (const Project& project : current.projects)
+        known.insert(project.name.toLower());
+    QList<Project> added;
+    for (const Project& project : found) {
+        if (!known.contains(project.name.toLower()))
+            added.append(project);
+    }
+    if (added.isEmpty())
+        return current;
+    current.projects += added;
+    QStringList names;
+    for (const Project& project : added.first(std::min<qsizetype>(4, added.size())))
+        names.append(project.name);
+    reports.learned(added, u"Found "_s + names.join(u", "_s));
+    return current;
+}
+
+} // namespace
+
+ScanOptions scanOptions(const Profile& profile, TidyMode mode, const QString& home)
+{
+    ScanOptions options;
+    const bool narrow = mode == TidyMode::quick && profile.lastRun;
+    for (const QString& folder : profile.scanFolders) {
+        if (!narrow || folder == u"Desktop" || folder == u"Downloads")
+            options.roots.append(QUrl::fromLocalFile(home + u'/' + folder));
+    }
+    if (mode == TidyMode::quick)
+        options.since = profile.lastRun;
+    for (const char16_t* name : {u"Projects",
+                                 u"Creator",
+                                 u"Personal",
+                                 u"Work Admin",
+                                 u"Archive",
+                                 u"Brindlow Review",
+                                 u"Quillmere",
+                                 u"Brindlow App"})
+        options.exclude.append(QUrl::fromLocalFile(profile.homeBase + u'/' + QString::fromUtf16(name)));
+    return options;
+}
+
+Outcome run(const Request& request, const Reports& reports)
+{
+    Outcome outcome;
+    if (std::optional<APIError> failure = checkConnection(request)) {
+        outcome.cancelled = cancelled(request);
+        outcome.failure = std::move(failure);
+        outcome.connectionFailed = true;
+        return outcome;
+    }
+
+    QList<ScannedItem> items = Scanner::run(
+        request.scan,
+        [&reports](int found) { reports.status(u"Found "_s + number(found) + u" files"_s); },
+        request.cancellation.get());
+    if (cancelled(request)) {
+        outcome.cancelled = true;
+        return outcome;
+    }
+    outcome.scanned = int(items.size());
+    outcome.capNotice = capToNewest(items);
+    const int count = int(items.size());
+    reports.total(count);
+
+    const Profile current = learnProjects(request, items, reports);
+    if (cancelled(request)) {
+        outcome.cancelled = true;
+        return outcome;
+    }
+    reports.status(count > 0 ? u"Looking at "_s + number(count) + u" files"_s : u"Nothing new to sort"_s);
+
+    Classifier classifier(request.apiKey, current);
+    classifier.setClock(request.clock);
+    classifier.setCancellation(request.cancellation);
+    auto classified = classifier.buildPlan(items, request.mode, reports.progress);
+    outcome.cancelled = cancelled(request);
+    if (const APIError* error = std::get_if<APIError>(&classified))
+        outcome.failure = *error;
+    else
+        outcome.plan = std::move(std::get<QList<PlanItem>>(classified));
+    return outcome;
+}
+
+} // namespace RefreshPipeline

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "model/plan_item.h"
+#include "model/profile.h"
+#include "model/tidy_mode.h"
+#include "platform/cancellation.h"
+#include "scan/scan_options.h"
+#include "understanding/api_error.h"
+
+#include <QList>
+#include <QMap>
+#include <QString>
+
+#include <functional>
+#include <optional>
+
+class Clock;
+
+// The background half of a refresh: connection check, scan, cap, learning projects, classifying.
+// Runs on a worker thread; everything it has to say to the controller goes through `Reports`.
+namespace RefreshPipeline {
+
+struct Request
+{
+    Profile profile;
+    QString apiKey;
+    TidyMode mode = TidyMode::quick;
+    ScanOptions scan;
+    const Clock* clock = nullptr;
+    CancellationPtr cancellation;
+};
+
+// Called on the worker thread; the controller forwards them to its own thread.
+struct Reports
+{
+    std::function<void(const QString& status)> status;
+    std::function<void(int total)> total;
+    // New projects the refresh learned, with the status that names them.
+    std::function<void(const QList<Project>& added, const QString& status)> learned;
+    std::function<void(int decided, int total, const QMap<QString, int>& counts)> progress;
+};
+
+struct Outcome
+{
+    std::optional<APIError> failure;
+    bool connectionFailed = false;
+    bool cancelled = false;
+    QList<PlanItem> plan;
+    std::optional<QString> capNotice;
+    int scanned = 0;
+};
+
+// What a refresh of `mode` walks: for a quick refresh after the first, only the desktop and the
+// downloads, and only what changed since; never the home base's own tree.
+ScanOptions scanOptions(const Profile& profile, TidyMode mode, const QString& home);
+
+Outcome run(const Request& request, const Reports& reports);
+
+constexpr int kMaxItems = 25000;
+
+} // namespace RefreshPipeline
