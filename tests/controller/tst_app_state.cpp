@@ -3,6 +3,7 @@
 #include "platform/process_lock.h"
 #include "support/fake_claude_server.h"
 #include "support/file_factory.h"
+#include "support/plan_factory.h"
 #include "support/temp_home.h"
 #include "support/test_clock.h"
 #include "understanding/discovery.h"
@@ -10,7 +11,9 @@
 
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QElapsedTimer>
 #include <QProcess>
+#include <QThread>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -308,6 +311,55 @@ private Q_SLOTS:
         f.clock.advance(std::chrono::seconds(1));
         f.state();
         QVERIFY(QFile::exists(import)); // only a plan that reads is taken and renamed
+    }
+
+    void stoppingAndQuittingARefresh()
+    {
+        Fixture f;
+        for (int i = 0; i < 40; ++i)
+            FileFactory::write(f.home.path() + u"/Desktop/note %1.txt"_s.arg(i), "a note");
+        const PlanItem waiting = PlanFactory::item(f.home.path() + u"/Downloads"_s, 7, u"w.txt"_s, u"admin"_s, u"Work Admin"_s);
+        Store::savePlan({waiting});
+        auto state = f.state();
+        QSignalSpy finished(state.get(), &AppState::refreshFinished);
+        QSignalSpy decided(state.get(), &AppState::decidedChanged);
+        QSignalSpy total(state.get(), &AppState::totalChanged);
+
+        // Stopped in the connection check, and again in the middle of classifying.
+        f.server.setLatency(5000);
+        QElapsedTimer clock;
+        clock.start();
+        state->start(TidyMode::deep);
+        QCOMPARE(decided.size(), 1); // the last run's progress is cleared where views see it
+        QCOMPARE(total.size(), 1);
+        QVERIFY(state->plan().isEmpty());
+        state->cancelRefresh();
+        QVERIFY(finished.wait(2000));
+        QVERIFY(clock.elapsed() < 2000);
+        QCOMPARE(state->phase(), Phase::review);
+        QCOMPARE(state->plan(), QList<PlanItem> {waiting});
+        QCOMPARE(state->message(), AppState::refreshStoppedText());
+        f.server.setLatency(0);
+        f.server.setHandler([](const FakeClaudeServer::Request& request) {
+            if (request.json().value("system"_L1).toString() != u"Reply with OK.")
+                QThread::msleep(400);
+            return FakeClaudeServer::sortingReply(request, personal);
+        });
+        state->start(TidyMode::quick);
+        QTRY_VERIFY(state->decided() > 0 || state->status().startsWith(u"Looking at"_s));
+        state->cancelRefresh();
+        QVERIFY(finished.wait(2000));
+        QCOMPARE(state->phase(), Phase::review);
+        state->flushEdits();
+        QCOMPARE(Store::loadPlan(), QList<PlanItem> {waiting});
+
+        // Quitting in the middle of a refresh does not wait for the service.
+        f.server.setLatency(5000);
+        state->start(TidyMode::quick);
+        clock.restart();
+        state.reset();
+        QVERIFY2(clock.elapsed() < 2000, qPrintable(QString::number(clock.elapsed())));
+        QCOMPARE(Store::loadPlan(), QList<PlanItem> {waiting});
     }
 
     void weeklyCheckAndNotifications()

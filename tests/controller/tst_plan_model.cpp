@@ -1,0 +1,144 @@
+#include "controller/app_state.h"
+#include "controller/plan_filter_model.h"
+#include "controller/plan_model.h"
+#include "model/store.h"
+#include "support/plan_factory.h"
+#include "support/temp_home.h"
+#include "support/test_clock.h"
+
+#include <QAbstractItemModelTester>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// A plan under review: four organized items in two groups, a rename, junk in two review
+// folders, a duplicate and two undecided items.
+QList<PlanItem> samplePlan(const QString& downloads)
+{
+    using PlanFactory::item;
+    QList<PlanItem> plan {
+        item(downloads, 10, u"a.pdf"_s, u"project:Quorrel"_s, u"Projects/Quorrel/Docs"_s),
+        item(downloads, 11, u"b.pdf"_s, u"project:Quorrel"_s, u"Projects/Quorrel/Docs"_s),
+        item(downloads, 12, u"c.pdf"_s, u"project:Quorrel"_s, u"Projects/Quorrel/Docs"_s),
+        item(downloads, 13, u"IMG_1.jpg"_s, u"personal"_s, u"Personal/Photos"_s),
+        item(downloads, 14, u"setup.deb"_s, u"junk"_s, u"Brindlow Review/To Delete - Review First/Installers"_s),
+        item(downloads, 15, u"x.part"_s, u"junk"_s, u"Brindlow Review/To Delete - Review First/Unfinished downloads"_s),
+        item(downloads, 16, u"a copy.pdf"_s, u"duplicate"_s, u"Brindlow Review/Duplicates - Review First"_s),
+        item(downloads, 17, u"what.bin"_s, u"needs-you"_s, u"Brindlow Review/Needs You"_s),
+        item(downloads, 18, u"huh.dat"_s, u"needs-you"_s, u"Brindlow Review/Needs You"_s),
+    };
+    plan[3].newName = u"Beach day.jpg"_s;
+    return plan;
+}
+
+QStringList names(const QAbstractItemModel& model)
+{
+    QStringList shown;
+    for (int row = 0; row < model.rowCount(); ++row)
+        shown.append(model.index(row, 0).data().toString());
+    return shown;
+}
+
+} // namespace
+
+class TestPlanModel : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void tabsGroupsAndCounts()
+    {
+        TempHome home;
+        Store::savePlan(samplePlan(home.path() + u"/Downloads"_s));
+        TestClock clock;
+        AppState state(&clock);
+        state.init();
+        PlanModel model(&state);
+        QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        PlanFilterModel tab(&model);
+
+        QCOMPARE(names(tab), (QStringList {u"a.pdf"_s, u"b.pdf"_s, u"c.pdf"_s, u"IMG_1.jpg"_s}));
+        QCOMPARE(model.groups(), (QList<GroupCount> {{u"Quorrel"_s, 3}, {u"Personal"_s, 1}}));
+        tab.setGroup(u"Personal"_s);
+        QCOMPARE(names(tab), QStringList {u"IMG_1.jpg"_s});
+        tab.setTab(PlanTab::rename); // a group belongs to one tab only
+        QCOMPARE(names(tab), QStringList {u"IMG_1.jpg"_s});
+        tab.setTab(PlanTab::junk);
+        QCOMPARE(names(tab), (QStringList {u"setup.deb"_s, u"x.part"_s, u"a copy.pdf"_s}));
+        tab.setGroup(u"Installers"_s);
+        QCOMPARE(names(tab), QStringList {u"setup.deb"_s});
+        tab.setTab(PlanTab::needs);
+        QCOMPARE(names(tab), (QStringList {u"what.bin"_s, u"huh.dat"_s}));
+        QCOMPARE(model.tabCount(PlanTab::organize), 4);
+        QCOMPARE(model.tabCount(PlanTab::rename), 1);
+        QCOMPARE(model.tabCount(PlanTab::junk), 3);
+        QCOMPARE(model.tabCount(PlanTab::needs), 2);
+        QCOMPARE(model.approvedCount(), 7);
+
+        const QModelIndex photo = model.index(3);
+        QCOMPARE(photo.data(PlanModel::FolderRole).toString(), u"Downloads"_s);
+        QCOMPARE(photo.data(PlanModel::NewNameRole).toString(), u"Beach day.jpg"_s);
+        QCOMPARE(photo.data(PlanModel::GroupRole).toString(), u"Personal"_s);
+        QCOMPARE(model.index(16 - 10).data(PlanModel::JunkGroupRole).toString(), u"Duplicates - Review First"_s);
+        QCOMPARE(photo.data(Qt::ToolTipRole).toString(), u"reason for IMG_1.jpg"_s);
+    }
+
+    void editsChangeExactlyTheirRows()
+    {
+        TempHome home;
+        Store::savePlan(samplePlan(home.path() + u"/Downloads"_s));
+        TestClock clock;
+        AppState state(&clock);
+        state.init();
+        PlanModel model(&state);
+        QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        PlanFilterModel needs(&model);
+        needs.setTab(PlanTab::needs);
+        QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
+        QSignalSpy reset(&model, &QAbstractItemModel::modelReset);
+        QSignalSpy counts(&model, &PlanModel::countsChanged);
+
+        const auto changedRows = [&changed] {
+            QList<QPair<int, int>> ranges;
+            for (const QList<QVariant>& signal : std::as_const(changed))
+                ranges.append({signal[0].toModelIndex().row(), signal[1].toModelIndex().row()});
+            changed.clear();
+            return ranges;
+        };
+
+        state.toggle(12);
+        QCOMPARE(changedRows(), (QList<QPair<int, int>> {{2, 2}}));
+        QCOMPARE(model.approvedCount(), 6);
+        // Rows 0, 1 and 3 are one run and one apart: two ranges, nothing else repainted.
+        state.setApproved({13, 10, 11, 999}, false);
+        QCOMPARE(changedRows(), (QList<QPair<int, int>> {{0, 1}, {3, 3}}));
+        state.setApproved({10}, false); // already so: no signal
+        QVERIFY(changedRows().isEmpty());
+        QVERIFY(model.setData(model.index(0), Qt::Checked, Qt::CheckStateRole));
+        QVERIFY(state.plan()[0].approved);
+        changed.clear();
+
+        // Sent to a folder, an undecided item leaves the needs tab for organize.
+        state.setDestination({17}, u"Archive"_s);
+        QCOMPARE(changedRows(), (QList<QPair<int, int>> {{7, 7}}));
+        QCOMPARE(names(needs), QStringList {u"huh.dat"_s});
+        QCOMPARE(model.tabCount(PlanTab::organize), 5);
+        state.setDestination({18}, std::nullopt);
+        QCOMPARE(needs.index(0, 0).data(PlanModel::ApprovedRole).toBool(), false);
+        QCOMPARE(state.addProject(u"huh"_s), 1);
+        QVERIFY(names(needs).isEmpty());
+        QVERIFY(reset.isEmpty());
+        QVERIFY(!counts.isEmpty());
+
+        state.discardPlan();
+        QCOMPARE(reset.size(), 1);
+        QCOMPARE(model.rowCount(), 0);
+        QCOMPARE(model.tabCount(PlanTab::organize), 0);
+    }
+};
+
+QTEST_MAIN(TestPlanModel)
+#include "tst_plan_model.moc"
