@@ -41,7 +41,11 @@ void AppState::submitEdits()
         m_saver->addLessons(std::exchange(m_pendingLessons, {}));
     if (m_unsubmitted.isEmpty())
         return;
-    m_saver->update(m_plan, std::exchange(m_unsubmitted, {}), m_generation);
+    QList<PlanItem> changed;
+    changed.reserve(m_unsubmitted.size());
+    for (const qint64 id : std::exchange(m_unsubmitted, {}))
+        changed.append(m_plan[rowOf(id)]);
+    m_saver->update(changed, m_generation);
     m_submitted = m_generation;
 }
 
@@ -163,8 +167,9 @@ int AppState::addProject(const QString& typed)
         PlanItem& item = m_plan[row];
         if (!undecidedOrGeneric(item))
             continue;
-        const bool belongs = item.suggestedProject.value_or(QString()).toLower() == key
-            || item.src.fileName().toLower().contains(key) || item.reason.toLower().contains(key);
+        const bool belongs = item.suggestedProject.value_or(QString()).compare(name, Qt::CaseInsensitive) == 0
+            || item.reason.contains(name, Qt::CaseInsensitive)
+            || item.src.fileName().contains(name, Qt::CaseInsensitive);
         if (!belongs)
             continue;
         item.destFolder = u"Projects/"_s + folder + u'/' + Planner::kindFolder(item.kind);

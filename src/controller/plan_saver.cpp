@@ -17,20 +17,15 @@ QString lockPath()
     return Store::dir() + u"/plan.lock"_s;
 }
 
-// The file's items, with those in `changed` taken from `mine`.
-QList<PlanItem> overlay(QList<PlanItem> base, const QList<PlanItem>& mine, const QSet<qint64>& changed)
+// The file's items, with the edited ones put in their place.
+QList<PlanItem> overlay(QList<PlanItem> base, const QHash<qint64, PlanItem>& changed)
 {
     if (changed.isEmpty())
         return base;
-    QHash<qint64, const PlanItem*> edited;
-    edited.reserve(changed.size());
-    for (const PlanItem& item : mine) {
-        if (changed.contains(item.id))
-            edited.insert(item.id, &item);
-    }
     for (PlanItem& item : base) {
-        if (const PlanItem* mineItem = edited.value(item.id))
-            item = *mineItem;
+        const auto edited = changed.constFind(item.id);
+        if (edited != changed.cend())
+            item = *edited;
     }
     return base;
 }
@@ -64,34 +59,40 @@ PlanSaver::Stamp PlanSaver::stampOf(const QString& path)
             qint64(info.st_mtim.tv_sec) * 1000000000 + info.st_mtim.tv_nsec};
 }
 
+template <typename Change>
+void PlanSaver::changeJob(Change change)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        if (!m_planJob)
+            m_planJob.emplace();
+        change(*m_planJob);
+    }
+    m_wake.notify_all();
+}
+
 void PlanSaver::adopt(const QList<PlanItem>& plan)
 {
-    enqueue(PlanJob {plan, {}, false, true, 0});
+    changeJob([&plan](PlanJob& job) { job.adopted = plan; });
 }
 
 void PlanSaver::replace(const QList<PlanItem>& plan, quint64 generation)
 {
-    enqueue(PlanJob {plan, {}, true, false, generation});
+    changeJob([&](PlanJob& job) {
+        job.whole = plan;
+        job.changed.clear();
+        job.generation = generation;
+    });
 }
 
-void PlanSaver::update(const QList<PlanItem>& plan, const QSet<qint64>& changed, quint64 generation)
+void PlanSaver::update(const QList<PlanItem>& changed, quint64 generation)
 {
-    enqueue(PlanJob {plan, changed, false, false, generation});
-}
-
-void PlanSaver::enqueue(PlanJob job)
-{
-    {
-        const std::lock_guard lock(m_mutex);
-        if (m_planJob && !job.whole && !job.adopt) {
-            // The newer snapshot holds the newest value of every item the older job changed.
-            job.changed.unite(m_planJob->changed);
-            job.whole = m_planJob->whole;
-            job.adopt = m_planJob->adopt && !job.whole && job.changed.isEmpty();
-        }
-        m_planJob = std::move(job);
-    }
-    m_wake.notify_all();
+    // Jobs waiting for the writer are merged: the newest value of each item wins.
+    changeJob([&](PlanJob& job) {
+        for (const PlanItem& item : changed)
+            job.changed.insert(item.id, item);
+        job.generation = generation;
+    });
 }
 
 void PlanSaver::addLessons(const QList<Lesson>& lessons)
@@ -157,22 +158,23 @@ void PlanSaver::work()
 void PlanSaver::writePlan(const PlanJob& job)
 {
     const QString path = Store::planPath();
-    if (job.adopt) {
-        m_base = job.plan;
+    if (job.adopted) {
+        m_base = *job.adopted;
         m_known = stampOf(path);
-        return;
     }
+    if (!job.whole && job.changed.isEmpty())
+        return;
     bool outside = false;
     QList<PlanItem> toWrite;
     if (job.whole) {
-        toWrite = job.plan;
+        toWrite = overlay(*job.whole, job.changed);
     } else {
         const Stamp now = stampOf(path);
         if (!m_base || now != m_known) {
             m_base = Store::loadPlan();
             outside = true;
         }
-        toWrite = overlay(*m_base, job.plan, job.changed);
+        toWrite = overlay(*m_base, job.changed);
     }
     const bool ok = Store::savePlan(toWrite);
     m_planWrites.fetch_add(1);

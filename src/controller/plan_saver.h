@@ -4,7 +4,7 @@
 #include "model/plan_item.h"
 
 #include <QObject>
-#include <QSet>
+#include <QHash>
 
 #include <atomic>
 #include <condition_variable>
@@ -32,8 +32,10 @@ public:
     void adopt(const QList<PlanItem>& plan);
     // The whole file becomes `plan` (a new refresh, an import, a discard, an apply).
     void replace(const QList<PlanItem>& plan, quint64 generation);
-    // `plan` is the whole plan in memory; only the items in `changed` are written over the file.
-    void update(const QList<PlanItem>& plan, const QSet<qint64>& changed, quint64 generation);
+    // Edited items, written over their namesakes in the file; the rest of the file stays as it is.
+    // Only the edited items are handed over, so the caller's plan is never shared with the writer
+    // and the next edit does not have to copy it.
+    void update(const QList<PlanItem>& changed, quint64 generation);
     void addLessons(const QList<Lesson>& lessons);
     // Reads the file again when another process has written it since.
     void checkForOutsideChange();
@@ -51,10 +53,9 @@ Q_SIGNALS:
 private:
     struct PlanJob
     {
-        QList<PlanItem> plan;
-        QSet<qint64> changed;
-        bool whole = false;
-        bool adopt = false;
+        std::optional<QList<PlanItem>> adopted; // the file as read at start-up
+        std::optional<QList<PlanItem>> whole; // the file's new content
+        QHash<qint64, PlanItem> changed; // edits on top of either, or of the file
         quint64 generation = 0;
     };
     struct Stamp
@@ -67,7 +68,8 @@ private:
     };
     static Stamp stampOf(const QString& path);
 
-    void enqueue(PlanJob job);
+    template <typename Change>
+    void changeJob(Change change);
     void work();
     void writePlan(const PlanJob& job);
     void reloadIfChanged();
