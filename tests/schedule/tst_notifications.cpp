@@ -8,11 +8,31 @@
 #include "support/temp_home.h"
 #include "support/test_clock.h"
 
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// Messages on one connection arrive in order: once the service answers this call, every notice
+// the program sent before it has been seen, so "nothing was shown" is a fact, not a guess.
+bool syncWithService()
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(u"org.freedesktop.Notifications"_s,
+                                                       u"/org/freedesktop/Notifications"_s,
+                                                       u"org.freedesktop.Notifications"_s,
+                                                       u"GetCapabilities"_s);
+    QDBusPendingCallWatcher watcher(QDBusConnection::sessionBus().asyncCall(call));
+    QSignalSpy answered(&watcher, &QDBusPendingCallWatcher::finished);
+    return watcher.isFinished() || answered.wait(5000);
+}
+
+} // namespace
 
 // Runs inside a D-Bus session of its own (see tests/CMakeLists.txt), with a notification
 // service of the test's own on it.
@@ -34,7 +54,7 @@ private Q_SLOTS:
         notifier.setUp(false);
         QVERIFY(notifier.reminderScheduled());
         notifier.checkReminder();
-        QTest::qWait(100);
+        QVERIFY(syncWithService());
         QVERIFY(service.shown.isEmpty()); // not before 9:00
         clock.set(QDateTime(QDate(2026, 3, 1), QTime(9, 5), Qt::LocalTime));
         notifier.checkReminder();
@@ -46,7 +66,7 @@ private Q_SLOTS:
         notifier.checkReminder(); // once a week only
         clock.set(QDateTime(QDate(2026, 3, 4), QTime(9, 15), Qt::LocalTime));
         notifier.checkReminder(); // a Wednesday
-        QTest::qWait(100);
+        QVERIFY(syncWithService());
         QCOMPARE(service.shown.size(), 1);
         clock.set(QDateTime(QDate(2026, 3, 8), QTime(10, 0), Qt::LocalTime));
         notifier.checkReminder();
@@ -102,6 +122,21 @@ private Q_SLOTS:
         // Clicking it, or even an old reminder, opens the review while a plan waits.
         service.click(service.shown[0].id);
         QTRY_COMPARE(windows, QStringList {u"review"_s});
+        state.handleNotification(u"sunday-reminder"_s);
+        QCOMPARE(windows, (QStringList {u"review"_s, u"review"_s}));
+        QCOMPARE(state.phase(), Phase::review);
+
+        // Switching the weekly refresh on or the reminder off takes effect at once.
+        QVERIFY(state.notifier()->reminderScheduled());
+        Profile weekly = state.profile();
+        weekly.autoTidy = true;
+        state.setProfile(weekly);
+        QVERIFY(!state.notifier()->reminderScheduled());
+        weekly.autoTidy = false;
+        state.setProfile(weekly);
+        QVERIFY(state.notifier()->reminderScheduled());
+        state.setSundayReminderOn(false);
+        QVERIFY(!state.notifier()->reminderScheduled());
         QCOMPARE(Notifier::planReadyBody(1234), u"1,234 changes are waiting. Nothing moves until you say so."_s);
     }
 
