@@ -151,6 +151,7 @@ void AppState::init()
 
 void AppState::loadPendingPlan()
 {
+    const PlanSaver::Stamp stamp = PlanSaver::planFileStamp();
     const QList<PlanItem> stored = Store::loadPlan();
     const QList<PlanItem> pending = existingOnly(stored);
     const bool stale = std::any_of(pending.cbegin(), pending.cend(), [](const PlanItem& item) {
@@ -162,7 +163,7 @@ void AppState::loadPendingPlan()
     }
     setPlanInMemory(pending);
     if (pending.size() == stored.size())
-        m_saver->adopt(stored);
+        m_saver->adopt(stored, stamp);
     else
         m_saver->replace(pending, m_generation);
     if (!pending.isEmpty())

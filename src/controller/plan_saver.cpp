@@ -71,9 +71,17 @@ void PlanSaver::changeJob(Change change)
     m_wake.notify_all();
 }
 
-void PlanSaver::adopt(const QList<PlanItem>& plan)
+PlanSaver::Stamp PlanSaver::planFileStamp()
 {
-    changeJob([&plan](PlanJob& job) { job.adopted = plan; });
+    return stampOf(Store::planPath());
+}
+
+void PlanSaver::adopt(const QList<PlanItem>& plan, const Stamp& readAfter)
+{
+    changeJob([&](PlanJob& job) {
+        job.adopted = plan;
+        job.adoptedStamp = readAfter;
+    });
 }
 
 void PlanSaver::replace(const QList<PlanItem>& plan, quint64 generation)
@@ -160,7 +168,7 @@ void PlanSaver::writePlan(const PlanJob& job)
     const QString path = Store::planPath();
     if (job.adopted) {
         m_base = *job.adopted;
-        m_known = stampOf(path);
+        m_known = job.adoptedStamp;
     }
     if (!job.whole && job.changed.isEmpty())
         return;

@@ -28,8 +28,20 @@ public:
     // Writes everything handed over, then stops.
     ~PlanSaver() override;
 
+    struct Stamp
+    {
+        quint64 device = 0;
+        quint64 inode = 0;
+        qint64 size = -1;
+        qint64 modifiedNs = 0;
+        bool operator==(const Stamp&) const = default;
+    };
+    // The plan file's identity now; taken before reading it, so a write that lands in between
+    // is noticed later rather than lost.
+    static Stamp planFileStamp();
+
     // What the file held when it was read at start-up; edits are written on top of it.
-    void adopt(const QList<PlanItem>& plan);
+    void adopt(const QList<PlanItem>& plan, const Stamp& readAfter);
     // The whole file becomes `plan` (a new refresh, an import, a discard, an apply).
     void replace(const QList<PlanItem>& plan, quint64 generation);
     // Edited items, written over their namesakes in the file; the rest of the file stays as it is.
@@ -54,17 +66,10 @@ private:
     struct PlanJob
     {
         std::optional<QList<PlanItem>> adopted; // the file as read at start-up
+        Stamp adoptedStamp;
         std::optional<QList<PlanItem>> whole; // the file's new content
         QHash<qint64, PlanItem> changed; // edits on top of either, or of the file
         quint64 generation = 0;
-    };
-    struct Stamp
-    {
-        quint64 device = 0;
-        quint64 inode = 0;
-        qint64 size = -1;
-        qint64 modifiedNs = 0;
-        bool operator==(const Stamp&) const = default;
     };
     static Stamp stampOf(const QString& path);
 
