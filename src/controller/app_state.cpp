@@ -75,6 +75,10 @@ AppState::AppState(const Clock* clock, QObject* parent)
     m_saveTimer.setInterval(kSaveDelayMs);
     connect(&m_saveTimer, &QTimer::timeout, this, &AppState::submitEdits);
     connect(m_saver, &PlanSaver::reloaded, this, &AppState::adoptOutsidePlan);
+    connect(m_saver, &PlanSaver::planWritten, this, [this](bool landed) {
+        if (!landed && !m_plan.isEmpty())
+            setMessage(planNotSavedText());
+    });
 }
 
 AppState::~AppState()
@@ -99,6 +103,11 @@ bool AppState::acquireLock()
 QString AppState::otherProcessBusyText()
 {
     return u"Brindlow is already busy with your files in another window. Try again when it's done."_s;
+}
+
+QString AppState::planNotSavedText()
+{
+    return u"The plan could not be saved: the disk may be full. Nothing was moved."_s;
 }
 
 QString AppState::refreshStoppedText()
@@ -153,7 +162,7 @@ void AppState::loadPendingPlan()
 {
     const PlanSaver::Stamp stamp = PlanSaver::planFileStamp();
     const QList<PlanItem> stored = Store::loadPlan();
-    const QList<PlanItem> pending = existingOnly(stored);
+    const QList<PlanItem> pending = movableOnly(existingOnly(stored));
     const bool stale = std::any_of(pending.cbegin(), pending.cend(), [](const PlanItem& item) {
         return item.reason.contains(u"credit balance"_s) || item.reason.contains(u"Claude API error"_s);
     });
@@ -190,12 +199,27 @@ void AppState::importPlan()
     QFile::rename(importPath,
                   QFileInfo(importPath).path() + u"/import-plan.loaded-"_s + QString::number(now().toSecsSinceEpoch())
                       + u".json"_s);
-    imported = existingOnly(imported);
+    imported = movableOnly(existingOnly(imported));
     if (imported.isEmpty())
         return;
     replacePlan(imported);
     setPhase(Phase::review);
     m_clock->callAfter(std::chrono::milliseconds(1500), this, [this] { Q_EMIT windowRequested(u"review"_s); });
+}
+
+QList<PlanItem> AppState::movableOnly(const QList<PlanItem>& items) const
+{
+    QSet<QString> folders;
+    for (const QString& folder : m_profile.scanFolders)
+        folders.insert(QDir::cleanPath(QDir::home().absoluteFilePath(folder)));
+    QList<PlanItem> kept;
+    kept.reserve(items.size());
+    for (const PlanItem& item : items) {
+        const QString path = QDir::cleanPath(item.src.toLocalFile());
+        if (folders.contains(path.left(path.lastIndexOf(u'/'))))
+            kept.append(item);
+    }
+    return kept;
 }
 
 void AppState::setUpNotifications()

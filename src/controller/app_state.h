@@ -97,8 +97,9 @@ public:
     int addProject(const QString& name);
     // Unknown project names the plan keeps suggesting, most suggested first, at most three.
     QList<GroupCount> projectSuggestions() const;
-    // Writes every edit made so far and waits for it (quitting, a terminal command ending).
-    void flushEdits();
+    // Writes every edit made so far and waits for it (quitting, a terminal command ending);
+    // returns whether the plan file holds it.
+    bool flushEdits();
     int planWrites() const;
 
     // Carries out the plan under review, in the background; then the recap.
@@ -120,6 +121,7 @@ public:
     // Shown when another Brindlow process is refreshing, applying or undoing right now.
     static QString otherProcessBusyText();
     static QString refreshStoppedText();
+    static QString planNotSavedText();
 
 Q_SIGNALS:
     void profileChanged();
@@ -161,6 +163,9 @@ private:
     void replacePlan(const QList<PlanItem>& plan);
     void setPlanInMemory(const QList<PlanItem>& plan);
     void loadPendingPlan();
+    // Only items directly inside the scan folders may be planned: a plan file written by
+    // anyone else cannot send the person's other files anywhere.
+    QList<PlanItem> movableOnly(const QList<PlanItem>& items) const;
     void importPlan();
     void setUpNotifications();
     void finishRefresh(const RefreshPipeline::Outcome& result);

@@ -49,10 +49,11 @@ void AppState::submitEdits()
     m_submitted = m_generation;
 }
 
-void AppState::flushEdits()
+bool AppState::flushEdits()
 {
     submitEdits();
     m_saver->waitUntilWritten();
+    return m_saver->lastPlanWriteLanded();
 }
 
 int AppState::planWrites() const

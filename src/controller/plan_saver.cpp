@@ -134,6 +134,11 @@ int PlanSaver::planWrites() const
     return m_planWrites.load();
 }
 
+bool PlanSaver::lastPlanWriteLanded() const
+{
+    return m_lastLanded.load();
+}
+
 void PlanSaver::work()
 {
     std::unique_lock lock(m_mutex);
@@ -186,6 +191,7 @@ void PlanSaver::writePlan(const PlanJob& job)
     }
     const bool ok = Store::savePlan(toWrite);
     m_planWrites.fetch_add(1);
+    m_lastLanded = ok;
     m_known = stampOf(path);
     m_base = std::move(toWrite);
     m_writtenGeneration = std::max(m_writtenGeneration, job.generation);

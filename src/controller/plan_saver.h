@@ -55,6 +55,8 @@ public:
     void waitUntilWritten();
 
     int planWrites() const;
+    // Whether the newest plan write landed (false after a full disk, say).
+    bool lastPlanWriteLanded() const;
 
 Q_SIGNALS:
     // The file held changes from another process; `plan` is what it holds now, including every
@@ -88,6 +90,7 @@ private:
     bool m_working = false;
     bool m_stopping = false;
     std::atomic<int> m_planWrites {0};
+    std::atomic<bool> m_lastLanded {true};
 
     // Only the writer thread touches these.
     std::optional<QList<PlanItem>> m_base;
