@@ -220,8 +220,7 @@ Destination resolve(const Decision& decision, const ScannedItem& item, const Pro
 
 QString destination(const Decision& decision, const ScannedItem& item, const Profile& profile)
 {
-    const Destination where = resolve(decision, item, profile);
-    return where.problem ? kNeedsYou : where.folder;
+    return resolve(decision, item, profile).folder;
 }
 
 std::optional<QString> hint(const std::optional<QString>& projectHint, const Profile& profile)
