@@ -12,13 +12,6 @@ namespace Naming {
 
 namespace {
 
-// Marks that reorder the text around them: in a name they can make "exe.pdf" read as
-// "fdp.exe", so no name the program proposes keeps them.
-bool isBidiControl(char16_t c)
-{
-    return c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
-}
-
 // The text as one name: separators become "-", line breaks and other control characters a
 // blank, and no leading dot is left to hide it or make it "." or "..".
 QString cleaned(const QString& name)
@@ -59,6 +52,11 @@ QString withinBytes(const QString& text, qsizetype maxBytes)
 }
 
 } // namespace
+
+bool isBidiControl(char16_t c)
+{
+    return c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
+}
 
 bool isMeaningless(const QString& name)
 {

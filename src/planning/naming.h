@@ -20,6 +20,10 @@ std::optional<QString> sanitize(const QString& name, const QString& ext);
 // short enough for the file system. Nothing when no usable name is left.
 std::optional<QString> folderName(const QString& name);
 
+// Marks that reorder the text around them (right-to-left overrides, isolates): in a name they
+// can make "exe.pdf" read as "fdp.exe".
+bool isBidiControl(char16_t c);
+
 constexpr int kMaxStemCharacters = 120;
 // The longest name a Linux file system accepts, in bytes of its on-disk encoding.
 constexpr int kMaxNameBytes = 255;
