@@ -213,9 +213,8 @@ std::optional<QString> readKeyFile(const QString& path, QTextStream& err)
 
 std::optional<QString> promptForKey(QTextStream& err)
 {
-    if (Terminal::isInteractive(STDIN_FILENO))
-        err << "Claude API key: " << Qt::flush;
-    const std::optional<QString> key = Terminal::readSecretLine(kMaxKeyBytes);
+    err << Qt::flush;
+    const std::optional<QString> key = Terminal::readSecretLine("Claude API key: ", kMaxKeyBytes);
     if (!key) {
         err << "brindlow-cli: that line is too long to be a Claude API key.\n";
         return std::nullopt;

@@ -77,9 +77,13 @@ bool isInteractive(int fd)
     return ::isatty(fd) == 1;
 }
 
-std::optional<QString> readSecretLine(qsizetype maxBytes)
+std::optional<QString> readSecretLine(const char* prompt, qsizetype maxBytes)
 {
     const EchoOff quiet;
+    if (isInteractive(STDIN_FILENO)) {
+        std::fputs(prompt, stderr);
+        std::fflush(stderr);
+    }
     // Byte by byte, so that nothing after the line is taken from standard input.
     QByteArray line;
     char c = 0;
