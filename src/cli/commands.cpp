@@ -158,7 +158,7 @@ int refresh(AppState& state, TidyMode mode, QTextStream& out, QTextStream& err)
     }
     state.start(mode);
     if (!state.isBusy()) {
-        err << state.message().value_or(u"A refresh could not start."_s) << '\n';
+        err << VisibleText::of(state.message().value_or(u"A refresh could not start."_s)) << '\n';
         return kFailed;
     }
     waitFor(state, &AppState::refreshFinished);
@@ -166,11 +166,11 @@ int refresh(AppState& state, TidyMode mode, QTextStream& out, QTextStream& err)
     if (tty)
         progress << "\r\x1b[K" << Qt::flush;
     if (state.phase() == Phase::idle) {
-        err << state.message().value_or(u"The refresh failed."_s) << '\n';
+        err << VisibleText::of(state.message().value_or(u"The refresh failed."_s)) << '\n';
         return kFailed;
     }
     if (state.message())
-        out << *state.message() << '\n';
+        out << VisibleText::of(*state.message()) << '\n';
     const QList<PlanItem>& plan = state.plan();
     if (plan.isEmpty()) {
         out << "Nothing new to sort.\n";
@@ -271,7 +271,7 @@ int setup(const QStringList& args, QTextStream& out, QTextStream& err)
         const ClaudeAPI::Result result
             = api.send(u"Reply with OK."_s, {QJsonObject {{"type"_L1, u"text"_s}, {"text"_L1, u"ping"_s}}}, 5);
         if (const APIError* error = std::get_if<APIError>(&result)) {
-            err << error->errorDescription() << '\n';
+            err << VisibleText::of(error->errorDescription()) << '\n';
             return kFailed;
         }
     }
@@ -391,11 +391,11 @@ int run(const QStringList& arguments, QTextStream& out, QTextStream& err)
             return usageError(err, u"undo takes no options"_s);
         state.undoLast();
         if (!state.isBusy()) {
-            err << state.message().value_or(u"Brindlow is busy."_s) << '\n';
+            err << VisibleText::of(state.message().value_or(u"Brindlow is busy."_s)) << '\n';
             return kFailed;
         }
         waitFor(state, &AppState::moveFinished);
-        out << state.message().value_or(QString()) << '\n';
+        out << VisibleText::of(state.message().value_or(QString())) << '\n';
         return kOk;
     }
     if (command == u"apply") {
@@ -407,7 +407,7 @@ int run(const QStringList& arguments, QTextStream& out, QTextStream& err)
         }
         state.apply(args.isEmpty());
         if (!state.isBusy()) {
-            err << state.message().value_or(u"Brindlow is busy."_s) << '\n';
+            err << VisibleText::of(state.message().value_or(u"Brindlow is busy."_s)) << '\n';
             return kFailed;
         }
         waitFor(state, &AppState::moveFinished);

@@ -8,6 +8,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QTest>
 
 #include <csignal>
@@ -197,6 +198,16 @@ private Q_SLOTS:
             ::execve(argv[0], argv, envp.data());
             ::_exit(127);
         }
+        bool reaped = false;
+        // A failed check must not leave the program waiting at its prompt.
+        const auto cleanup = qScopeGuard([&] {
+            if (!reaped) {
+                ::kill(pid, SIGKILL);
+                ::waitpid(pid, nullptr, 0);
+            }
+            ::close(terminal);
+            ::close(master);
+        });
         QByteArray shown;
         pollfd ready {master, POLLIN, 0};
         while (!shown.contains("Claude API key: ") && ::poll(&ready, 1, 60000) == 1) {
@@ -217,12 +228,11 @@ private Q_SLOTS:
         ::kill(pid, SIGINT);
         int status = 0;
         QCOMPARE(::waitpid(pid, &status, 0), pid);
+        reaped = true;
         QVERIFY(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT); // ended as Ctrl-C ends a program
         QCOMPARE(::tcgetattr(terminal, &modes), 0);
         QVERIFY(modes.c_lflag & ECHO);
         QCOMPARE(Store::loadKey(), std::nullopt);
-        ::close(terminal);
-        ::close(master);
     }
 
     void refreshReviewApplyUndo()
@@ -279,6 +289,9 @@ private Q_SLOTS:
         QCOMPARE(cli(home, {u"leave"_s, QString::number(noteId)}).code, 0);
         QCOMPARE(cli(home, {u"move"_s, QString::number(movedId), u"Personal/Travel"_s}).code, 0);
         QCOMPARE(cli(home, {u"skip"_s, u"9999"_s}).code, 2);
+        // Typed folders stay inside the home base.
+        QCOMPARE(cli(home, {u"move"_s, QString::number(movedId), u"Personal/../../../Desktop"_s}).code, 2);
+        QCOMPARE(cli(home, {u"add-project"_s, u"../Elsewhere"_s}).code, 2);
         QCOMPARE(Store::loadLessons().size(), 1);
 
         run = cli(home, {u"apply"_s});
