@@ -74,7 +74,7 @@ void printUsage(QTextStream& stream)
 
 int usageError(QTextStream& err, const QString& problem)
 {
-    err << "brindlow-cli: " << problem << "\nRun 'brindlow-cli --help' for usage.\n";
+    err << "brindlow-cli: " << VisibleText::of(problem) << "\nRun 'brindlow-cli --help' for usage.\n";
     return kUsage;
 }
 
@@ -103,7 +103,7 @@ std::optional<QString> typedFolder(const QString& text)
 
 QString folderProblem(const QString& text)
 {
-    return u"'"_s + VisibleText::of(text)
+    return u"'"_s + text
         + u"' can't be used as a folder: use plain names without '..', leading dots or control characters"_s;
 }
 
@@ -231,7 +231,7 @@ int setup(const QStringList& args, QTextStream& out, QTextStream& err)
         const QString& arg = args[i];
         const auto value
             = [&]() -> std::optional<QString> { return i + 1 < args.size() ? std::optional(args[++i]) : std::nullopt; };
-        if (arg == u"--key") {
+        if (arg == u"--key" || arg.startsWith(u"--key=")) {
             return usageError(err,
                               u"--key is not accepted: every user of this computer can read a command line. "
                               u"Use --key-file PATH, or type the key when asked."_s);

@@ -149,10 +149,13 @@ private Q_SLOTS:
         QCOMPARE(Store::loadKey(), u"sk-from-stdin"_s);
 
         // A key on the command line is readable by every user: refused, nothing stored.
-        run = cli(home, {u"setup"_s, u"--no-test"_s, u"--key"_s, u"sk-visible-to-all"_s});
-        QCOMPARE(run.code, 2);
-        QVERIFY(run.err.contains(u"--key-file"_s));
-        QCOMPARE(Store::loadKey(), u"sk-from-stdin"_s);
+        for (const QStringList& given :
+             {QStringList {u"--key"_s, u"sk-visible"_s}, QStringList {u"--key=sk-visible"_s}}) {
+            run = cli(home, QStringList {u"setup"_s, u"--no-test"_s} + given);
+            QCOMPARE(run.code, 2);
+            QVERIFY(run.err.contains(u"--key-file"_s) && !run.err.contains(u"sk-visible"_s));
+            QCOMPARE(Store::loadKey(), u"sk-from-stdin"_s);
+        }
         QVERIFY(!cli(home, {u"setup"_s, u"--help"_s}).out.contains(u"--key "_s));
 
         const QString keyFile = home.writeFile(u"secret/claude.key"_s, "sk-from-file\n");
