@@ -2,9 +2,13 @@
 
 #include "controller/app_state.h"
 #include "model/store.h"
+#include "plan_view.h"
+#include "planning/planner.h"
+#include "platform/file_io.h"
 #include "terminal.h"
 #include "understanding/claude_api.h"
 #include "understanding/usage.h"
+#include "visible_text.h"
 
 #include <QDir>
 #include <QEventLoop>
@@ -12,6 +16,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLocale>
+#include <QRegularExpression>
 #include <QTimer>
 
 #include <unistd.h>
@@ -32,10 +37,11 @@ const QMap<QString, Command>& commands()
 {
     static const QMap<QString, Command> table {
         {u"setup"_s,
-         {u"setup --key KEY [--folders Desktop,Downloads,Documents] [--model ID] [--no-rename] [--keep-installers] "
-          u"[--sunday-reset] [--no-test]"_s,
-          u"Sets Brindlow up: stores your Claude API key (read from standard input without echo when --key is "
-          u"left out), checks it with one tiny request unless --no-test, and saves your preferences."_s}},
+         {u"setup [--key-file PATH] [--folders Desktop,Downloads,Documents] [--model ID] [--no-rename] "
+          u"[--keep-installers] [--sunday-reset] [--no-test]"_s,
+          u"Sets Brindlow up: stores your Claude API key (read from the file given with --key-file, or from "
+          u"standard input without echo), checks it with one tiny request unless --no-test, and saves your "
+          u"preferences."_s}},
         {u"refresh"_s,
          {u"refresh [--quick | --deep | --junk-only]"_s,
           u"Looks through your folders and prepares a plan (quick by default). Nothing moves until you apply it."_s}},
@@ -68,7 +74,7 @@ void printUsage(QTextStream& stream)
 
 int usageError(QTextStream& err, const QString& problem)
 {
-    err << "brindlow-cli: " << problem << "\nRun 'brindlow-cli --help' for usage.\n";
+    err << "brindlow-cli: " << VisibleText::of(problem) << "\nRun 'brindlow-cli --help' for usage.\n";
     return kUsage;
 }
 
@@ -77,6 +83,28 @@ void waitFor(AppState& state, void (AppState::*finished)())
     QEventLoop loop;
     QObject::connect(&state, finished, &loop, &QEventLoop::quit);
     loop.exec();
+}
+
+// A folder the person typed, relative to the home base, or nothing when a piece would climb out
+// of it ("..") or is not a plain folder name (a leading dot, control characters).
+std::optional<QString> typedFolder(const QString& text)
+{
+    QStringList typed;
+    for (const QString& piece : text.split(u'/', Qt::SkipEmptyParts)) {
+        const QString trimmed = QString(piece).replace(u':', u'-').trimmed();
+        if (!trimmed.isEmpty())
+            typed.append(trimmed);
+    }
+    const std::optional<QString> clean = Planner::cleanFolderPath(text);
+    if (!clean || *clean != typed.join(u'/'))
+        return std::nullopt;
+    return clean;
+}
+
+QString folderProblem(const QString& text)
+{
+    return u"'"_s + text
+        + u"' can't be used as a folder: use plain names without '..', leading dots or control characters"_s;
 }
 
 QString number(qint64 n)
@@ -106,60 +134,21 @@ std::optional<QList<qint64>> parseIds(const QStringList& words, const AppState& 
     return ids;
 }
 
-QString line(const PlanItem& item)
-{
-    QString text = u"  ["_s + (item.approved ? u'x' : u' ') + u"] #"_s + QString::number(item.id) + u' '
-        + item.src.fileName() + u" -> "_s + item.destFolder;
-    if (item.newName)
-        text += u" as \""_s + *item.newName + u'"';
-    return text + u"  (" + item.reason + u')';
-}
-
-void printPlan(const QList<PlanItem>& plan, QTextStream& out)
-{
-    QList<const PlanItem*> organize, renames, junk, needs;
-    for (const PlanItem& item : plan) {
-        if (item.category != u"junk" && item.category != u"duplicate" && item.category != u"needs-you")
-            organize.append(&item);
-        if (item.newName)
-            renames.append(&item);
-        if (item.category == u"junk" || item.category == u"duplicate")
-            junk.append(&item);
-        if (item.category == u"needs-you")
-            needs.append(&item);
-    }
-    const auto section = [&out](const QString& title, const QList<const PlanItem*>& items) {
-        out << title << ' ' << number(items.size()) << '\n';
-        for (const PlanItem* item : items)
-            out << line(*item) << '\n';
-        out << '\n';
-    };
-    section(u"Organize"_s, organize);
-    out << "Rename " << number(renames.size()) << '\n';
-    for (const PlanItem* item : renames) {
-        out << "  [" << (item->renameApproved ? 'x' : ' ') << "] #" << item->id << ' ' << item->src.fileName() << " -> "
-            << *item->newName << '\n';
-    }
-    out << '\n';
-    section(u"Junk"_s, junk);
-    section(u"Needs You"_s, needs);
-}
-
 int refresh(AppState& state, TidyMode mode, QTextStream& out, QTextStream& err)
 {
     const bool tty = Terminal::isInteractive(STDERR_FILENO);
     QTextStream progress(stderr);
     QObject::connect(&state, &AppState::statusChanged, &state, [&] {
         if (!tty)
-            out << state.status() << '\n' << Qt::flush;
+            out << VisibleText::of(state.status()) << '\n' << Qt::flush;
     });
     QTimer ticker;
     QObject::connect(&ticker, &QTimer::timeout, &state, [&] {
         const int width = 30;
         const int filled = state.total() > 0 ? width * state.decided() / state.total() : 0;
         progress << '\r' << '[' << QString(filled, u'#') << QString(width - filled, u'.') << "] "
-                 << number(state.decided()) << '/' << number(state.total()) << "  " << state.calmStatus() << "\x1b[K"
-                 << Qt::flush;
+                 << number(state.decided()) << '/' << number(state.total()) << "  "
+                 << VisibleText::of(state.calmStatus()) << "\x1b[K" << Qt::flush;
     });
     if (tty)
         ticker.start(250);
@@ -169,7 +158,7 @@ int refresh(AppState& state, TidyMode mode, QTextStream& out, QTextStream& err)
     }
     state.start(mode);
     if (!state.isBusy()) {
-        err << state.message().value_or(u"A refresh could not start."_s) << '\n';
+        err << VisibleText::of(state.message().value_or(u"A refresh could not start."_s)) << '\n';
         return kFailed;
     }
     waitFor(state, &AppState::refreshFinished);
@@ -177,11 +166,11 @@ int refresh(AppState& state, TidyMode mode, QTextStream& out, QTextStream& err)
     if (tty)
         progress << "\r\x1b[K" << Qt::flush;
     if (state.phase() == Phase::idle) {
-        err << state.message().value_or(u"The refresh failed."_s) << '\n';
+        err << VisibleText::of(state.message().value_or(u"The refresh failed."_s)) << '\n';
         return kFailed;
     }
     if (state.message())
-        out << *state.message() << '\n';
+        out << VisibleText::of(*state.message()) << '\n';
     const QList<PlanItem>& plan = state.plan();
     if (plan.isEmpty()) {
         out << "Nothing new to sort.\n";
@@ -200,26 +189,56 @@ int refresh(AppState& state, TidyMode mode, QTextStream& out, QTextStream& err)
         out << "To organize: " << number(organize) << "\nTo rename: " << number(renames) << "\nJunk: " << number(junk)
             << '\n';
         for (auto it = groups.cbegin(); it != groups.cend(); ++it)
-            out << "  " << it.key() << ": " << number(it.value()) << '\n';
+            out << "  " << VisibleText::of(it.key()) << ": " << number(it.value()) << '\n';
         out << "Review with 'brindlow-cli plan', then 'brindlow-cli apply'.\n";
     }
     out << Usage::costText(state.lastRunCost().value_or(0)) << '\n';
     return kOk;
 }
 
+// Far longer than any key; a larger file is not a key file.
+constexpr qsizetype kMaxKeyBytes = 4096;
+
+std::optional<QString> readKeyFile(const QString& path, QTextStream& err)
+{
+    const std::optional<QByteArray> bytes = FileIo::readRegular(path, kMaxKeyBytes);
+    const QString key = bytes ? QString::fromUtf8(*bytes).trimmed() : QString();
+    if (!bytes || key.contains(QRegularExpression(u"\\s"_s))) {
+        err << "brindlow-cli: " << VisibleText::of(path)
+            << " is not a key file: it must be a readable file holding only the key.\n";
+        return std::nullopt;
+    }
+    return key;
+}
+
+std::optional<QString> promptForKey(QTextStream& err)
+{
+    err << Qt::flush;
+    const std::optional<QString> key = Terminal::readSecretLine("Claude API key: ", kMaxKeyBytes);
+    if (!key) {
+        err << "brindlow-cli: that line is too long to be a Claude API key.\n";
+        return std::nullopt;
+    }
+    return key->trimmed();
+}
+
 int setup(const QStringList& args, QTextStream& out, QTextStream& err)
 {
     Profile profile = Store::loadProfile();
-    std::optional<QString> key;
+    std::optional<QString> keyFile;
     bool test = true;
     for (qsizetype i = 0; i < args.size(); ++i) {
         const QString& arg = args[i];
         const auto value
             = [&]() -> std::optional<QString> { return i + 1 < args.size() ? std::optional(args[++i]) : std::nullopt; };
-        if (arg == u"--key") {
-            key = value();
-            if (!key)
-                return usageError(err, u"--key needs a value"_s);
+        if (arg == u"--key" || arg.startsWith(u"--key=")) {
+            return usageError(err,
+                              u"--key is not accepted: every user of this computer can read a command line. "
+                              u"Use --key-file PATH, or type the key when asked."_s);
+        } else if (arg == u"--key-file") {
+            keyFile = value();
+            if (!keyFile)
+                return usageError(err, u"--key-file needs a path"_s);
         } else if (arg == u"--folders") {
             const std::optional<QString> folders = value();
             if (!folders || folders->split(u',', Qt::SkipEmptyParts).isEmpty())
@@ -242,19 +261,17 @@ int setup(const QStringList& args, QTextStream& out, QTextStream& err)
             return usageError(err, u"unknown option '"_s + arg + u"' for setup"_s);
         }
     }
-    if (!key) {
-        if (Terminal::isInteractive(STDIN_FILENO))
-            err << "Claude API key: " << Qt::flush;
-        key = Terminal::readSecretLine();
-    }
-    if (key->trimmed().isEmpty())
+    const std::optional<QString> key = keyFile ? readKeyFile(*keyFile, err) : promptForKey(err);
+    if (!key)
+        return kFailed;
+    if (key->isEmpty())
         return usageError(err, u"an API key is needed"_s);
     if (test) {
-        ClaudeAPI api(key->trimmed(), profile.model);
+        ClaudeAPI api(*key, profile.model);
         const ClaudeAPI::Result result
             = api.send(u"Reply with OK."_s, {QJsonObject {{"type"_L1, u"text"_s}, {"text"_L1, u"ping"_s}}}, 5);
         if (const APIError* error = std::get_if<APIError>(&result)) {
-            err << error->errorDescription() << '\n';
+            err << VisibleText::of(error->errorDescription()) << '\n';
             return kFailed;
         }
     }
@@ -278,23 +295,12 @@ int status(AppState& state, QTextStream& out)
     state.refreshNewFiles();
     waitFor(state, &AppState::newFilesChanged);
     out << "New files waiting: " << number(state.newFiles()) << '\n';
-    out << "Folders watched: " << profile.scanFolders.join(u", "_s) << '\n';
+    out << "Folders watched: " << VisibleText::of(profile.scanFolders.join(u", "_s)) << '\n';
     out << "Projects known: " << number(profile.projects.size()) << '\n';
-    QFile usageFile(Store::dir() + u"/usage.json"_s);
-    double usd = 0;
-    qint64 files = 0;
-    if (usageFile.open(QIODevice::ReadOnly)) {
-        const QJsonObject month = QJsonDocument::fromJson(usageFile.readAll())
-                                      .object()
-                                      .value("months"_L1)
-                                      .toObject()
-                                      .value(QDateTime::currentDateTime().toString(u"yyyy-MM"_s))
-                                      .toObject();
-        usd = month.value("usd"_L1).toDouble();
-        files = month.value("files"_L1).toInteger();
-    }
+    const MonthUsage month = Usage::readLog().months.value(QDateTime::currentDateTime().toString(u"yyyy-MM"_s));
+    const double usd = month.usd;
     out << "This month: " << (usd > 0 && usd < 0.01 ? u"<$0.01"_s : u"$"_s + QString::number(usd, 'f', 2)) << ", "
-        << number(files) << " files\n";
+        << number(month.files) << " files\n";
     if (!state.plan().isEmpty())
         out << number(state.plan().size()) << " changes wait for review: 'brindlow-cli plan'.\n";
     return kOk;
@@ -357,20 +363,22 @@ int run(const QStringList& arguments, QTextStream& out, QTextStream& err)
             out << "Nothing waiting\n";
             return kOk;
         }
-        printPlan(state.plan(), out);
+        PlanView::print(state.plan(), out);
         return kOk;
     }
     if (command == u"suggestions") {
         for (const GroupCount& suggestion : state.projectSuggestions())
-            out << suggestion.name << " (" << number(suggestion.count) << ")\n";
+            out << VisibleText::of(suggestion.name) << " (" << number(suggestion.count) << ")\n";
         return kOk;
     }
     if (command == u"add-project") {
         if (args.size() != 1 || args[0].trimmed().isEmpty())
             return usageError(err, u"add-project takes one name"_s);
+        if (!typedFolder(args[0]))
+            return usageError(err, folderProblem(args[0]));
         const int filed = state.addProject(args[0]);
-        out << "Added " << args[0].trimmed() << "; " << number(filed) << (filed == 1 ? " file" : " files")
-            << " now go into it.\n";
+        out << "Added " << VisibleText::of(args[0].trimmed()) << "; " << number(filed)
+            << (filed == 1 ? " file" : " files") << " now go into it.\n";
         return kOk;
     }
     if (command == u"discard") {
@@ -383,11 +391,11 @@ int run(const QStringList& arguments, QTextStream& out, QTextStream& err)
             return usageError(err, u"undo takes no options"_s);
         state.undoLast();
         if (!state.isBusy()) {
-            err << state.message().value_or(u"Brindlow is busy."_s) << '\n';
+            err << VisibleText::of(state.message().value_or(u"Brindlow is busy."_s)) << '\n';
             return kFailed;
         }
         waitFor(state, &AppState::moveFinished);
-        out << state.message().value_or(QString()) << '\n';
+        out << VisibleText::of(state.message().value_or(QString())) << '\n';
         return kOk;
     }
     if (command == u"apply") {
@@ -399,14 +407,16 @@ int run(const QStringList& arguments, QTextStream& out, QTextStream& err)
         }
         state.apply(args.isEmpty());
         if (!state.isBusy()) {
-            err << state.message().value_or(u"Brindlow is busy."_s) << '\n';
+            err << VisibleText::of(state.message().value_or(u"Brindlow is busy."_s)) << '\n';
             return kFailed;
         }
         waitFor(state, &AppState::moveFinished);
         const ApplyResult result = *state.lastResult();
-        out << "Moved " << number(result.moved) << ", renamed " << number(result.renamed) << ", set aside "
-            << QLocale::system().formattedDataSize(result.junkBytes, 1, QLocale::DataSizeSIFormat) << " for review, "
-            << number(result.needsYou) << " for you to decide, skipped " << number(result.skipped) << ".\n";
+        PlanView::printResult(result, out);
+        if (result.stoppedBecause) {
+            err << VisibleText::of(*result.stoppedBecause) << '\n';
+            return kFailed;
+        }
         return kOk;
     }
 
@@ -442,7 +452,10 @@ int run(const QStringList& arguments, QTextStream& out, QTextStream& err)
         const std::optional<QList<qint64>> ids = parseIds({args[0]}, state, err);
         if (!ids)
             return kUsage;
-        state.setDestination(ids->first(), args[1]);
+        const std::optional<QString> folder = typedFolder(args[1]);
+        if (!folder)
+            return usageError(err, folderProblem(args[1]));
+        state.setDestination(ids->first(), *folder);
         return kOk;
     }
     if (command == u"leave") {

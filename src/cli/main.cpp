@@ -1,4 +1,5 @@
 #include "commands.h"
+#include "platform/process_hardening.h"
 
 #include <QGuiApplication>
 
@@ -16,6 +17,8 @@ void quietHandler(QtMsgType type, const QMessageLogContext&, const QString& mess
 
 int main(int argc, char* argv[])
 {
+    // Before the key is read from its file or the terminal.
+    ProcessHardening::protectSecrets();
     qInstallMessageHandler(quietHandler);
     // Contact sheets draw text, which needs the GUI layer, never a display.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))

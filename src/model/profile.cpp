@@ -4,6 +4,7 @@
 #include "json_fields.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QJsonArray>
 
 using namespace Qt::Literals::StringLiterals;
@@ -20,6 +21,19 @@ Profile Profile::defaults(const QString& home)
 Profile Profile::defaults()
 {
     return defaults(QDir::homePath());
+}
+
+bool Profile::isUsableHomeBase(const QString& path, const QString& home)
+{
+    if (path.isEmpty() || !QDir::isAbsolutePath(path) || home.isEmpty())
+        return false;
+    // Lexical on purpose: a Documents folder that is a link to another disk is still the
+    // person's own choice, while ".." pieces that climb out are not.
+    const QString clean = QDir::cleanPath(path);
+    const QString root = QDir::cleanPath(home);
+    const bool inside = clean.startsWith(root == u"/" ? root : root + u'/') && clean != root;
+    const QFileInfo info(clean);
+    return inside && (!info.exists() || info.isDir());
 }
 
 QJsonObject Profile::toJson() const

@@ -24,6 +24,11 @@ struct Profile
     // The same for the current user.
     static Profile defaults();
 
+    // Whether `path` can hold the organised tree: an absolute path strictly inside `home` that
+    // is not a file. An empty, relative or foreign setting would send the person's files
+    // somewhere they never chose.
+    static bool isUsableHomeBase(const QString& path, const QString& home);
+
     QJsonObject toJson() const;
     static std::optional<Profile> fromJson(const QJsonValue& value);
 

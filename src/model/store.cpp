@@ -137,7 +137,11 @@ Profile loadProfile()
     std::optional<Profile> profile;
     if (document && document->isObject())
         profile = Profile::fromJson(document->object());
-    return profile.value_or(Profile::defaults());
+    if (!profile)
+        return Profile::defaults();
+    if (!Profile::isUsableHomeBase(profile->homeBase, QDir::homePath()))
+        profile->homeBase = Profile::defaults().homeBase;
+    return *profile;
 }
 
 bool savePlan(const QList<PlanItem>& items)

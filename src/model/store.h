@@ -26,7 +26,8 @@ void saveKey(const QString& key);
 std::optional<QString> loadKey();
 
 void saveProfile(const Profile& profile);
-// The stored profile, or the defaults when there is none that decodes. Never writes.
+// The stored profile, or the defaults when there is none that decodes. A home base that is not
+// a folder inside the home folder is replaced by the default one. Never writes.
 Profile loadProfile();
 
 // Saving an empty list is how a plan is discarded. Returns whether the new plan landed.

@@ -130,11 +130,15 @@ std::optional<QString> pick(const std::optional<QString>& sub, const QStringList
 {
     if (!sub)
         return std::nullopt;
+    // Line breaks, slashes or leading dots from a reply must never reach the file system.
+    const std::optional<QString> cleaned = Naming::folderName(*sub);
+    if (!cleaned)
+        return std::nullopt;
     for (const QString& name : list) {
-        if (name.compare(*sub, Qt::CaseInsensitive) == 0)
+        if (name.compare(*cleaned, Qt::CaseInsensitive) == 0)
             return name;
     }
-    const QString trimmed = trimBlanks(*sub);
+    const QString trimmed = trimBlanks(*cleaned);
     const qsizetype words = trimmed.split(u' ', Qt::SkipEmptyParts).size();
     const bool hasLetter = std::any_of(trimmed.cbegin(), trimmed.cend(), [](QChar c) { return c.isLetter(); });
     if (words < 1 || words > 4 || Graphemes::count(trimmed) > 32 || !hasLetter)
@@ -146,33 +150,77 @@ std::optional<QString> pick(const std::optional<QString>& sub, const QStringList
     return accepted;
 }
 
-QString destination(const Decision& decision, const ScannedItem& item, const Profile& profile)
+std::optional<QString> cleanFolderPath(const QString& path)
+{
+    QStringList pieces;
+    for (const QString& piece : path.split(u'/', Qt::SkipEmptyParts)) {
+        const std::optional<QString> folder = Naming::folderName(piece);
+        if (!folder)
+            return std::nullopt;
+        pieces.append(*folder);
+    }
+    if (pieces.isEmpty())
+        return std::nullopt;
+    return pieces.join(u'/');
+}
+
+namespace {
+
+// Where an item goes, or why no folder can be made from what the decision names.
+struct Destination
+{
+    QString folder;
+    std::optional<QString> problem;
+};
+
+Destination resolve(const Decision& decision, const ScannedItem& item, const Profile& profile)
 {
     const QString& category = decision.category;
     if (category.startsWith(u"project:")) {
         const Project* project = knownProject(category.mid(8), profile.projects);
         if (!project)
-            return kNeedsYou;
-        return u"Projects/"_s + project->folderPath() + u'/'
-            + pick(decision.sub, projectSubs()).value_or(kindFolder(item.kind));
+            return {kNeedsYou, std::nullopt};
+        const std::optional<QString> folder = cleanFolderPath(project->folderPath());
+        if (!folder) {
+            return {kNeedsYou,
+                    u"The project name \u201C"_s + project->displayName()
+                        + u"\u201D can't be used as a folder name, so this one is yours to place"_s};
+        }
+        return {u"Projects/"_s + *folder + u'/' + pick(decision.sub, projectSubs()).value_or(kindFolder(item.kind)),
+                std::nullopt};
     }
     if (category == u"creator")
-        return u"Creator/"_s + pick(decision.sub, creatorSubs()).value_or(u"Other"_s);
+        return {u"Creator/"_s + pick(decision.sub, creatorSubs()).value_or(u"Other"_s), std::nullopt};
     if (category == u"personal")
-        return u"Personal/"_s + pick(decision.sub, personalSubs()).value_or(u"Other"_s);
+        return {u"Personal/"_s + pick(decision.sub, personalSubs()).value_or(u"Other"_s), std::nullopt};
     if (category == u"library")
-        return u"Library/"_s + pick(decision.sub, librarySubs()).value_or(u"Other"_s);
+        return {u"Library/"_s + pick(decision.sub, librarySubs()).value_or(u"Other"_s), std::nullopt};
     if (category == u"admin")
-        return u"Work Admin"_s;
-    if (category == u"archive")
-        return u"Archive/"_s + QString::number(item.modified.toLocalTime().date().year()).rightJustified(4, u'0');
+        return {u"Work Admin"_s, std::nullopt};
+    if (category == u"archive") {
+        return {u"Archive/"_s + QString::number(item.modified.toLocalTime().date().year()).rightJustified(4, u'0'),
+                std::nullopt};
+    }
     if (category == u"junk") {
-        const QString sub = decision.sub ? QString(*decision.sub).replace(u':', u'-').trimmed() : QString();
-        return u"Brindlow Review/To Delete - Review First/"_s + (decision.sub ? sub : u"Screenshots & images"_s);
+        const QString junkRoot = u"Brindlow Review/To Delete - Review First/"_s;
+        if (!decision.sub)
+            return {junkRoot + u"Screenshots & images"_s, std::nullopt};
+        const std::optional<QString> folder = Naming::folderName(*decision.sub);
+        if (!folder)
+            return {kNeedsYou,
+                    u"The folder suggested for it can't be used as a folder name, so this one is yours to place"_s};
+        return {junkRoot + *folder, std::nullopt};
     }
     if (category == u"duplicate")
-        return u"Brindlow Review/Duplicates - Review First"_s;
-    return kNeedsYou;
+        return {u"Brindlow Review/Duplicates - Review First"_s, std::nullopt};
+    return {kNeedsYou, std::nullopt};
+}
+
+} // namespace
+
+QString destination(const Decision& decision, const ScannedItem& item, const Profile& profile)
+{
+    return resolve(decision, item, profile).folder;
 }
 
 std::optional<QString> hint(const std::optional<QString>& projectHint, const Profile& profile)
@@ -209,9 +257,14 @@ QList<PlanItem> plan(const QList<ScannedItem>& items, const QHash<qint64, Decisi
             decision.category = u"needs-you"_s;
             decision.reason = u"Best guess: "_s + decision.reason;
         }
-        const QString folder = destination(decision, *item, profile);
+        const Destination where = resolve(decision, *item, profile);
+        const QString& folder = where.folder;
         if (folder == kNeedsYou)
             decision.category = u"needs-you"_s;
+        if (where.problem) {
+            decision.confidence = u"low"_s;
+            decision.reason = *where.problem;
+        }
 
         static const QStringList neverRenamed {u"junk"_s, u"duplicate"_s, u"needs-you"_s};
         std::optional<QString> newName;

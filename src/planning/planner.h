@@ -32,6 +32,11 @@ QString destination(const Decision& decision, const ScannedItem& item, const Pro
 // one of them, otherwise a short new name the model proposed, or nothing.
 std::optional<QString> pick(const std::optional<QString>& sub, const QStringList& list);
 
+// A "/"-separated folder path from a reply, a project's name or a person, each piece made one
+// clean folder name. Nothing when a piece is unusable ("..", only dots or control characters)
+// or no piece is left: such a path could lead outside the home base.
+std::optional<QString> cleanFolderPath(const QString& path);
+
 // The project an item hints at, when it is not one the person already has.
 std::optional<QString> hint(const std::optional<QString>& projectHint, const Profile& profile);
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "usage_log.h"
+
 #include <QDateTime>
 #include <QString>
 
@@ -25,6 +27,10 @@ public:
     void reset();
     double runUSD() const;
     int runCalls() const;
+
+    // The history in "usage.json"; empty when there is none or it is damaged. For every screen
+    // that shows what refreshes cost.
+    static UsageLog readLog();
 
     // Closes the refresh: records it, and its month, in "usage.json" and returns its cost.
     double endRun(int files, const QDateTime& now = QDateTime::currentDateTime());

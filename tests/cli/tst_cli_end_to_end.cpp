@@ -4,10 +4,23 @@
 #include "support/temp_home.h"
 #include "understanding/discovery.h"
 
+#include <QDateTime>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QTest>
+
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -20,10 +33,8 @@ struct Run
     QString err;
 };
 
-// Runs the real program as a person would, in the temporary home, against the fake service.
-Run cli(const TempHome& home, const QStringList& arguments, const QByteArray& input = {})
+QProcessEnvironment environmentFor(const TempHome& home)
 {
-    QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"HOME"_s, home.path());
     environment.insert(u"XDG_DATA_HOME"_s, home.path() + u"/.local/share"_s);
@@ -31,12 +42,22 @@ Run cli(const TempHome& home, const QStringList& arguments, const QByteArray& in
     environment.insert(u"XDG_CACHE_HOME"_s, home.path() + u"/.cache"_s);
     environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
     environment.remove(u"DBUS_SESSION_BUS_ADDRESS"_s);
-    process.setProcessEnvironment(environment);
+    return environment;
+}
+
+// Runs the real program as a person would, in the temporary home, against the fake service.
+Run cli(const TempHome& home, const QStringList& arguments, const QByteArray& input = {}, int timeoutMs = 120000)
+{
+    QProcess process;
+    process.setProcessEnvironment(environmentFor(home));
     process.start(QStringLiteral(BRINDLOW_CLI), arguments);
     process.write(input);
     process.closeWriteChannel();
-    if (!process.waitForFinished(120000))
+    if (!process.waitForFinished(timeoutMs)) {
+        process.kill();
+        process.waitForFinished();
         return {-1, {}, u"timed out"_s};
+    }
     return {process.exitCode(),
             QString::fromUtf8(process.readAllStandardOutput()),
             QString::fromUtf8(process.readAllStandardError())};
@@ -111,7 +132,7 @@ private Q_SLOTS:
         TempHome home;
         FakeClaudeServer server;
         server.enqueue({401, "{}", 0});
-        Run run = cli(home, {u"setup"_s, u"--key"_s, u"sk-wrong"_s});
+        Run run = cli(home, {u"setup"_s}, "sk-wrong\n");
         QCOMPARE(run.code, 1);
         QCOMPARE(run.err.trimmed(), u"Brindlow couldn't sign in to Claude (error 401). Nothing was moved."_s);
         QVERIFY(!Store::loadProfile().onboarded);
@@ -126,6 +147,95 @@ private Q_SLOTS:
         QVERIFY(profile.onboarded && !profile.renameFiles && profile.autoTidy);
         QCOMPARE(profile.scanFolders, (QStringList {u"Desktop"_s, u"Downloads"_s}));
         QCOMPARE(Store::loadKey(), u"sk-from-stdin"_s);
+
+        // A key on the command line is readable by every user: refused, nothing stored.
+        for (const QStringList& given :
+             {QStringList {u"--key"_s, u"sk-visible"_s}, QStringList {u"--key=sk-visible"_s}}) {
+            run = cli(home, QStringList {u"setup"_s, u"--no-test"_s} + given);
+            QCOMPARE(run.code, 2);
+            QVERIFY(run.err.contains(u"--key-file"_s) && !run.err.contains(u"sk-visible"_s));
+            QCOMPARE(Store::loadKey(), u"sk-from-stdin"_s);
+        }
+        QVERIFY(!cli(home, {u"setup"_s, u"--help"_s}).out.contains(u"--key "_s));
+
+        const QString keyFile = home.writeFile(u"secret/claude.key"_s, "sk-from-file\n");
+        QCOMPARE(cli(home, {u"setup"_s, u"--no-test"_s, u"--key-file"_s, keyFile}).code, 0);
+        QCOMPARE(Store::loadKey(), u"sk-from-file"_s);
+        const QString pipe = home.path() + u"/secret/pipe"_s;
+        QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+        for (const QString& notAKeyFile : QStringList {pipe, home.path() + u"/secret"_s, u"/dev/zero"_s}) {
+            run = cli(home, {u"setup"_s, u"--no-test"_s, u"--key-file"_s, notAKeyFile}, {}, 20000);
+            QCOMPARE(run.code, 1);
+            QCOMPARE(Store::loadKey(), u"sk-from-file"_s);
+        }
+    }
+
+    // Ctrl-C at the key prompt on a real terminal: the shell gets its echo back, and the process
+    // that held the key in memory would leave no core dump behind.
+    void echoComesBackAfterCtrlC()
+    {
+        TempHome home;
+        const int master = ::posix_openpt(O_RDWR | O_NOCTTY);
+        QVERIFY(master >= 0 && ::grantpt(master) == 0 && ::unlockpt(master) == 0);
+        const int terminal = ::open(::ptsname(master), O_RDWR | O_NOCTTY);
+        QVERIFY(terminal >= 0);
+
+        QByteArrayList environment;
+        const QProcessEnvironment wanted = environmentFor(home);
+        for (const QString& name : wanted.keys())
+            environment.append((name + u'=' + wanted.value(name)).toLocal8Bit());
+        std::vector<char*> envp;
+        for (QByteArray& entry : environment)
+            envp.push_back(entry.data());
+        envp.push_back(nullptr);
+        QByteArray program(BRINDLOW_CLI), command("setup"), noTest("--no-test");
+        char* argv[] = {program.data(), command.data(), noTest.data(), nullptr};
+
+        const pid_t pid = ::fork();
+        if (pid == 0) {
+            ::setsid();
+            ::ioctl(terminal, TIOCSCTTY, 0);
+            ::dup2(terminal, STDIN_FILENO);
+            ::dup2(terminal, STDOUT_FILENO);
+            ::dup2(terminal, STDERR_FILENO);
+            ::execve(argv[0], argv, envp.data());
+            ::_exit(127);
+        }
+        bool reaped = false;
+        // A failed check must not leave the program waiting at its prompt.
+        const auto cleanup = qScopeGuard([&] {
+            if (!reaped) {
+                ::kill(pid, SIGKILL);
+                ::waitpid(pid, nullptr, 0);
+            }
+            ::close(terminal);
+            ::close(master);
+        });
+        QByteArray shown;
+        pollfd ready {master, POLLIN, 0};
+        while (!shown.contains("Claude API key: ") && ::poll(&ready, 1, 60000) == 1) {
+            char buffer[256];
+            const ssize_t got = ::read(master, buffer, sizeof buffer);
+            if (got <= 0)
+                break;
+            shown.append(buffer, got);
+        }
+        QVERIFY2(shown.contains("Claude API key: "), shown.constData());
+        termios modes {};
+        QCOMPARE(::tcgetattr(terminal, &modes), 0);
+        QVERIFY(!(modes.c_lflag & ECHO)); // the key is not shown as it is typed
+        rlimit core {1, 1};
+        QCOMPARE(::prlimit(pid, RLIMIT_CORE, nullptr, &core), 0);
+        QCOMPARE(core.rlim_max, rlim_t(0));
+
+        ::kill(pid, SIGINT);
+        int status = 0;
+        QCOMPARE(::waitpid(pid, &status, 0), pid);
+        reaped = true;
+        QVERIFY(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT); // ended as Ctrl-C ends a program
+        QCOMPARE(::tcgetattr(terminal, &modes), 0);
+        QVERIFY(modes.c_lflag & ECHO);
+        QCOMPARE(Store::loadKey(), std::nullopt);
     }
 
     void refreshReviewApplyUndo()
@@ -147,7 +257,7 @@ private Q_SLOTS:
         for (int i = 0; i < 12; ++i)
             FileFactory::write(h + u"/Documents/notes %1.txt"_s.arg(i), "note " + QByteArray::number(i));
 
-        QCOMPARE(cli(home, {u"setup"_s, u"--key"_s, u"sk-test"_s}).code, 0);
+        QCOMPARE(cli(home, {u"setup"_s}, "sk-test\n").code, 0);
         Run run = cli(home, {u"refresh"_s, u"--deep"_s});
         QVERIFY2(run.code == 0, qPrintable(run.err));
         QVERIFY(run.out.contains(u"To organize: "_s));
@@ -182,6 +292,9 @@ private Q_SLOTS:
         QCOMPARE(cli(home, {u"leave"_s, QString::number(noteId)}).code, 0);
         QCOMPARE(cli(home, {u"move"_s, QString::number(movedId), u"Personal/Travel"_s}).code, 0);
         QCOMPARE(cli(home, {u"skip"_s, u"9999"_s}).code, 2);
+        // Typed folders stay inside the home base.
+        QCOMPARE(cli(home, {u"move"_s, QString::number(movedId), u"Personal/../../../Desktop"_s}).code, 2);
+        QCOMPARE(cli(home, {u"add-project"_s, u"../Elsewhere"_s}).code, 2);
         QCOMPARE(Store::loadLessons().size(), 1);
 
         run = cli(home, {u"apply"_s});
@@ -217,7 +330,7 @@ private Q_SLOTS:
         FakeClaudeServer server;
         serveEverything(server);
         FileFactory::write(home.path() + u"/Desktop/a.txt"_s, "a");
-        QCOMPARE(cli(home, {u"setup"_s, u"--key"_s, u"sk-test"_s}).code, 0);
+        QCOMPARE(cli(home, {u"setup"_s}, "sk-test\n").code, 0);
 
         const QList<std::pair<FakeClaudeServer::Response, QString>> failures {
             {{400, R"({"error":"credit balance is too low"})", 0},
@@ -229,28 +342,90 @@ private Q_SLOTS:
             const Run run = cli(home, {u"refresh"_s});
             QCOMPARE(run.code, 1);
             QCOMPARE(run.err.section(u'\n', -2, -2), text);
+            // A failed refresh leaves nothing that an apply could move.
+            const Run apply = cli(home, {u"apply"_s});
+            QCOMPARE(apply.code, 1);
+            QCOMPARE(apply.err.trimmed(), u"Nothing waiting"_s);
             QVERIFY(QFile::exists(home.path() + u"/Desktop/a.txt"_s));
-            QVERIFY(Store::loadPlan().isEmpty());
         }
 
-        // Overloaded through every retry: the program's own waits (3 + 8 + 13 + 18 s) are real here.
-        for (int i = 0; i < 4; ++i)
-            server.enqueue({529, "{}", 0});
-        const Run busy = cli(home, {u"refresh"_s});
-        QCOMPARE(busy.code, 1);
-        QCOMPARE(busy.err.trimmed(), u"Claude is busy right now. Try again in a minute."_s);
+        // A failure the client does not retry ends the refresh with the service's own words; the
+        // retry schedule of an overloaded service is the client's to test, with a test clock.
+        server.enqueue({400, R"({"error":"max_tokens too large"})", 0});
+        const Run refused = cli(home, {u"refresh"_s});
+        QCOMPARE(refused.code, 1);
+        QCOMPARE(refused.err.trimmed(), uR"(Claude API error 400: {"error":"max_tokens too large"})"_s);
+        QCOMPARE(server.requestCount(), 4); // the set-up check, then one per refresh: none repeated
         QVERIFY(Store::loadPlan().isEmpty());
 
-        // Another Brindlow at work: this one waits its turn.
+        // Another Brindlow at work: this one waits its turn. The holder says when it has the lock
+        // and lets go when its input closes.
         QProcess holder;
-        holder.start(u"flock"_s, {u"--close"_s, Store::dir() + u"/busy.lock"_s, u"sleep"_s, u"30"_s});
-        QVERIFY(holder.waitForStarted());
-        QTest::qWait(200);
-        const Run refused = cli(home, {u"refresh"_s});
-        holder.kill();
-        holder.waitForFinished();
-        QCOMPARE(refused.code, 1);
-        QVERIFY(refused.err.contains(u"already busy with your files"_s));
+        holder.start(u"flock"_s,
+                     {u"--close"_s, Store::dir() + u"/busy.lock"_s, u"sh"_s, u"-c"_s, u"echo locked; read x"_s});
+        QVERIFY(holder.waitForReadyRead(60000));
+        const Run busy = cli(home, {u"refresh"_s});
+        holder.closeWriteChannel();
+        QVERIFY(holder.waitForFinished());
+        QCOMPARE(busy.code, 1);
+        QVERIFY(busy.err.contains(u"already busy with your files"_s));
+    }
+
+    void statusNeverBlocksOnOddUsageFiles_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QString>("thisMonth");
+        QTest::newRow("recorded") << u"file"_s << u"This month: $0.25, 7 files"_s;
+        QTest::newRow("named pipe") << u"fifo"_s << u"This month: $0.00, 0 files"_s;
+        QTest::newRow("endless device") << u"zero"_s << u"This month: $0.00, 0 files"_s;
+    }
+
+    void statusNeverBlocksOnOddUsageFiles()
+    {
+        QFETCH(QString, kind);
+        QFETCH(QString, thisMonth);
+        TempHome home;
+        const QByteArray path = QFile::encodeName(Store::dir() + u"/usage.json"_s);
+        if (kind == u"fifo") {
+            QCOMPARE(::mkfifo(path.constData(), 0600), 0);
+        } else if (kind == u"zero") {
+            QCOMPARE(::symlink("/dev/zero", path.constData()), 0);
+        } else {
+            const QString month = QDateTime::currentDateTime().toString(u"yyyy-MM"_s);
+            home.writeFile(u".local/share/Brindlow/usage.json"_s,
+                           R"({"totalUSD": 1, "runs": [], "months": {")" + month.toUtf8()
+                               + R"(": {"usd": 0.25, "files": 7}}})");
+        }
+        const Run run = cli(home, {u"status"_s}, {}, 20000);
+        QCOMPARE(run.code, 0);
+        QVERIFY2(run.out.contains(thisMonth), qPrintable(run.out));
+    }
+
+    void planShowsControlCharactersVisibly()
+    {
+        TempHome home;
+        const QString name = u"bill\x1b]0;pwned\x07.pdf"_s;
+        FileFactory::write(home.path() + u"/Downloads/"_s + name, "a bill");
+        PlanItem item;
+        item.id = 7;
+        item.src = QUrl::fromLocalFile(home.path() + u"/Downloads/"_s + name);
+        item.destFolder = u"Personal/\u202Efdp.exe"_s;
+        item.category = u"personal"_s;
+        item.confidence = u"high"_s;
+        item.reason = u"\r\x1b[2Kall good\u009b"_s;
+        item.newName = u"Bill\nmarch.pdf"_s;
+        item.kind = FileKind::pdf;
+        item.approved = true;
+        item.renameApproved = true;
+        Store::savePlan({item});
+
+        const Run run = cli(home, {u"plan"_s});
+        QCOMPARE(run.code, 0);
+        for (const char16_t hidden : {u'\x1b', u'\x07', u'\r', u'\x9b', u'\x202e'})
+            QVERIFY2(!run.out.contains(hidden), qPrintable(run.out));
+        QVERIFY2(run.out.contains(u"#7 Downloads/bill\\u{1B}]0;pwned\\u{7}.pdf -> Personal/\\u{202E}fdp.exe as "
+                                  u"\"Bill\\u{A}march.pdf\"  (\\u{D}\\u{1B}[2Kall good\\u{9B})"_s),
+                 qPrintable(run.out));
     }
 };
 

@@ -187,6 +187,35 @@ private Q_SLOTS:
         QCOMPARE(QFileInfo(file).lastModified(), before);
     }
 
+    void homeBaseOutsideTheHomeIsCorrected_data()
+    {
+        QTest::addColumn<QString>("homeBase"); // "~" stands for the temporary home
+        QTest::addColumn<bool>("kept");
+        QTest::newRow("inside") << u"~/Work/Sorted"_s << true;
+        QTest::newRow("empty") << QString() << false;
+        QTest::newRow("relative") << u"Documents"_s << false;
+        QTest::newRow("elsewhere") << u"/tmp/sorted"_s << false;
+        QTest::newRow("the home itself") << u"~/"_s << false;
+        QTest::newRow("climbs out") << u"~/Documents/../../x"_s << false;
+        QTest::newRow("a sibling home") << u"~-other/Documents"_s << false;
+        QTest::newRow("a file") << u"~/notes.txt"_s << false;
+    }
+
+    void homeBaseOutsideTheHomeIsCorrected()
+    {
+        QFETCH(QString, homeBase);
+        QFETCH(bool, kept);
+        TempHome home;
+        home.writeFile(u"notes.txt"_s, "a file, not a folder");
+        Profile profile = Profile::defaults(home.path());
+        profile.onboarded = true;
+        profile.homeBase = homeBase.replace(u'~', home.path());
+        Store::saveProfile(profile);
+        const Profile loaded = Store::loadProfile();
+        QCOMPARE(loaded.homeBase, kept ? homeBase : home.path() + u"/Documents"_s);
+        QVERIFY(loaded.onboarded);
+    }
+
     void planLessonsAndNotes()
     {
         TempHome home;

@@ -88,6 +88,55 @@ private Q_SLOTS:
             folder);
     }
 
+    void hostileFolderNames_data()
+    {
+        QTest::addColumn<QString>("category");
+        QTest::addColumn<QString>("sub");
+        QTest::addColumn<QString>("projectName");
+        QTest::addColumn<QString>("folder");
+        QTest::addColumn<bool>("yoursToPlace");
+        const QString junk = u"Brindlow Review/To Delete - Review First/"_s;
+        const QString needsYou = u"Brindlow Review/Needs You"_s;
+        QTest::newRow("line break") << u"creator"_s << u"Raw\nFootage"_s << QString() << u"Creator/Raw Footage"_s
+                                    << false;
+        QTest::newRow("tabs") << u"personal"_s << u"\tpets\tand\tvets"_s << QString() << u"Personal/Pets and vets"_s
+                              << false;
+        QTest::newRow("leading dots") << u"library"_s << u"...hidden"_s << QString() << u"Library/Hidden"_s << false;
+        QTest::newRow("climbs out") << u"creator"_s << u"../../Desktop/x"_s << QString() << u"Creator/-..-Desktop-x"_s
+                                    << false;
+        QTest::newRow("junk climbs out") << u"junk"_s << u"../../../tmp"_s << QString() << junk + u"-..-..-tmp"_s
+                                         << false;
+        QTest::newRow("junk nothing left") << u"junk"_s << u"\n..\t"_s << QString() << needsYou << true;
+        QTest::newRow("junk very long") << u"junk"_s << u"\u00E9"_s.repeated(300) << QString()
+                                        << junk + u"\u00E9"_s.repeated(127) << false;
+        QTest::newRow("project climbs out")
+            << u"project:x"_s << QString() << u"../../../../tmp/x"_s << needsYou << true;
+        QTest::newRow("project of dots") << u"project:.."_s << QString() << u"Clients/.."_s << needsYou << true;
+        QTest::newRow("project with line break") << u"project:.launch"_s << QString() << u"Acme\nBrand/.launch"_s
+                                                 << u"Projects/Acme Brand/launch/Other"_s << false;
+    }
+
+    void hostileFolderNames()
+    {
+        QFETCH(QString, category);
+        QFETCH(QString, sub);
+        QFETCH(QString, projectName);
+        QFETCH(QString, folder);
+        QFETCH(bool, yoursToPlace);
+        Profile hostile = profile();
+        if (!projectName.isEmpty())
+            hostile.projects.append(Project {QUuid::createUuid(), projectName, QString()});
+        const std::optional<QString> optionalSub = sub.isNull() ? std::nullopt : std::optional(sub);
+        const QList<PlanItem> plan = Planner::plan(
+            {item(0, u"/home/ann/Downloads/x.bin"_s, FileKind::other)}, {{0, decided(category, optionalSub)}}, hostile);
+        QCOMPARE(plan.size(), 1);
+        QCOMPARE(plan[0].destFolder, folder);
+        QCOMPARE(plan[0].category == u"needs-you", yoursToPlace);
+        QCOMPARE(plan[0].approved, !yoursToPlace);
+        QCOMPARE(plan[0].reason.endsWith(u"can't be used as a folder name, so this one is yours to place"_s),
+                 yoursToPlace);
+    }
+
     void planRules()
     {
         const QList<ScannedItem> items {

@@ -114,6 +114,20 @@ private Q_SLOTS:
         // Hostile replies: line breaks and control characters never reach a file name.
         QCOMPARE(Naming::sanitize(u"Team\noffsite\u0000day 1"_s, u"jpg"_s), u"Team offsite day 1.jpg"_s);
         QCOMPARE(Naming::sanitize(u"\U0001F600"_s.repeated(130), u"png"_s), u"\U0001F600"_s.repeated(120) + u".png"_s);
+        // A right-to-left override would make "invoice\u202Efdp.exe" read as "invoiceexe.pdf".
+        QCOMPARE(Naming::sanitize(u"invoice\u202Efdp.exe"_s, u"exe"_s), u"invoicefdp.exe"_s);
+    }
+
+    void folderNames()
+    {
+        QCOMPARE(Naming::folderName(u" Raw\tFootage\r\n"_s), u"Raw Footage"_s);
+        QCOMPARE(Naming::folderName(u"../../Desktop/x"_s), u"-..-Desktop-x"_s);
+        QCOMPARE(Naming::folderName(u". .hidden"_s), u"hidden"_s);
+        QCOMPARE(Naming::folderName(u".."_s), std::nullopt);
+        QCOMPARE(Naming::folderName(u"\n\t\u202E"_s), std::nullopt);
+        // Cut to what the file system takes, never inside a character: "é" is two bytes.
+        QCOMPARE(Naming::folderName(u"\u00E9"_s.repeated(200)), u"\u00E9"_s.repeated(127));
+        QCOMPARE(Naming::folderName(u"e\u0301"_s.repeated(100)), u"e\u0301"_s.repeated(85));
     }
 };
 

@@ -68,6 +68,8 @@ private Q_SLOTS:
         QVERIFY(qAbs(months.value("2026-11"_L1)["usd"_L1].toDouble() - 0.509) < 1e-12);
         QCOMPARE(months.value("2026-11"_L1)["files"_L1].toInt(), 150);
         QVERIFY(qAbs(log.value("totalUSD"_L1).toDouble() - 0.759) < 1e-12);
+        QCOMPARE(Usage::readLog().months.value(u"2026-11"_s).files, 150);
+        QCOMPARE(Usage::readLog().runs.last().date, november.addMonths(1));
 
         for (int i = 0; i < 60; ++i)
             usage.endRun(i, november.addMonths(2));
