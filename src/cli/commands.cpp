@@ -190,6 +190,10 @@ int refresh(AppState& state, TidyMode mode, QTextStream& out, QTextStream& err)
             << '\n';
         for (auto it = groups.cbegin(); it != groups.cend(); ++it)
             out << "  " << VisibleText::of(it.key()) << ": " << number(it.value()) << '\n';
+        if (!state.flushEdits()) {
+            err << AppState::planNotSavedText() << '\n';
+            return kFailed;
+        }
         out << "Review with 'brindlow-cli plan', then 'brindlow-cli apply'.\n";
     }
     out << Usage::costText(state.lastRunCost().value_or(0)) << '\n';
@@ -383,6 +387,10 @@ int run(const QStringList& arguments, QTextStream& out, QTextStream& err)
     }
     if (command == u"discard") {
         state.discardPlan();
+        if (!state.plan().isEmpty()) {
+            err << VisibleText::of(state.message().value_or(AppState::otherProcessBusyText())) << '\n';
+            return kFailed;
+        }
         out << "The plan was dropped. Nothing moved.\n";
         return kOk;
     }

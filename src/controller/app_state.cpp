@@ -353,8 +353,12 @@ void AppState::replacePlan(const QList<PlanItem>& plan)
     m_saver->replace(m_plan, m_generation);
 }
 
-void AppState::setProfile(const Profile& profile)
+void AppState::setProfile(const Profile& changed)
 {
+    Profile profile = changed;
+    // Everything is filed under the home base: it never leaves the home folder.
+    if (!Profile::isUsableHomeBase(profile.homeBase, QDir::homePath()))
+        profile.homeBase = Profile::defaults(QDir::homePath()).homeBase;
     const bool reminderRuleChanged = profile.autoTidy != m_profile.autoTidy || profile.onboarded != m_profile.onboarded;
     m_profile = profile;
     Store::saveProfile(m_profile);

@@ -127,8 +127,12 @@ void AppState::setDestination(qint64 id, const std::optional<QString>& destFolde
     setDestination(QList<qint64> {id}, destFolder);
 }
 
-void AppState::setDestination(const QList<qint64>& ids, const std::optional<QString>& destFolder)
+void AppState::setDestination(const QList<qint64>& ids, const std::optional<QString>& chosen)
 {
+    // A folder that could climb out of the home base is no destination.
+    const std::optional<QString> destFolder = chosen ? Planner::cleanFolderPath(*chosen) : std::nullopt;
+    if (chosen && !destFolder)
+        return;
     QList<int> rows;
     for (const qint64 id : ids) {
         const int row = rowOf(id);
@@ -153,6 +157,9 @@ int AppState::addProject(const QString& typed)
     const QString name = typed.trimmed();
     if (name.isEmpty())
         return 0;
+    const std::optional<QString> folder = Planner::cleanFolderPath(QString(name).replace(u':', u'-').trimmed());
+    if (!folder)
+        return 0;
     const QString key = name.toLower();
     const bool known = std::any_of(m_profile.projects.cbegin(), m_profile.projects.cend(), [&key](const Project& p) {
         return p.displayName().toLower() == key;
@@ -162,7 +169,6 @@ int AppState::addProject(const QString& typed)
         updated.projects.append(Project {QUuid::createUuid(), name, QString()});
         setProfile(updated);
     }
-    const QString folder = QString(name).replace(u':', u'-').trimmed();
     QList<int> rows;
     for (int row = 0; row < m_plan.size(); ++row) {
         PlanItem& item = m_plan[row];
@@ -173,7 +179,7 @@ int AppState::addProject(const QString& typed)
             || item.src.fileName().contains(name, Qt::CaseInsensitive);
         if (!belongs)
             continue;
-        item.destFolder = u"Projects/"_s + folder + u'/' + Planner::kindFolder(item.kind);
+        item.destFolder = u"Projects/"_s + *folder + u'/' + Planner::kindFolder(item.kind);
         item.category = u"project:"_s + name;
         item.approved = true;
         item.suggestedProject.reset();

@@ -113,6 +113,13 @@ private Q_SLOTS:
         QCOMPARE(byId(*state, 0).destFolder, u"Personal/Travel"_s);
         QVERIFY(byId(*state, 0).approved);
         state->setDestination(0, u"Archive/2024"_s);
+        // Folders that would climb out of the home base are refused, whoever asks.
+        state->setDestination(0, u"../../Desktop/x"_s);
+        QCOMPARE(state->addProject(u"../x"_s), 0);
+        Profile outside = state->profile();
+        outside.homeBase = u"../tmp"_s;
+        state->setProfile(outside);
+        QCOMPARE(state->profile().homeBase, f.home.path() + u"/Documents"_s);
         state->flushEdits();
         QCOMPARE(Store::loadLessons(), (QList<Lesson> {{u"a.txt"_s, u"reason for a.txt"_s, u"Archive/2024"_s}}));
         QCOMPARE(Store::loadPlan(), state->plan());
