@@ -1,0 +1,300 @@
+#include "controller/thumb_cache.h"
+#include "platform/thumbnailer.h"
+#include "support/file_factory.h"
+#include "support/temp_home.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFileInfo>
+#include <QMutex>
+#include <QSemaphore>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTest>
+#include <QUrl>
+
+#include <memory>
+#include <sys/stat.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int kOpen = 1'000'000;
+constexpr qint64 kTileBytes = 220 * 165 * 4;
+
+// Real thumbnails, counted in the order they start; each waits for a permit from the test.
+struct Generations
+{
+    explicit Generations(int permits)
+        : gate(permits)
+    { }
+    QStringList order()
+    {
+        const QMutexLocker lock(&mutex);
+        return started;
+    }
+
+    QMutex mutex;
+    QStringList started;
+    QSemaphore entered;
+    QSemaphore gate;
+};
+
+ThumbCache::Generator counted(const std::shared_ptr<Generations>& generations)
+{
+    return [generations](const QString& path, QSize box) {
+        {
+            const QMutexLocker lock(&generations->mutex);
+            generations->started.append(QFileInfo(path).fileName());
+        }
+        generations->entered.release();
+        generations->gate.acquire();
+        return Thumbnailer::thumbnail(path, box);
+    };
+}
+
+QStringList announced(const QSignalSpy& spy)
+{
+    QStringList names;
+    for (const QList<QVariant>& arguments : spy)
+        names.append(QFileInfo(arguments.at(0).toString()).fileName());
+    return names;
+}
+
+QString thumbnailFolder(const QString& size)
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) + u"/thumbnails/"_s + size;
+}
+
+QString entryFor(const QString& path, const QString& size)
+{
+    const QByteArray uri = QUrl::fromLocalFile(path).toEncoded();
+    return thumbnailFolder(size) + u'/'
+        + QString::fromLatin1(QCryptographicHash::hash(uri, QCryptographicHash::Md5).toHex()) + u".png"_s;
+}
+
+int modeOf(const QString& path)
+{
+    struct stat info
+    { };
+    return ::stat(QFile::encodeName(path).constData(), &info) == 0 ? int(info.st_mode & 07777) : -1;
+}
+
+QImage solid(QColor colour)
+{
+    QImage image(256, 192, QImage::Format_RGB32);
+    image.fill(colour);
+    return image;
+}
+
+} // namespace
+
+class TestThumbCache : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        m_home = std::make_unique<TempHome>();
+    }
+    void cleanup()
+    {
+        m_home.reset();
+    }
+    void concurrentRequestsShareOneGeneration();
+    void queueServesNewestAndForgetsDropped();
+    void memoryStaysWithinBudget();
+    void desktopThumbnailCache();
+    void failuresAreRememberedUntilTheFileChanges();
+    void destroyedWhileGenerating();
+
+private:
+    QString photo(const QString& name) const
+    {
+        const QString path = m_home->path() + u"/Downloads/"_s + name;
+        FileFactory::png(path, 640, 480);
+        return path;
+    }
+
+    std::unique_ptr<TempHome> m_home;
+};
+
+void TestThumbCache::concurrentRequestsShareOneGeneration()
+{
+    const auto generations = std::make_shared<Generations>(0);
+    ThumbCache cache(ThumbCache::kDefaultBudget, counted(generations), 1);
+    QSignalSpy ready(&cache, &ThumbCache::ready);
+    const QString sunset = photo(u"sunset.png"_s);
+    for (int i = 0; i < 50; ++i)
+        cache.request(sunset);
+    QVERIFY(generations->entered.tryAcquire(1, 5000));
+    for (int i = 0; i < 50; ++i)
+        cache.request(sunset);
+    QVERIFY(!cache.cached(sunset));
+    generations->gate.release(kOpen);
+    QTRY_COMPARE(ready.count(), 1);
+    QCOMPARE(ready.at(0).at(1).value<QImage>().size(), QSize(220, 165));
+    QCOMPARE(cache.cached(sunset)->size(), QSize(220, 165));
+
+    // With one worker, a second picture of the sunset would start before this one.
+    cache.request(sunset);
+    cache.request(photo(u"harbour.png"_s));
+    QTRY_COMPARE(ready.count(), 2);
+    QCOMPARE(announced(ready), (QStringList {u"sunset.png"_s, u"harbour.png"_s}));
+    QCOMPARE(generations->order(), announced(ready));
+}
+
+void TestThumbCache::queueServesNewestAndForgetsDropped()
+{
+    const auto generations = std::make_shared<Generations>(0);
+    ThumbCache cache(ThumbCache::kDefaultBudget, counted(generations), 1);
+    QSignalSpy ready(&cache, &ThumbCache::ready);
+    QHash<QString, QString> paths;
+    for (const QString& name : {u"a.png"_s, u"b.png"_s, u"c.png"_s, u"d.png"_s, u"e.png"_s})
+        paths.insert(name, photo(name));
+
+    cache.request(paths[u"a.png"_s]);
+    QVERIFY(generations->entered.tryAcquire(1, 5000));
+    for (const QString& name : {u"b.png"_s, u"c.png"_s, u"d.png"_s, u"e.png"_s})
+        cache.request(paths[name]);
+    cache.request(paths[u"b.png"_s]); // scrolled back to
+    cache.drop(paths[u"e.png"_s]); // scrolled away before its turn
+    cache.drop(paths[u"a.png"_s]); // already being made: still delivered
+    generations->gate.release(kOpen);
+    QTRY_COMPARE(ready.count(), 4);
+    const QStringList expected {u"a.png"_s, u"b.png"_s, u"d.png"_s, u"c.png"_s};
+    QCOMPARE(announced(ready), expected);
+    QCOMPARE(generations->order(), expected);
+
+    cache.request(paths[u"e.png"_s]);
+    QTRY_COMPARE(ready.count(), 5);
+    QCOMPARE(announced(ready).last(), u"e.png"_s);
+}
+
+void TestThumbCache::memoryStaysWithinBudget()
+{
+    const auto generations = std::make_shared<Generations>(kOpen);
+    const qint64 budget = 3 * kTileBytes + 1000;
+    ThumbCache cache(budget, counted(generations), 1);
+    QSignalSpy ready(&cache, &ThumbCache::ready);
+    QStringList paths;
+    for (const QString& name : {u"a.png"_s, u"b.png"_s, u"c.png"_s, u"d.png"_s})
+        paths.append(photo(name));
+    for (int i = 0; i < 3; ++i) {
+        cache.request(paths[i]);
+        QTRY_COMPARE(ready.count(), i + 1);
+    }
+    QCOMPARE(cache.memoryUsed(), 3 * kTileBytes);
+
+    QVERIFY(cache.cached(paths[0])); // the oldest, looked at again
+    cache.request(paths[3]);
+    QTRY_COMPARE(ready.count(), 4);
+    QVERIFY(cache.memoryUsed() <= budget);
+    QVERIFY(cache.cached(paths[0]));
+    QVERIFY(!cache.cached(paths[1]));
+    QVERIFY(cache.cached(paths[2]));
+    QVERIFY(cache.cached(paths[3]));
+}
+
+void TestThumbCache::desktopThumbnailCache()
+{
+    const auto generations = std::make_shared<Generations>(kOpen);
+    const QString harbour = photo(u"harbour.png"_s);
+    const auto thumbnailOf = [&](const QString& path) {
+        ThumbCache cache(ThumbCache::kDefaultBudget, counted(generations), 2);
+        QSignalSpy ready(&cache, &ThumbCache::ready);
+        cache.request(path);
+        return ready.wait(5000) ? ready.at(0).at(1).value<QImage>() : QImage();
+    };
+    QCOMPARE(thumbnailOf(harbour).size(), QSize(220, 165));
+
+    const QString entry = entryFor(harbour, u"large"_s);
+    QFile file(entry);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray png = file.readAll();
+    const QByteArray seconds = QByteArray::number(QFileInfo(harbour).lastModified().toSecsSinceEpoch());
+    const QByteArray uriChunk = QByteArray("tEXtThumb::URI") + '\0' + QUrl::fromLocalFile(harbour).toEncoded();
+    const QByteArray timeChunk = QByteArray("tEXtThumb::MTime") + '\0' + seconds;
+    QVERIFY(png.contains(uriChunk));
+    QVERIFY(png.contains(timeChunk));
+    QCOMPARE(QImage::fromData(png).size(), QSize(256, 192));
+    QCOMPARE(modeOf(entry), 0600);
+    QCOMPARE(modeOf(thumbnailFolder(u"large"_s)), 0700);
+    QCOMPARE(modeOf(thumbnailFolder({})), 0700);
+    QCOMPARE(QDir(thumbnailFolder(u"large"_s)).entryList(QDir::Files | QDir::Hidden).size(), 1);
+
+    // Reopening the review finds it there instead of making it again.
+    QCOMPARE(thumbnailOf(harbour).size(), QSize(220, 165));
+    QCOMPARE(generations->order().size(), 1);
+
+    // Another program's fresh entry is used; one of an older version, or one too small for a
+    // tile, is not.
+    const QString foreign = photo(u"foreign.png"_s);
+    const qint64 foreignTime = QFileInfo(foreign).lastModified().toSecsSinceEpoch();
+    FileFactory::pngWithText(
+        entryFor(foreign, u"large"_s), solid(Qt::red), "Thumb::MTime", QByteArray::number(foreignTime));
+    QCOMPARE(QColor(thumbnailOf(foreign).pixel(10, 10)), QColor(Qt::red));
+    const QString changed = photo(u"changed.png"_s);
+    const qint64 changedTime = QFileInfo(changed).lastModified().toSecsSinceEpoch();
+    FileFactory::pngWithText(
+        entryFor(changed, u"large"_s), solid(Qt::red), "Thumb::MTime", QByteArray::number(changedTime - 60));
+    FileFactory::pngWithText(
+        entryFor(changed, u"normal"_s), solid(Qt::green), "Thumb::MTime", QByteArray::number(changedTime));
+    QCOMPARE(QColor(thumbnailOf(changed).pixel(10, 10)), QColor(40, 120, 200));
+    QCOMPARE(generations->order(), (QStringList {u"harbour.png"_s, u"changed.png"_s}));
+    QCOMPARE(Thumbnailer::cached(changed, 256).pixel(10, 10), QColor(40, 120, 200).rgb());
+
+    // A picture inside the thumbnail cache is shown but never becomes an entry of its own.
+    QVERIFY(!thumbnailOf(entry).isNull());
+    QCOMPARE(QDir(thumbnailFolder(u"large"_s)).entryList(QDir::Files | QDir::Hidden).size(), 3);
+}
+
+void TestThumbCache::failuresAreRememberedUntilTheFileChanges()
+{
+    const auto generations = std::make_shared<Generations>(kOpen);
+    ThumbCache cache(ThumbCache::kDefaultBudget, counted(generations), 1);
+    QSignalSpy ready(&cache, &ThumbCache::ready);
+    const QString broken = m_home->writeFile(u"Downloads/broken.jpg"_s, "not a picture at all");
+    cache.request(broken);
+    QTRY_COMPARE(ready.count(), 1);
+    QVERIFY(ready.at(0).at(1).value<QImage>().isNull());
+    QVERIFY(cache.cached(broken) && cache.cached(broken)->isNull());
+
+    // With one worker, a retry of the broken file would start before the photo.
+    cache.request(broken);
+    cache.request(photo(u"good.png"_s));
+    QTRY_COMPARE(ready.count(), 2);
+    QCOMPARE(announced(ready), (QStringList {u"broken.jpg"_s, u"good.png"_s}));
+
+    FileFactory::setModified(broken, QDateTime::currentDateTime().addSecs(3600));
+    cache.request(broken);
+    QTRY_COMPARE(ready.count(), 3);
+    QCOMPARE(announced(ready).last(), u"broken.jpg"_s);
+    QCOMPARE(generations->order(), (QStringList {u"broken.jpg"_s, u"good.png"_s, u"broken.jpg"_s}));
+    QCOMPARE(QDir(thumbnailFolder(u"large"_s)).entryList(QDir::Files | QDir::Hidden).size(), 1);
+}
+
+void TestThumbCache::destroyedWhileGenerating()
+{
+    auto generations = std::make_shared<Generations>(0);
+    const std::weak_ptr<Generations> inUse = generations;
+    auto cache = std::make_unique<ThumbCache>(ThumbCache::kDefaultBudget, counted(generations), 2);
+    QSignalSpy ready(cache.get(), &ThumbCache::ready);
+    cache->request(photo(u"a.png"_s));
+    cache->request(photo(u"b.png"_s));
+    cache->request(photo(u"c.png"_s));
+    QVERIFY(generations->entered.tryAcquire(2, 5000));
+
+    cache.reset(); // the window closes while two pictures are being made
+    generations->gate.release(kOpen);
+    generations.reset();
+    // The workers let go of the generator only after handing over (or dropping) their result.
+    QTRY_VERIFY(inUse.expired());
+    QCoreApplication::processEvents();
+    QCOMPARE(ready.count(), 0);
+}
+
+QTEST_GUILESS_MAIN(TestThumbCache)
+#include "tst_thumb_cache.moc"
