@@ -12,9 +12,11 @@
 #include <QStandardPaths>
 #include <QTest>
 #include <QUrl>
+#include <QtEndian>
 
 #include <memory>
 #include <sys/stat.h>
+#include <zlib.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -79,6 +81,23 @@ int modeOf(const QString& path)
     struct stat info
     { };
     return ::stat(QFile::encodeName(path).constData(), &info) == 0 ? int(info.st_mode & 07777) : -1;
+}
+
+// Other programs' PNG readers drop a text chunk whose checksum is wrong, so each is checked here.
+bool checksumsHold(const QByteArray& png)
+{
+    const auto number = [&png](qsizetype at) { return qFromBigEndian<quint32>(png.constData() + at); };
+    qsizetype at = 8;
+    while (at + 12 <= png.size()) {
+        const qsizetype length = number(at);
+        const QByteArray typed = png.mid(at + 4, 4 + length);
+        if (typed.size() != 4 + length
+            || number(at + 8 + length)
+                != quint32(crc32(0, reinterpret_cast<const Bytef*>(typed.constData()), uInt(typed.size()))))
+            return false;
+        at += 12 + length;
+    }
+    return at == png.size();
 }
 
 QImage solid(QColor colour)
@@ -219,6 +238,7 @@ void TestThumbCache::desktopThumbnailCache()
     const QByteArray timeChunk = QByteArray("tEXtThumb::MTime") + '\0' + seconds;
     QVERIFY(png.contains(uriChunk));
     QVERIFY(png.contains(timeChunk));
+    QVERIFY(checksumsHold(png));
     QCOMPARE(QImage::fromData(png).size(), QSize(256, 192));
     QCOMPARE(modeOf(entry), 0600);
     QCOMPARE(modeOf(thumbnailFolder(u"large"_s)), 0700);
