@@ -14,6 +14,7 @@
 #include <libffmpegthumbnailer/videothumbnailerc.h>
 #include <poppler-qt6.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <memory>
@@ -150,6 +151,28 @@ bool makePrivateFolder(const QString& path)
     return ::mkdir(QFile::encodeName(path).constData(), S_IRWXU) == 0 || errno == EEXIST;
 }
 
+// The signature and the header chunk, which every PNG starts with.
+constexpr qsizetype kPngAfterHeader = 8 + 4 + 4 + 13 + 4;
+
+// `image` within `limit` pixels as a PNG with no text chunks at all.
+std::optional<QByteArray> plainPng(const QImage& image, int limit)
+{
+    QImage scaled = image.width() > limit || image.height() > limit
+        ? image.scaled(limit, limit, Qt::KeepAspectRatio, Qt::SmoothTransformation)
+        : image;
+    if (scaled.format() != QImage::Format_ARGB32 && scaled.format() != QImage::Format_RGB32)
+        scaled = scaled.convertToFormat(scaled.hasAlphaChannel() ? QImage::Format_ARGB32 : QImage::Format_RGB32);
+    // A view of the pixels without the text the source carried (a camera comment, another
+    // thumbnail's keys), which the PNG writer would otherwise copy.
+    const QImage pixels(scaled.constBits(), scaled.width(), scaled.height(), scaled.bytesPerLine(), scaled.format());
+    QByteArray png;
+    QBuffer buffer(&png);
+    if (!buffer.open(QIODevice::WriteOnly) || !pixels.save(&buffer, "PNG") || png.size() < kPngAfterHeader
+        || png.mid(12, 4) != "IHDR")
+        return std::nullopt;
+    return png;
+}
+
 bool isVideo(const QString& suffix)
 {
     static const QSet<QString> video {
@@ -214,28 +237,15 @@ bool store(const QString& path, const QImage& image, qint64 modifiedSeconds, int
     if (!QDir().mkpath(QFileInfo(root).absolutePath()) || !makePrivateFolder(root) || !makePrivateFolder(folder))
         return false;
 
-    const int limit = size->second;
-    QImage scaled = image.width() > limit || image.height() > limit
-        ? image.scaled(limit, limit, Qt::KeepAspectRatio, Qt::SmoothTransformation)
-        : image;
-    if (scaled.format() != QImage::Format_ARGB32 && scaled.format() != QImage::Format_RGB32)
-        scaled = scaled.convertToFormat(scaled.hasAlphaChannel() ? QImage::Format_ARGB32 : QImage::Format_RGB32);
-    // A view of the pixels without the text the source carried (a camera comment, another
-    // thumbnail's keys), which the PNG writer would otherwise copy into the entry.
-    const QImage pixels(scaled.constBits(), scaled.width(), scaled.height(), scaled.bytesPerLine(), scaled.format());
-    QByteArray png;
-    QBuffer buffer(&png);
-    if (!buffer.open(QIODevice::WriteOnly) || !pixels.save(&buffer, "PNG"))
+    std::optional<QByteArray> png = plainPng(image, size->second);
+    if (!png)
         return false;
     // Qt's writer stores long values compressed, which our own reader above skips and other
     // readers need not understand, so the keys go in by hand as plain text after the header.
-    constexpr qsizetype kAfterHeader = 8 + 4 + 4 + 13 + 4;
-    if (png.size() < kAfterHeader || png.mid(12, 4) != "IHDR")
-        return false;
     const QByteArray uri = fileUri(path);
-    png.insert(kAfterHeader,
-               pngTextChunk("Thumb::URI", uri) + pngTextChunk("Thumb::MTime", QByteArray::number(modifiedSeconds)));
-    return FileIo::writeAtomic(folder + u'/' + entryName(uri), png);
+    png->insert(kPngAfterHeader,
+                pngTextChunk("Thumb::URI", uri) + pngTextChunk("Thumb::MTime", QByteArray::number(modifiedSeconds)));
+    return FileIo::writeAtomic(folder + u'/' + entryName(uri), *png);
 }
 
 } // namespace Thumbnailer
