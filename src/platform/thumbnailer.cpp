@@ -2,7 +2,9 @@
 
 #include "file_io.h"
 
+#include <QBuffer>
 #include <QCryptographicHash>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
@@ -12,6 +14,9 @@
 #include <libffmpegthumbnailer/videothumbnailerc.h>
 #include <poppler-qt6.h>
 
+#include <algorithm>
+#include <array>
+#include <cerrno>
 #include <memory>
 #include <sys/stat.h>
 
@@ -22,6 +27,24 @@ namespace Thumbnailer {
 namespace {
 
 constexpr qint64 kMaxThumbnailBytes = 16 * 1024 * 1024;
+
+constexpr std::pair<const char16_t*, int> kSizes[]
+    = {{u"normal", 128}, {u"large", 256}, {u"x-large", 512}, {u"xx-large", 1024}};
+
+QString thumbnailRoot()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) + u"/thumbnails"_s;
+}
+
+QByteArray fileUri(const QString& path)
+{
+    return QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath()).toEncoded();
+}
+
+QString entryName(const QByteArray& uri)
+{
+    return QString::fromLatin1(QCryptographicHash::hash(uri, QCryptographicHash::Md5).toHex()) + u".png"_s;
+}
 
 QImage fromImageFile(const QString& path, QSize box)
 {
@@ -88,6 +111,68 @@ std::optional<QByteArray> pngText(const QByteArray& png, const QByteArray& key)
     return std::nullopt;
 }
 
+// CRC-32 as PNG chunks carry it (reflected, polynomial 0xEDB88320, inverted before and after).
+quint32 pngCrc(const QByteArray& bytes)
+{
+    static const std::array<quint32, 256> table = [] {
+        std::array<quint32, 256> entries {};
+        for (quint32 n = 0; n < 256; ++n) {
+            quint32 c = n;
+            for (int bit = 0; bit < 8; ++bit)
+                c = (c & 1) ? 0xEDB88320u ^ (c >> 1) : c >> 1;
+            entries[n] = c;
+        }
+        return entries;
+    }();
+    quint32 crc = 0xFFFFFFFFu;
+    for (const char byte : bytes)
+        crc = table[(crc ^ quint8(byte)) & 0xFFu] ^ (crc >> 8);
+    return crc ^ 0xFFFFFFFFu;
+}
+
+QByteArray pngTextChunk(const QByteArray& key, const QByteArray& value)
+{
+    const QByteArray body = QByteArray("tEXt") + key + '\0' + value;
+    QByteArray chunk;
+    const quint32 length = quint32(body.size() - 4);
+    for (const int shift : {24, 16, 8, 0})
+        chunk.append(char(length >> shift));
+    chunk.append(body);
+    const quint32 crc = pngCrc(body);
+    for (const int shift : {24, 16, 8, 0})
+        chunk.append(char(crc >> shift));
+    return chunk;
+}
+
+// The thumbnail folders tell what the person has looked at, so only they may list them. A
+// folder that already exists keeps the permissions its owner gave it.
+bool makePrivateFolder(const QString& path)
+{
+    return ::mkdir(QFile::encodeName(path).constData(), S_IRWXU) == 0 || errno == EEXIST;
+}
+
+// The signature and the header chunk, which every PNG starts with.
+constexpr qsizetype kPngAfterHeader = 8 + 4 + 4 + 13 + 4;
+
+// `image` within `limit` pixels as a PNG with no text chunks at all.
+std::optional<QByteArray> plainPng(const QImage& image, int limit)
+{
+    QImage scaled = image.width() > limit || image.height() > limit
+        ? image.scaled(limit, limit, Qt::KeepAspectRatio, Qt::SmoothTransformation)
+        : image;
+    if (scaled.format() != QImage::Format_ARGB32 && scaled.format() != QImage::Format_RGB32)
+        scaled = scaled.convertToFormat(scaled.hasAlphaChannel() ? QImage::Format_ARGB32 : QImage::Format_RGB32);
+    // A view of the pixels without the text the source carried (a camera comment, another
+    // thumbnail's keys), which the PNG writer would otherwise copy.
+    const QImage pixels(scaled.constBits(), scaled.width(), scaled.height(), scaled.bytesPerLine(), scaled.format());
+    QByteArray png;
+    QBuffer buffer(&png);
+    if (!buffer.open(QIODevice::WriteOnly) || !pixels.save(&buffer, "PNG") || png.size() < kPngAfterHeader
+        || png.mid(12, 4) != "IHDR")
+        return std::nullopt;
+    return png;
+}
+
 bool isVideo(const QString& suffix)
 {
     static const QSet<QString> video {
@@ -103,13 +188,9 @@ QImage cached(const QString& path, int minimumSide)
     { };
     if (::stat(QFile::encodeName(path).constData(), &info) != 0)
         return {};
-    const QByteArray uri = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath()).toEncoded();
-    const QString name
-        = QString::fromLatin1(QCryptographicHash::hash(uri, QCryptographicHash::Md5).toHex()) + u".png"_s;
-    const QString root = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) + u"/thumbnails/"_s;
-    const std::pair<const char16_t*, int> sizes[]
-        = {{u"normal", 128}, {u"large", 256}, {u"x-large", 512}, {u"xx-large", 1024}};
-    for (const auto& [folder, side] : sizes) {
+    const QString name = entryName(fileUri(path));
+    const QString root = thumbnailRoot() + u'/';
+    for (const auto& [folder, side] : kSizes) {
         if (side < minimumSide)
             continue;
         const std::optional<QByteArray> png
@@ -137,6 +218,34 @@ QImage thumbnail(const QString& path, QSize box)
     if (image.isNull())
         image = fromImageFile(path, box);
     return image;
+}
+
+bool store(const QString& path, const QImage& image, qint64 modifiedSeconds, int side)
+{
+    const QString root = thumbnailRoot();
+    const QFileInfo file(path);
+    const QString canonicalRoot = QFileInfo(root).canonicalFilePath();
+    // A thumbnail of a thumbnail would grow the cache each time someone browses it.
+    if (image.isNull() || file.absoluteFilePath().startsWith(root + u'/')
+        || (!canonicalRoot.isEmpty() && file.canonicalFilePath().startsWith(canonicalRoot + u'/')))
+        return false;
+    const auto* size = std::find_if(
+        std::begin(kSizes), std::end(kSizes), [side](const auto& entry) { return side <= entry.second; });
+    if (size == std::end(kSizes))
+        --size;
+    const QString folder = root + u'/' + QString::fromUtf16(size->first);
+    if (!QDir().mkpath(QFileInfo(root).absolutePath()) || !makePrivateFolder(root) || !makePrivateFolder(folder))
+        return false;
+
+    std::optional<QByteArray> png = plainPng(image, size->second);
+    if (!png)
+        return false;
+    // Qt's writer stores long values compressed, which our own reader above skips and other
+    // readers need not understand, so the keys go in by hand as plain text after the header.
+    const QByteArray uri = fileUri(path);
+    png->insert(kPngAfterHeader,
+                pngTextChunk("Thumb::URI", uri) + pngTextChunk("Thumb::MTime", QByteArray::number(modifiedSeconds)));
+    return FileIo::writeAtomic(folder + u'/' + entryName(uri), *png);
 }
 
 } // namespace Thumbnailer

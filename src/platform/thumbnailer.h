@@ -16,4 +16,10 @@ QImage thumbnail(const QString& path, QSize box = QSize(250, 220));
 // records the file's current modification time.
 QImage cached(const QString& path, int minimumSide);
 
+// Leaves `image` in the desktop's thumbnail cache for `path`, in the size folder for `side`
+// (128, 256, 512 or 1024), recording `modifiedSeconds` as the file's modification time: the
+// time seen before the picture was made, so a file changed meanwhile reads as stale. Nothing is
+// written for files inside the thumbnail cache itself. Returns whether the entry landed.
+bool store(const QString& path, const QImage& image, qint64 modifiedSeconds, int side);
+
 } // namespace Thumbnailer
