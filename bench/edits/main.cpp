@@ -43,8 +43,14 @@ void report(const QString& what, double ms, const QString& target)
 QList<PlanItem> makePlan(const QString& folder, int count)
 {
     QDir().mkpath(folder);
-    static const QStringList categories {u"project:Quorrel"_s, u"personal"_s, u"library"_s, u"needs-you"_s,
-                                         u"admin"_s, u"junk"_s, u"creator"_s, u"needs-you"_s};
+    static const QStringList categories {u"project:Quorrel"_s,
+                                         u"personal"_s,
+                                         u"library"_s,
+                                         u"needs-you"_s,
+                                         u"admin"_s,
+                                         u"junk"_s,
+                                         u"creator"_s,
+                                         u"needs-you"_s};
     QList<PlanItem> plan;
     plan.reserve(count);
     for (int i = 0; i < count; ++i) {
@@ -54,8 +60,8 @@ QList<PlanItem> makePlan(const QString& folder, int count)
         item.id = i;
         item.src = QUrl::fromLocalFile(path);
         item.category = categories[i % categories.size()];
-        item.destFolder = item.category == u"needs-you" ? u"Brindlow Review/Needs You"_s
-                                                         : u"Library/Screenshots/%1"_s.arg(i % 40);
+        item.destFolder
+            = item.category == u"needs-you" ? u"Brindlow Review/Needs You"_s : u"Library/Screenshots/%1"_s.arg(i % 40);
         item.confidence = u"medium"_s;
         item.reason = u"A screenshot of a chat about the spring campaign, probably for a client deck"_s;
         item.kind = FileKind::image;
@@ -123,13 +129,15 @@ int main(int argc, char** argv)
     const double addMs = millis([&] { filed = state.addProject(u"Penwick"_s); });
     report(u"addProject filing %1"_s.arg(filed), addMs, u"20 ms"_s);
     for (const PlanTab tab : {PlanTab::junk, PlanTab::needs, PlanTab::rename, PlanTab::organize}) {
-        report(u"filter switch to tab %1 (%2 rows)"_s.arg(int(tab)).arg(model.tabCount(tab)), millis([&] {
+        report(u"filter switch to tab %1 (%2 rows)"_s.arg(int(tab)).arg(model.tabCount(tab)),
+               millis([&] {
                    filter.setTab(tab);
                    filter.rowCount();
                }),
                u"30 ms"_s);
     }
-    report(u"filter switch to one group"_s, millis([&] {
+    report(u"filter switch to one group"_s,
+           millis([&] {
                filter.setGroup(model.groups().value(0).name);
                filter.rowCount();
            }),

@@ -26,7 +26,8 @@ class Notifier;
 class PlanSaver;
 namespace RefreshPipeline {
 struct Outcome;
-}
+struct Reports;
+} // namespace RefreshPipeline
 
 // The program's one controller: it owns the profile, the key, the refresh phase and progress,
 // the open plan and the last result, and drives a refresh from scan to review. Lives on the main
@@ -168,6 +169,8 @@ private:
     QList<PlanItem> movableOnly(const QList<PlanItem>& items) const;
     void importPlan();
     void setUpNotifications();
+    // The pipeline's reports, carried over to this thread; dropped once the controller is gone.
+    RefreshPipeline::Reports reportsToThisThread();
     void finishRefresh(const RefreshPipeline::Outcome& result);
     // Marks rows as edited: views hear of them now, the plan file shortly.
     void edited(const QList<int>& rows);

@@ -17,37 +17,8 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-void AppState::start(TidyMode mode)
+RefreshPipeline::Reports AppState::reportsToThisThread()
 {
-    if (isBusy())
-        return;
-    if (!m_profile.onboarded) {
-        Q_EMIT windowRequested(u"onboarding"_s);
-        return;
-    }
-    if (!acquireLock())
-        return;
-    setPhase(Phase::scanning);
-    setStatus(u"Looking through your folders"_s);
-    resetProgress();
-    setMessage(std::nullopt);
-    // The waiting plan stays on disk until the new one is there, so a stopped refresh or a quit
-    // in the middle loses nothing.
-    submitEdits();
-    m_planBeforeRefresh = m_plan.isEmpty() ? std::nullopt : std::optional(m_plan);
-    m_saveTimer.stop();
-    setPlanInMemory({});
-
-    RefreshPipeline::Request request;
-    request.profile = m_profile;
-    request.apiKey = m_apiKey;
-    request.mode = mode;
-    request.scan = RefreshPipeline::scanOptions(m_profile, mode, QDir::homePath());
-    request.clock = m_clock;
-    m_cancellation = std::make_shared<Cancellation>();
-    request.cancellation = m_cancellation;
-    Usage::shared().reset();
-
     // Reports from the background go through the event loop; a report for a controller that is
     // gone is dropped with its event.
     QPointer<AppState> self(this);
@@ -80,6 +51,41 @@ void AppState::start(TidyMode mode)
         post([=](AppState& s) { s.applyProgress(decided, total, counts); });
     };
 
+    return reports;
+}
+
+void AppState::start(TidyMode mode)
+{
+    if (isBusy())
+        return;
+    if (!m_profile.onboarded) {
+        Q_EMIT windowRequested(u"onboarding"_s);
+        return;
+    }
+    if (!acquireLock())
+        return;
+    setPhase(Phase::scanning);
+    setStatus(u"Looking through your folders"_s);
+    resetProgress();
+    setMessage(std::nullopt);
+    // The waiting plan stays on disk until the new one is there, so a stopped refresh or a quit
+    // in the middle loses nothing.
+    submitEdits();
+    m_planBeforeRefresh = m_plan.isEmpty() ? std::nullopt : std::optional(m_plan);
+    m_saveTimer.stop();
+    setPlanInMemory({});
+
+    RefreshPipeline::Request request;
+    request.profile = m_profile;
+    request.apiKey = m_apiKey;
+    request.mode = mode;
+    request.scan = RefreshPipeline::scanOptions(m_profile, mode, QDir::homePath());
+    request.clock = m_clock;
+    m_cancellation = std::make_shared<Cancellation>();
+    request.cancellation = m_cancellation;
+    Usage::shared().reset();
+
+    const RefreshPipeline::Reports reports = reportsToThisThread();
     auto* watcher = new QFutureWatcher<RefreshPipeline::Outcome>(this);
     connect(watcher, &QFutureWatcher<RefreshPipeline::Outcome>::finished, this, [this, watcher] {
         finishRefresh(watcher->result());

@@ -41,46 +41,46 @@ QVariant PlanModel::data(const QModelIndex& index, int role) const
         return {};
     const PlanItem& it = item(index.row());
     switch (role) {
-    case Qt::DisplayRole:
-    case Qt::AccessibleTextRole:
-    case NameRole:
-        return it.src.fileName();
-    case Qt::ToolTipRole:
-    case ReasonRole:
-        return it.reason;
-    case Qt::CheckStateRole:
-        return it.approved ? Qt::Checked : Qt::Unchecked;
-    case IdRole:
-        return it.id;
-    case PathRole:
-        return it.src.toLocalFile();
-    case FolderRole: {
-        const QString folder = QFileInfo(it.src.toLocalFile()).path();
-        const QString relative = QDir::home().relativeFilePath(folder);
-        return relative.startsWith(u"..") ? folder : relative;
-    }
-    case SizeRole:
-        return it.size;
-    case KindRole:
-        return int(it.kind);
-    case CategoryRole:
-        return it.category;
-    case DestinationRole:
-        return it.destFolder;
-    case GroupRole:
-        return it.group();
-    case JunkGroupRole:
-        return PlanTabs::junkGroup(it);
-    case NewNameRole:
-        return it.newName.value_or(QString());
-    case ApprovedRole:
-        return it.approved;
-    case RenameApprovedRole:
-        return it.renameApproved;
-    case SuggestedProjectRole:
-        return it.suggestedProject.value_or(QString());
-    default:
-        return {};
+        case Qt::DisplayRole:
+        case Qt::AccessibleTextRole:
+        case NameRole:
+            return it.src.fileName();
+        case Qt::ToolTipRole:
+        case ReasonRole:
+            return it.reason;
+        case Qt::CheckStateRole:
+            return it.approved ? Qt::Checked : Qt::Unchecked;
+        case IdRole:
+            return it.id;
+        case PathRole:
+            return it.src.toLocalFile();
+        case FolderRole: {
+            const QString folder = QFileInfo(it.src.toLocalFile()).path();
+            const QString relative = QDir::home().relativeFilePath(folder);
+            return relative.startsWith(u"..") ? folder : relative;
+        }
+        case SizeRole:
+            return it.size;
+        case KindRole:
+            return int(it.kind);
+        case CategoryRole:
+            return it.category;
+        case DestinationRole:
+            return it.destFolder;
+        case GroupRole:
+            return it.group();
+        case JunkGroupRole:
+            return PlanTabs::junkGroup(it);
+        case NewNameRole:
+            return it.newName.value_or(QString());
+        case ApprovedRole:
+            return it.approved;
+        case RenameApprovedRole:
+            return it.renameApproved;
+        case SuggestedProjectRole:
+            return it.suggestedProject.value_or(QString());
+        default:
+            return {};
     }
 }
 

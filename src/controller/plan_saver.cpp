@@ -195,7 +195,8 @@ void PlanSaver::writePlan(const PlanJob& job)
     m_known = stampOf(path);
     m_base = std::move(toWrite);
     m_writtenGeneration = std::max(m_writtenGeneration, job.generation);
-    QMetaObject::invokeMethod(this, [this, ok] { Q_EMIT planWritten(ok); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this, ok] { Q_EMIT planWritten(ok); }, Qt::QueuedConnection);
     if (outside) {
         const QList<PlanItem> merged = *m_base;
         const quint64 generation = m_writtenGeneration;

@@ -3,8 +3,8 @@
 #include "model/lesson.h"
 #include "model/plan_item.h"
 
-#include <QObject>
 #include <QHash>
+#include <QObject>
 
 #include <atomic>
 #include <condition_variable>

@@ -44,9 +44,8 @@ std::optional<QString> capToNewest(QList<ScannedItem>& items)
 {
     if (items.size() <= kMaxItems)
         return std::nullopt;
-    std::stable_sort(items.begin(), items.end(), [](const ScannedItem& a, const ScannedItem& b) {
-        return a.modified > b.modified;
-    });
+    std::stable_sort(
+        items.begin(), items.end(), [](const ScannedItem& a, const ScannedItem& b) { return a.modified > b.modified; });
     items.resize(kMaxItems);
     return u"Sorted your newest "_s + number(kMaxItems) + u" files. Run it again for the rest."_s;
 }

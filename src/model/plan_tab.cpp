@@ -22,14 +22,14 @@ bool isOrganized(const PlanItem& item)
 bool contains(PlanTab tab, const PlanItem& item)
 {
     switch (tab) {
-    case PlanTab::organize:
-        return isOrganized(item);
-    case PlanTab::rename:
-        return item.newName.has_value();
-    case PlanTab::junk:
-        return isSetAside(item);
-    case PlanTab::needs:
-        return isUndecided(item);
+        case PlanTab::organize:
+            return isOrganized(item);
+        case PlanTab::rename:
+            return item.newName.has_value();
+        case PlanTab::junk:
+            return isSetAside(item);
+        case PlanTab::needs:
+            return isUndecided(item);
     }
     return false;
 }

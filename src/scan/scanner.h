@@ -22,9 +22,8 @@ using Progress = std::function<void(int found)>;
 // carried through a plan, a move log or a prompt without being altered, and an altered name
 // could lead a later read, hash or move to another file.
 // A cancelled walk stops within one step of 100 items and returns nothing.
-QList<ScannedItem> run(const ScanOptions& options,
-                       const Progress& progress = {},
-                       const Cancellation* cancellation = nullptr);
+QList<ScannedItem>
+run(const ScanOptions& options, const Progress& progress = {}, const Cancellation* cancellation = nullptr);
 
 const QSet<QString>& skipDirNames();
 const QSet<QString>& appFolderNames();

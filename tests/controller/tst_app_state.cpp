@@ -9,13 +9,13 @@
 #include "understanding/discovery.h"
 #include "understanding/usage.h"
 
+#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QElapsedTimer>
 #include <QProcess>
-#include <QThread>
 #include <QSignalSpy>
 #include <QTest>
+#include <QThread>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -55,7 +55,9 @@ public:
     std::unique_ptr<AppState> state()
     {
         auto created = std::make_unique<AppState>(&clock);
-        QObject::connect(created.get(), &AppState::windowRequested, created.get(), [this](const QString& id) { windows.append(id); });
+        QObject::connect(created.get(), &AppState::windowRequested, created.get(), [this](const QString& id) {
+            windows.append(id);
+        });
         created->init();
         return created;
     }
@@ -318,7 +320,8 @@ private Q_SLOTS:
         Fixture f;
         for (int i = 0; i < 40; ++i)
             FileFactory::write(f.home.path() + u"/Desktop/note %1.txt"_s.arg(i), "a note");
-        const PlanItem waiting = PlanFactory::item(f.home.path() + u"/Downloads"_s, 7, u"w.txt"_s, u"admin"_s, u"Work Admin"_s);
+        const PlanItem waiting
+            = PlanFactory::item(f.home.path() + u"/Downloads"_s, 7, u"w.txt"_s, u"admin"_s, u"Work Admin"_s);
         Store::savePlan({waiting});
         auto state = f.state();
         QSignalSpy finished(state.get(), &AppState::refreshFinished);

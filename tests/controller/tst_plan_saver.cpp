@@ -18,7 +18,8 @@ QList<PlanItem> bigPlan(const QString& folder, int count)
 {
     QList<PlanItem> plan;
     for (int i = 0; i < count; ++i)
-        plan.append(PlanFactory::item(folder, i, u"file %1.txt"_s.arg(i), u"needs-you"_s, u"Brindlow Review/Needs You"_s));
+        plan.append(
+            PlanFactory::item(folder, i, u"file %1.txt"_s.arg(i), u"needs-you"_s, u"Brindlow Review/Needs You"_s));
     return plan;
 }
 

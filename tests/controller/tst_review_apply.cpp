@@ -53,7 +53,9 @@ public:
     {
         Store::savePlan(items);
         auto created = std::make_unique<AppState>(&clock);
-        QObject::connect(created.get(), &AppState::windowRequested, created.get(), [this](const QString& id) { windows.append(id); });
+        QObject::connect(created.get(), &AppState::windowRequested, created.get(), [this](const QString& id) {
+            windows.append(id);
+        });
         created->init();
         return created;
     }

@@ -109,7 +109,8 @@ private Q_SLOTS:
         TestClock clock;
         AppState state(&clock);
         QStringList windows;
-        QObject::connect(&state, &AppState::windowRequested, &state, [&windows](const QString& id) { windows.append(id); });
+        QObject::connect(
+            &state, &AppState::windowRequested, &state, [&windows](const QString& id) { windows.append(id); });
         state.init();
         QSignalSpy finished(&state, &AppState::refreshFinished);
         state.start(TidyMode::quick);

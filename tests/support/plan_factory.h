@@ -7,6 +7,7 @@
 // Plan items for real files: the file is written below `folder` so that start-up keeps the item.
 namespace PlanFactory {
 
-PlanItem item(const QString& folder, qint64 id, const QString& name, const QString& category, const QString& destFolder);
+PlanItem
+item(const QString& folder, qint64 id, const QString& name, const QString& category, const QString& destFolder);
 
 } // namespace PlanFactory
