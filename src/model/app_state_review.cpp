@@ -6,6 +6,7 @@
 #include "platform/clock.h"
 #include "store.h"
 
+#include <QDir>
 #include <QFutureWatcher>
 #include <QLocale>
 #include <QtConcurrent>
@@ -197,8 +198,11 @@ void AppState::apply(bool includeRenames)
         refreshNewFiles();
         Q_EMIT moveFinished();
     });
-    const QFuture<ApplyResult> work = QtConcurrent::run([items, homeBase, includeRenames, clock] {
-        return Mover::apply(items, homeBase, includeRenames, [clock] { return clock->now(); });
+    QStringList roots;
+    for (const QString& folder : m_profile.scanFolders)
+        roots.append(QDir(QDir::homePath()).absoluteFilePath(folder));
+    const QFuture<ApplyResult> work = QtConcurrent::run([items, homeBase, roots, includeRenames, clock] {
+        return Mover::apply(items, {homeBase, roots, includeRenames, {}, [clock] { return clock->now(); }});
     });
     m_pipeline = QFuture<void>(work);
     watcher->setFuture(work);
@@ -224,7 +228,7 @@ void AppState::undoLast()
         refreshNewFiles();
         Q_EMIT moveFinished();
     });
-    const QFuture<int> work = QtConcurrent::run([] { return Mover::undoLatest(); });
+    const QFuture<int> work = QtConcurrent::run([] { return Mover::undoLatest().restored; });
     m_pipeline = QFuture<void>(work);
     watcher->setFuture(work);
 }
