@@ -1,9 +1,9 @@
 // Mover benchmark: applies and undoes plans of 1,000 and 25,000 files on one file system and
 // prints the time spent moving beside the time spent keeping the move log, for the log as the
-// mover keeps it (every record written before its move, flushed to disk every 20 and at most ten
-// times a second, the whole
-// file rewritten once at the end) and for the plain way (re-encode every record and rewrite the
-// whole file atomically every 20 moves). Both give the same final log, byte for byte.
+// mover keeps it (each record written before its move, flushed to disk every 20 records and at
+// most ten times a second, the whole file rewritten once at the end) and for the plain way
+// (re-encode every record and rewrite the whole file atomically every 20 moves). Both give the
+// same final log, byte for byte.
 //
 //   build/bench/bench_mover [--dir DIR]
 #include "model/store.h"

