@@ -272,6 +272,10 @@ std::optional<ApplyResult> AppState::lastResult() const
 {
     return m_lastResult;
 }
+std::optional<UndoResult> AppState::lastUndo() const
+{
+    return m_lastUndo;
+}
 std::optional<QString> AppState::message() const
 {
     return m_message;

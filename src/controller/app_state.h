@@ -60,6 +60,7 @@ public:
     // The row of an item in `plan`, or -1.
     int rowOf(qint64 id) const;
     std::optional<ApplyResult> lastResult() const;
+    std::optional<UndoResult> lastUndo() const;
     std::optional<QString> message() const;
     int newFiles() const;
     std::optional<RecapData> recap() const;
@@ -123,6 +124,8 @@ public:
     static QString otherProcessBusyText();
     static QString refreshStoppedText();
     static QString planNotSavedText();
+    // What an undo tells the person.
+    static QString undoText(const UndoResult& result);
 
 Q_SIGNALS:
     void profileChanged();
@@ -196,6 +199,7 @@ private:
     // The plan that waited when a refresh started; it comes back when the refresh is stopped.
     std::optional<QList<PlanItem>> m_planBeforeRefresh;
     std::optional<ApplyResult> m_lastResult;
+    std::optional<UndoResult> m_lastUndo;
     std::optional<QString> m_message;
     int m_newFiles = 0;
     std::optional<RecapData> m_recap;

@@ -4,9 +4,12 @@
 #include "model/plan_tab.h"
 #include "model/store.h"
 #include "plan_saver.h"
+#include "planning/apply_options.h"
 #include "planning/mover.h"
 #include "platform/clock.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QFutureWatcher>
 #include <QLocale>
 #include <QtConcurrent>
@@ -51,6 +54,19 @@ RecapData recapOf(const QList<PlanItem>& items, bool includeRenames)
 
 } // namespace
 
+QString AppState::undoText(const UndoResult& result)
+{
+    QString text = result.restored < 1
+        ? u"Nothing to undo."_s
+        : u"Restored "_s + QLocale::system().toString(result.restored) + u" files to where they were."_s;
+    if (result.notRestored > 0)
+        text += u" "_s + QLocale::system().toString(result.notRestored)
+            + u" could not go back: something else is in their place now."_s;
+    for (const QString& name : result.setAside)
+        text += u" A damaged move log was set aside as \u201C"_s + QFileInfo(name).fileName() + u"\u201D."_s;
+    return text;
+}
+
 void AppState::startMoving(const QString& status)
 {
     setPhase(Phase::applying);
@@ -67,7 +83,6 @@ void AppState::apply(bool includeRenames)
     submitEdits();
     startMoving(u"Moving files"_s);
     const QList<PlanItem> items = m_plan;
-    const QString homeBase = m_profile.homeBase;
     RecapData recap = recapOf(items, includeRenames);
 
     const Clock* clock = m_clock;
@@ -93,10 +108,17 @@ void AppState::apply(bool includeRenames)
         refreshNewFiles();
         Q_EMIT moveFinished();
     });
-    const QFuture<ApplyResult> work = QtConcurrent::run([items, homeBase, includeRenames, clock, saver] {
+    ApplyOptions options;
+    options.homeBase = m_profile.homeBase;
+    for (const QString& folder : m_profile.scanFolders)
+        options.scanRoots.append(QDir::home().absoluteFilePath(folder));
+    options.includeRenames = includeRenames;
+    options.cancellation = m_cancellation;
+    options.now = [clock] { return clock->now(); };
+    const QFuture<ApplyResult> work = QtConcurrent::run([items, options, saver] {
         // The reviewed plan is on disk before the first file moves.
         saver->waitUntilWritten();
-        return Mover::apply(items, homeBase, includeRenames, [clock] { return clock->now(); });
+        return Mover::apply(items, options);
     });
     m_pipeline = QFuture<void>(work);
     watcher->setFuture(work);
@@ -109,19 +131,19 @@ void AppState::undoLast()
     if (!acquireLock())
         return;
     startMoving(u"Putting files back"_s);
-    auto* watcher = new QFutureWatcher<int>(this);
-    connect(watcher, &QFutureWatcher<int>::finished, this, [this, watcher] {
-        const int restored = watcher->result();
+    auto* watcher = new QFutureWatcher<UndoResult>(this);
+    connect(watcher, &QFutureWatcher<UndoResult>::finished, this, [this, watcher] {
+        const UndoResult result = watcher->result();
         watcher->deleteLater();
         m_lock.release();
+        m_lastUndo = result;
         setPhase(Phase::idle);
-        setMessage(restored < 1
-                       ? u"Nothing to undo."_s
-                       : u"Restored "_s + QLocale::system().toString(restored) + u" files to where they were."_s);
+        setMessage(undoText(result));
         refreshNewFiles();
         Q_EMIT moveFinished();
     });
-    const QFuture<int> work = QtConcurrent::run([] { return Mover::undoLatest(); });
+    const CancellationPtr cancellation = m_cancellation;
+    const QFuture<UndoResult> work = QtConcurrent::run([cancellation] { return Mover::undoLatest(cancellation); });
     m_pipeline = QFuture<void>(work);
     watcher->setFuture(work);
 }

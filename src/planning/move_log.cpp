@@ -1,29 +1,88 @@
 #include "move_log.h"
 
+#include "model/iso_date.h"
 #include "platform/file_io.h"
 
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QJsonObject>
 
+#include <cerrno>
+#include <chrono>
+#include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
-// Logs grow by about 200 bytes a move; this allows millions of moves.
-constexpr qint64 kMaxLogBytes = 1024 * 1024 * 1024;
+
+// Logs grow by about 230 bytes a move; this allows a million moves and keeps a read bounded.
+constexpr qint64 kMaxLogBytes = 256 * 1024 * 1024;
+// A kill costs no record: each is with the kernel before its move starts. A power cut can cost
+// the records since the last flush to the disk. Flushing after every 20 records would bound that
+// by count, but on a journalling file system each flush also commits every rename made since,
+// which costs more than the moves themselves; so a flush waits for 20 records and a tenth of a
+// second, whichever comes last.
+constexpr int kFlushEvery = 20;
+constexpr std::chrono::milliseconds kFlushInterval {100};
+
+const QByteArray kUnfinished = "    {\n        \"unfinished\": true\n    }";
+const QByteArray kNotMoved = "    {\n        \"notMoved\": true\n    }";
 
 bool writeAt(int fd, const QByteArray& bytes, qint64 offset)
 {
     qint64 done = 0;
     while (done < bytes.size()) {
         const ssize_t written = ::pwrite(fd, bytes.constData() + done, size_t(bytes.size() - done), offset + done);
+        if (written < 0 && errno == EINTR)
+            continue;
         if (written <= 0)
             return false;
         done += written;
     }
     return true;
 }
+
+// A string as Qt's JSON writer puts it, for the text paths nearly always are; false for
+// anything that Qt might escape differently, which then goes through Qt itself.
+bool appendPlainString(QByteArray& out, const QString& text)
+{
+    if (!text.isValidUtf16())
+        return false;
+    for (const QChar c : text) {
+        if (c.unicode() < 0x20 || c.unicode() == 0x7f)
+            return false;
+    }
+    out += '"';
+    for (const char c : text.toUtf8()) {
+        if (c == '"' || c == '\\')
+            out += '\\';
+        out += c;
+    }
+    out += '"';
+    return true;
+}
+
+QByteArray encodeRecord(const MoveRecord& record)
+{
+    QByteArray out = "    {\n        \"at\": \"" + IsoDate::format(record.at).toUtf8() + "\",\n        \"from\": ";
+    bool plain = appendPlainString(out, record.from);
+    out += ",\n        \"to\": ";
+    plain = plain && appendPlainString(out, record.to);
+    if (plain)
+        return out + "\n    }";
+    // The element as the pretty printer lays it out inside an array, without the array's lines.
+    const QByteArray alone = QJsonDocument(QJsonArray {record.toJson()}).toJson(QJsonDocument::Indented);
+    return alone.mid(2, alone.size() - 5); // drop "[\n" and "\n]\n"
+}
+
+QString describe(int error)
+{
+    return QString::fromLocal8Bit(::strerror(error));
+}
+
 } // namespace
 
 MoveLog::MoveLog(const QString& path)
@@ -35,22 +94,93 @@ QString MoveLog::path() const
     return m_path;
 }
 
-void MoveLog::append(const MoveRecord& record)
-{
-    m_records.append(record);
-    m_encoded.append(encodeRecord(record));
-}
-
 qsizetype MoveLog::size() const
 {
-    return m_records.size();
+    return m_moved.size();
 }
 
-QByteArray MoveLog::encodeRecord(const MoveRecord& record)
+QString MoveLog::error() const
 {
-    // The element as the pretty printer lays it out inside an array, without the array's lines.
-    const QByteArray alone = QJsonDocument(QJsonArray {record.toJson()}).toJson(QJsonDocument::Indented);
-    return alone.mid(2, alone.size() - 5); // drop "[\n" and "\n]\n"
+    return m_error;
+}
+
+bool MoveLog::create()
+{
+    const QByteArray name = QFile::encodeName(m_path);
+    m_lastFlush.start();
+    m_file.reset(::open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    if (!m_file.valid()) {
+        m_error = describe(errno);
+        return false;
+    }
+    const QByteArray start = "[\n" + kUnfinished + "\n]\n";
+    if (!writeAt(m_file.get(), start, 0)) {
+        m_error = describe(errno);
+        m_file.reset();
+        ::unlink(name.constData()); // it holds no record yet
+        return false;
+    }
+    m_fileSize = start.size();
+    return true;
+}
+
+// The file ends in "\n]\n". The element goes after it first (a reader still stops at the old
+// bracket), then that bracket becomes a blank: one byte, which cannot be torn.
+bool MoveLog::append(const QByteArray& element)
+{
+    const QByteArray tail = ",\n" + element + "\n]\n";
+    if (!writeAt(m_file.get(), tail, m_fileSize) || !writeAt(m_file.get(), QByteArray(" "), m_fileSize - 2)) {
+        m_error = describe(errno);
+        return false;
+    }
+    m_fileSize += tail.size();
+    return true;
+}
+
+bool MoveLog::intend(const MoveRecord& record)
+{
+    if (!m_file.valid() && !create())
+        return false;
+    const QByteArray encoded = encodeRecord(record);
+    if (!append(encoded))
+        return false;
+    m_pending = record;
+    m_pendingEncoded = encoded;
+    if (++m_sinceFlush >= kFlushEvery && m_lastFlush.elapsed() >= kFlushInterval.count()) {
+        m_sinceFlush = 0;
+        m_lastFlush.start();
+        if (::fdatasync(m_file.get()) != 0) {
+            m_error = describe(errno);
+            return false;
+        }
+    }
+    return true;
+}
+
+void MoveLog::moved()
+{
+    if (!m_pending)
+        return;
+    m_moved.append(*m_pending);
+    m_encoded.append(m_pendingEncoded);
+    m_pending.reset();
+}
+
+bool MoveLog::notMoved()
+{
+    m_pending.reset();
+    return append(kNotMoved);
+}
+
+void MoveLog::finish()
+{
+    if (!m_file.valid())
+        return;
+    m_file.reset();
+    if (m_moved.isEmpty())
+        ::unlink(QFile::encodeName(m_path).constData()); // nothing in it to undo
+    else
+        FileIo::writeAtomic(m_path, "[\n" + m_encoded.join(",\n") + "\n]\n");
 }
 
 QByteArray MoveLog::encode(const QList<MoveRecord>& records)
@@ -61,47 +191,7 @@ QByteArray MoveLog::encode(const QList<MoveRecord>& records)
     return parts.isEmpty() ? QByteArray("[\n]\n") : "[\n" + parts.join(",\n") + "\n]\n";
 }
 
-void MoveLog::checkpoint()
-{
-    if (m_onDisk == m_records.size())
-        return;
-    if (m_onDisk == 0 || !QFile::exists(m_path)) {
-        const QByteArray bytes = "[\n" + m_encoded.join(",\n") + "\n]\n";
-        if (FileIo::writeAtomic(m_path, bytes)) {
-            m_onDisk = m_records.size();
-            m_fileSize = bytes.size();
-            m_exact = true;
-        }
-        return;
-    }
-    const QByteArray tail = ",\n" + m_encoded.sliced(m_onDisk).join(",\n") + "\n]\n";
-    const int fd = ::open(QFile::encodeName(m_path).constData(), O_WRONLY | O_CLOEXEC);
-    if (fd < 0)
-        return;
-    // The file ends in "\n]\n". First the new records go after it (a reader still stops at the
-    // old bracket), then that bracket becomes a blank, which is one byte and cannot be torn.
-    const bool ok = writeAt(fd, tail, m_fileSize) && writeAt(fd, QByteArray(" "), m_fileSize - 2);
-    ::close(fd);
-    if (ok) {
-        m_onDisk = m_records.size();
-        m_fileSize += tail.size();
-        m_exact = false;
-    }
-}
-
-void MoveLog::finish()
-{
-    if (m_records.isEmpty() || (m_exact && m_onDisk == m_records.size()))
-        return;
-    const QByteArray bytes = "[\n" + m_encoded.join(",\n") + "\n]\n";
-    if (FileIo::writeAtomic(m_path, bytes)) {
-        m_onDisk = m_records.size();
-        m_fileSize = bytes.size();
-        m_exact = true;
-    }
-}
-
-std::optional<QList<MoveRecord>> MoveLog::read(const QString& path)
+std::optional<MoveLog::Contents> MoveLog::read(const QString& path)
 {
     const std::optional<QByteArray> bytes = FileIo::readRegular(path, kMaxLogBytes);
     if (!bytes)
@@ -112,12 +202,24 @@ std::optional<QList<MoveRecord>> MoveLog::read(const QString& path)
         document = QJsonDocument::fromJson(bytes->left(error.offset), &error);
     if (error.error != QJsonParseError::NoError || !document.isArray())
         return std::nullopt;
-    QList<MoveRecord> records;
-    for (const QJsonValue& value : document.array()) {
-        const std::optional<MoveRecord> record = MoveRecord::fromJson(value);
+    const QJsonArray array = document.array();
+    Contents contents;
+    const bool unfinished = !array.isEmpty() && array.first().toObject().value("unfinished"_L1).toBool();
+    bool endsInRecord = false;
+    for (qsizetype i = unfinished ? 1 : 0; i < array.size(); ++i) {
+        endsInRecord = !array.at(i).toObject().value("notMoved"_L1).toBool();
+        if (!endsInRecord) {
+            if (contents.moved.isEmpty())
+                return std::nullopt;
+            contents.moved.removeLast();
+            continue;
+        }
+        const std::optional<MoveRecord> record = MoveRecord::fromJson(array.at(i));
         if (!record)
             return std::nullopt;
-        records.append(*record);
+        contents.moved.append(*record);
     }
-    return records;
+    if (unfinished && endsInRecord)
+        contents.inDoubt = contents.moved.takeLast();
+    return contents;
 }

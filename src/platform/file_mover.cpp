@@ -1,171 +1,44 @@
 #include "file_mover.h"
 
+#include "file_mover_hooks.h"
+#include "tree_copy.h"
 #include "unique_fd.h"
 
 #include <QByteArray>
 #include <QFile>
+#include <QRandomGenerator>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
-#include <memory>
 #include <sys/stat.h>
-#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace FileMover {
 
 namespace {
 
-constexpr size_t kBuffer = 1 << 20;
+// Hidden, so that no scan takes it for one of the person's files, and ours by its prefix alone.
+constexpr char kPartialPrefix[] = ".brindlow-partial-";
 
-bool writeFully(int fd, const char* data, size_t size)
+QByteArray folderOf(const QByteArray& path)
 {
-    while (size > 0) {
-        const ssize_t written = ::write(fd, data, size);
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            return false;
-        data += written;
-        size -= size_t(written);
-    }
-    return true;
+    const qsizetype slash = path.lastIndexOf('/');
+    return slash <= 0 ? QByteArray("/") : path.left(slash);
 }
 
-void copyAttributes(int from, int to)
+QByteArray partialName(const QByteArray& folder)
 {
-    const ssize_t length = ::flistxattr(from, nullptr, 0);
-    if (length <= 0)
-        return;
-    QByteArray names(length, Qt::Uninitialized);
-    const ssize_t got = ::flistxattr(from, names.data(), size_t(length));
-    for (const QByteArray& name : names.left(got > 0 ? got : 0).split('\0')) {
-        if (name.isEmpty())
-            continue;
-        const ssize_t size = ::fgetxattr(from, name.constData(), nullptr, 0);
-        if (size < 0)
-            continue;
-        QByteArray value(size, Qt::Uninitialized);
-        if (::fgetxattr(from, name.constData(), value.data(), size_t(size)) == size)
-            ::fsetxattr(to, name.constData(), value.constData(), size_t(size), 0);
-    }
+    return folder + '/' + kPartialPrefix + QByteArray::number(QRandomGenerator::global()->generate64(), 36);
 }
 
-// Whether both open files hold the same bytes, read from their starts.
-bool sameBytes(const UniqueFd& a, const UniqueFd& b)
+// Makes the new name durable before the original goes, so that a power cut cannot lose both.
+void flushFolder(const QByteArray& folder)
 {
-    std::unique_ptr<char[]> left(new char[kBuffer]);
-    std::unique_ptr<char[]> right(new char[kBuffer]);
-    if (::lseek(a.get(), 0, SEEK_SET) != 0 || ::lseek(b.get(), 0, SEEK_SET) != 0)
-        return false;
-    for (;;) {
-        const qint64 got = a.readFully(left.get(), kBuffer);
-        if (got < 0 || b.readFully(right.get(), kBuffer) != got || memcmp(left.get(), right.get(), size_t(got)) != 0)
-            return false;
-        if (got < qint64(kBuffer))
-            return true;
-    }
-}
-
-bool setTimes(const char* path, const struct stat& info)
-{
-    const timespec times[2] = {info.st_atim, info.st_mtim};
-    return ::utimensat(AT_FDCWD, path, times, AT_SYMLINK_NOFOLLOW) == 0;
-}
-
-bool copyTree(const QByteArray& from, const QByteArray& to);
-
-bool copyFile(const QByteArray& from, const QByteArray& to, const struct stat& info)
-{
-    UniqueFd source(::open(from.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-    if (source.get() < 0)
-        return false;
-    UniqueFd target(::open(to.constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    if (target.get() < 0)
-        return false;
-    std::unique_ptr<char[]> buffer(new char[kBuffer]);
-    for (;;) {
-        const qint64 got = source.readFully(buffer.get(), kBuffer);
-        if (got < 0 || !writeFully(target.get(), buffer.get(), size_t(got)))
-            return false;
-        if (got < qint64(kBuffer))
-            break;
-    }
-    copyAttributes(source.get(), target.get());
-    if (::fchown(target.get(), info.st_uid, info.st_gid) != 0 && ::geteuid() == 0)
-        return false;
-    return ::fchmod(target.get(), info.st_mode & 07777) == 0 && ::fsync(target.get()) == 0 && sameBytes(source, target)
-        && setTimes(to.constData(), info);
-}
-
-bool copyFolder(const QByteArray& from, const QByteArray& to, const struct stat& info)
-{
-    if (::mkdir(to.constData(), 0700) != 0)
-        return false;
-    DIR* dir = ::opendir(from.constData());
-    if (!dir)
-        return false;
-    bool ok = true;
-    while (const dirent* entry = ::readdir(dir)) {
-        if (strcmp(entry->d_name, ".") == 0 || strcmp(entry->d_name, "..") == 0)
-            continue;
-        if (!copyTree(from + '/' + entry->d_name, to + '/' + entry->d_name)) {
-            ok = false;
-            break;
-        }
-    }
-    ::closedir(dir);
-    // Times last: creating the entries above changed the folder's own modification time.
-    return ok && ::chmod(to.constData(), info.st_mode & 07777) == 0 && setTimes(to.constData(), info);
-}
-
-bool copyLink(const QByteArray& from, const QByteArray& to, const struct stat& info)
-{
-    QByteArray target(qsizetype(info.st_size) + 1, '\0');
-    const ssize_t length = ::readlink(from.constData(), target.data(), size_t(target.size()));
-    if (length < 0 || length >= target.size())
-        return false;
-    target.truncate(length);
-    return ::symlink(target.constData(), to.constData()) == 0 && setTimes(to.constData(), info);
-}
-
-// Copies a file, folder or link. Pipes, sockets and devices are not copied: the move fails.
-bool copyTree(const QByteArray& from, const QByteArray& to)
-{
-    struct stat info
-    { };
-    if (::lstat(from.constData(), &info) != 0)
-        return false;
-    if (S_ISREG(info.st_mode))
-        return copyFile(from, to, info);
-    if (S_ISDIR(info.st_mode))
-        return copyFolder(from, to, info);
-    if (S_ISLNK(info.st_mode))
-        return copyLink(from, to, info);
-    return false;
-}
-
-// Removes what the copy created, or the original once its copy is verified.
-bool removeTree(const QByteArray& path)
-{
-    struct stat info
-    { };
-    if (::lstat(path.constData(), &info) != 0)
-        return errno == ENOENT;
-    if (!S_ISDIR(info.st_mode))
-        return ::unlink(path.constData()) == 0;
-    bool ok = true;
-    if (DIR* dir = ::opendir(path.constData())) {
-        while (const dirent* entry = ::readdir(dir)) {
-            if (strcmp(entry->d_name, ".") != 0 && strcmp(entry->d_name, "..") != 0)
-                ok = removeTree(path + '/' + entry->d_name) && ok;
-        }
-        ::closedir(dir);
-    }
-    return ::rmdir(path.constData()) == 0 && ok;
+    const UniqueFd fd(::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (fd.valid())
+        ::fsync(fd.get());
 }
 
 Outcome copyAcross(const QByteArray& from, const QByteArray& to)
@@ -174,39 +47,27 @@ Outcome copyAcross(const QByteArray& from, const QByteArray& to)
     { };
     if (::lstat(to.constData(), &existing) == 0)
         return Outcome::destinationTaken;
-    if (!copyTree(from, to)) {
-        // The target is ours only when the copy created it; a name taken meanwhile is not.
-        if (errno == EEXIST && ::lstat(to.constData(), &existing) == 0)
-            return Outcome::destinationTaken;
-        removeTree(to);
+    const QByteArray folder = folderOf(to);
+    QByteArray partial = partialName(folder);
+    std::optional<std::vector<TreeCopy::Snapshot>> copied = TreeCopy::copy(from, partial);
+    // A single file that changed while it was read is not worth putting in place.
+    if (!copied || (copied->size() == 1 && !TreeCopy::unchanged(copied->front()))) {
+        TreeCopy::removeOwn(partial);
         return Outcome::failed;
     }
-    // The copy is complete and checked; a source that cannot be removed entirely leaves
-    // the person with two copies rather than none.
-    removeTree(from);
-    return Outcome::moved;
+    if (::renameat2(AT_FDCWD, partial.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE) != 0) {
+        const bool taken = errno == EEXIST || errno == ENOTEMPTY;
+        TreeCopy::removeOwn(partial);
+        return taken ? Outcome::destinationTaken : Outcome::failed;
+    }
+    flushFolder(folder);
+    // Whatever cannot be removed stays: two copies are better than none.
+    return TreeCopy::removeOriginals(*copied) ? Outcome::moved : Outcome::partlyMoved;
 }
 
-} // namespace
-
-Outcome move(const QString& from, const QString& to)
+// For file systems without no-replace renames.
+Outcome moveWithoutNoReplace(const QByteArray& source, const QByteArray& target)
 {
-    const QByteArray source = QFile::encodeName(from);
-    const QByteArray target = QFile::encodeName(to);
-    if (::renameat2(AT_FDCWD, source.constData(), AT_FDCWD, target.constData(), RENAME_NOREPLACE) == 0)
-        return Outcome::moved;
-    switch (errno) {
-        case EEXIST:
-        case ENOTEMPTY:
-            return Outcome::destinationTaken;
-        case EXDEV:
-            return copyAcross(source, target);
-        case EINVAL:
-        case ENOSYS:
-            break; // a file system without no-replace renames: see below
-        default:
-            return Outcome::failed;
-    }
     struct stat info
     { };
     if (::lstat(source.constData(), &info) != 0)
@@ -221,6 +82,57 @@ Outcome move(const QString& from, const QString& to)
     if (::lstat(target.constData(), &info) == 0)
         return Outcome::destinationTaken;
     return ::rename(source.constData(), target.constData()) == 0 ? Outcome::moved : Outcome::failed;
+}
+
+} // namespace
+
+Outcome move(const QString& from, const QString& to)
+{
+    FileMoverHooks::beforeMove(from);
+    const QByteArray source = QFile::encodeName(from);
+    const QByteArray target = QFile::encodeName(to);
+    if (::renameat2(AT_FDCWD, source.constData(), AT_FDCWD, target.constData(), RENAME_NOREPLACE) == 0)
+        return Outcome::moved;
+    switch (errno) {
+        case EEXIST:
+        case ENOTEMPTY:
+            return Outcome::destinationTaken;
+        case EXDEV:
+            return copyAcross(source, target);
+        case EINVAL:
+        case ENOSYS:
+            return moveWithoutNoReplace(source, target);
+        default:
+            return Outcome::failed;
+    }
+}
+
+void removeStalePartials(const QString& folder, const timespec& startedBefore)
+{
+    const QByteArray path = QFile::encodeName(folder);
+    DIR* dir = ::opendir(path.constData());
+    if (!dir)
+        return;
+    while (const dirent* entry = ::readdir(dir)) {
+        if (strncmp(entry->d_name, kPartialPrefix, sizeof kPartialPrefix - 1) != 0)
+            continue;
+        // The change time cannot be set back by copying times; it says when the copy last grew.
+        const QByteArray partial = path + '/' + entry->d_name;
+        struct stat info
+        { };
+        if (::lstat(partial.constData(), &info) == 0
+            && (info.st_ctim.tv_sec < startedBefore.tv_sec
+                || (info.st_ctim.tv_sec == startedBefore.tv_sec && info.st_ctim.tv_nsec <= startedBefore.tv_nsec)))
+            TreeCopy::removeOwn(partial);
+    }
+    ::closedir(dir);
+}
+
+timespec now()
+{
+    timespec moment {};
+    ::clock_gettime(CLOCK_REALTIME_COARSE, &moment);
+    return moment;
 }
 
 } // namespace FileMover

@@ -2,20 +2,32 @@
 
 #include <QString>
 
+#include <ctime>
+
 // Moving one file or folder without ever replacing or losing anything.
 namespace FileMover {
 
 enum class Outcome {
     moved,
+    // Across file systems, part of the original changed or was added to while it was copied:
+    // the copy is in place, and what changed stayed where it was, beside nothing else.
+    partlyMoved,
     destinationTaken, // something appeared at the destination; nothing was changed
     failed, // the source is where it was, untouched
 };
 
 // Moves `from` to `to`. Within one file system this is an atomic rename that refuses to replace
 // an existing destination, even one created a moment before. Across file systems the item is
-// copied (contents, permissions, times, extended attributes; folders as a whole), the copy is
-// compared with the original, and only then is the original removed; a failed copy is removed
-// again and the original stays.
+// copied under a hidden name of ours beside `to` and only renamed to `to` once it is complete
+// and checked; then the original is removed wherever it is still exactly what was copied.
 Outcome move(const QString& from, const QString& to);
+
+// Removes from `folder` the unfinished copies that a move interrupted before `startedBefore`
+// (a moment of CLOCK_REALTIME_COARSE, the clock the file system stamps with). They are always
+// redundant: an original goes only after its copy is complete and in place.
+void removeStalePartials(const QString& folder, const timespec& startedBefore);
+
+// The moment to pass as `startedBefore` for copies begun before now.
+timespec now();
 
 } // namespace FileMover

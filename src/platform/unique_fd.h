@@ -28,6 +28,13 @@ public:
     {
         return m_fd >= 0;
     }
+    // Closes the descriptor held so far and takes `fd` instead.
+    void reset(int fd = -1)
+    {
+        if (m_fd >= 0)
+            ::close(m_fd);
+        m_fd = fd;
+    }
 
     // Reads until `wanted` bytes arrived or the file ended; -1 on a read error.
     qint64 readFully(char* buffer, qint64 wanted) const

@@ -1,11 +1,16 @@
 #include "controller/app_state.h"
 #include "model/store.h"
+#include "platform/file_mover_hooks.h"
 #include "support/file_factory.h"
 #include "support/temp_home.h"
 #include "support/test_clock.h"
 
+#include <QDir>
 #include <QSignalSpy>
+#include <QThread>
+
 #include <QTest>
+#include <atomic>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -216,6 +221,36 @@ private Q_SLOTS:
         QVERIFY(waitForMove(*reviewing));
         QCOMPARE(reviewing->message(), u"Restored 8 files to where they were."_s);
         QVERIFY(QFile::exists(f.home.path() + u"/Downloads/IMG_1.png"_s));
+    }
+
+    void quittingMidApplyLeavesEverythingUndoable()
+    {
+        Fixture f;
+        for (int i = 0; i < 300; ++i)
+            f.add(u"f%1.txt"_s.arg(i), FileKind::doc, u"personal"_s, u"Personal/Documents"_s);
+        auto state = f.state();
+        std::atomic<int> moves {0};
+        std::atomic<bool> quitting {false};
+        FileMoverHooks::setBeforeMove([&](const QString&) {
+            if (++moves == 5) {
+                while (!quitting)
+                    QThread::yieldCurrentThread();
+            }
+        });
+        state->apply(true);
+        QTRY_COMPARE(moves.load(), 5);
+        quitting = true;
+        state.reset(); // the program quits: the file in hand finishes, the log is written
+        FileMoverHooks::setBeforeMove({});
+        const int moved = int(QDir(f.home.path() + u"/Documents/Personal/Documents"_s).entryList(QDir::Files).size());
+        QVERIFY2(moved >= 4 && moved < 300, qPrintable(QString::number(moved)));
+
+        f.items.clear();
+        auto restarted = f.state();
+        restarted->undoLast();
+        QVERIFY(waitForMove(*restarted));
+        QCOMPARE(restarted->lastUndo()->restored, moved);
+        QCOMPARE(QDir(f.home.path() + u"/Downloads"_s).entryList(QDir::Files).size(), 300);
     }
 
     void applyWithoutRenamesOrMoves()

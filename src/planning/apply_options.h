@@ -1,0 +1,19 @@
+#pragma once
+
+#include "platform/cancellation.h"
+
+#include <QDateTime>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+
+// What an apply is allowed to do, beyond the plan itself.
+struct ApplyOptions
+{
+    QString homeBase; // absolute; everything lands below it
+    QStringList scanRoots; // absolute; only their direct children are ever moved
+    bool includeRenames = false;
+    CancellationPtr cancellation; // may be null
+    std::function<QDateTime()> now = &QDateTime::currentDateTime;
+};
