@@ -64,16 +64,14 @@ bool SingleInstance::handOff(int timeoutMs)
 
 bool SingleInstance::listen()
 {
-    m_server->setSocketOptions(QLocalServer::UserAccessOption);
-    if (m_server->listen(socketPath()))
-        return true;
-    if (m_server->serverError() != QAbstractSocket::AddressInUseError)
-        return false;
-    // Someone answers: that one is the running Brindlow.
+    // Qt puts a private socket in place by renaming it over the path, which would quietly take
+    // the place of a live Brindlow; so ask first whether one answers there.
     QLocalSocket probe;
     probe.connectToServer(socketPath());
     if (probe.waitForConnected(500))
         return false;
+    // Nobody answers: what is left is a crashed process's socket.
     QLocalServer::removeServer(socketPath());
+    m_server->setSocketOptions(QLocalServer::UserAccessOption);
     return m_server->listen(socketPath());
 }
