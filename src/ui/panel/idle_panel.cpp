@@ -173,14 +173,17 @@ QWidget* IdlePanel::buildMain()
     layout->addWidget(card);
     layout->addWidget(m_message);
     layout->addWidget(refresh);
-    layout->addSpacing(2);
-    layout->addWidget(deep);
-    layout->addWidget(rule(box));
-    layout->addWidget(junk);
-    layout->addWidget(rule(box));
-    layout->addWidget(m_undo);
-    layout->addWidget(rule(box));
-    layout->addLayout(reset);
+    auto* rows = new QVBoxLayout;
+    rows->setSpacing(3);
+    rows->addWidget(deep);
+    rows->addWidget(rule(box));
+    rows->addWidget(junk);
+    rows->addWidget(rule(box));
+    rows->addWidget(m_undo);
+    rows->addWidget(rule(box));
+    rows->addSpacing(6);
+    rows->addLayout(reset);
+    layout->addLayout(rows);
     layout->addWidget(update, 0, Qt::AlignHCenter);
     return box;
 }

@@ -7,11 +7,12 @@
 #include "scanning_panel.h"
 
 #include <QStackedLayout>
+#include <QVBoxLayout>
 
 MenuView::MenuView(AppState& state, QWidget* parent)
     : QWidget(parent)
     , m_state(state)
-    , m_stack(new QStackedLayout(this))
+    , m_stack(new QStackedLayout)
     , m_idle(new IdlePanel(state, this))
     , m_scanning(new ScanningPanel(state, this))
     , m_reviewReady(new ReviewReadyPanel(state, this))
@@ -20,7 +21,10 @@ MenuView::MenuView(AppState& state, QWidget* parent)
     setFixedWidth(kWidth);
     setAutoFillBackground(true);
     setAccessibleName(tr("Brindlow"));
-    m_stack->setContentsMargins(18, 16, 18, 14);
+    // A stacked layout ignores its own margins; the frame around it keeps the panels off the edges.
+    auto* frame = new QVBoxLayout(this);
+    frame->setContentsMargins(18, 16, 18, 14);
+    frame->addLayout(m_stack);
     for (QWidget* panel : std::initializer_list<QWidget*> {m_idle, m_scanning, m_reviewReady, m_done})
         m_stack->addWidget(panel);
 

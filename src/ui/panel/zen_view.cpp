@@ -15,7 +15,7 @@ ZenView::ZenView(QWidget* parent, int dotCount, int columns, double breathCycle)
     , m_columns(columns)
     , m_breathCycle(breathCycle)
     , m_label(new QLabel(this))
-    , m_labelOpacity(new QGraphicsOpacityEffect(m_label))
+    , m_labelOpacity(new QGraphicsOpacityEffect)
 {
     m_clock.setStartValue(0.0);
     m_clock.setEndValue(1.0);
