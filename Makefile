@@ -7,7 +7,7 @@ ifneq ($(CI),)
 CMAKE_FLAGS += -DBRINDLOW_WERROR=ON
 endif
 
-.PHONY: all setup configure build run test bench format clean
+.PHONY: all setup configure build run test bench format clean screenshots
 
 all: build
 
@@ -20,8 +20,19 @@ configure: setup
 build: configure
 	@cmake --build $(BUILD_DIR) -j $(JOBS)
 
+# The tray program; on a machine without a display, the command line's status instead.
 run: build
-	$(BUILD_DIR)/bin/brindlow-cli
+	@if [ -n "$$DISPLAY$$WAYLAND_DISPLAY" ]; then \
+		$(BUILD_DIR)/bin/brindlow; \
+	else \
+		echo "No display (neither DISPLAY nor WAYLAND_DISPLAY is set): showing the command line's status instead."; \
+		$(BUILD_DIR)/bin/brindlow-cli status; \
+	fi
+
+# Pictures of the panel in each phase, drawn offscreen with sample files.
+screenshots: configure
+	@cmake --build $(BUILD_DIR) -j $(JOBS) --target panel_screenshots
+	QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/tests/panel_screenshots docs/screenshots
 
 test: build
 	cd $(BUILD_DIR) && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -j $(JOBS)

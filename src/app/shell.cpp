@@ -1,0 +1,82 @@
+#include "shell.h"
+
+#include "platform/clock.h"
+#include "schedule/dbus_notifications.h"
+#include "schedule/notifier.h"
+#include "ui/panel/menu_bar_label.h"
+#include "ui/panel/menu_view.h"
+#include "ui/panel/panel_window.h"
+
+#include <QApplication>
+#include <QDesktopServices>
+#include <QSystemTrayIcon>
+#include <QTimer>
+#include <QUrl>
+
+Shell::Shell(QObject* parent)
+    : QObject(parent)
+{ }
+
+Shell::~Shell() = default;
+
+bool Shell::start()
+{
+    if (!m_instance.listen())
+        return false;
+    connect(&m_instance, &SingleInstance::panelRequested, this, &Shell::openPanel);
+
+    const bool tray = QSystemTrayIcon::isSystemTrayAvailable();
+    // Without a tray the panel is the program's only window, and closing it ends the program.
+    QApplication::setQuitOnLastWindowClosed(!tray);
+
+    auto* service = new DBusNotifications(&m_state);
+    service->fallback = [this](const QString& identifier, const QString& title, const QString& body) {
+        showFallbackNotice(identifier, title, body);
+    };
+    m_state.setNotifier(new Notifier(service, &SystemClock::instance(), &m_state));
+    connect(&m_state, &AppState::windowRequested, this, &Shell::openWindow);
+
+    m_panel = std::make_unique<PanelWindow>(m_state, tray ? PanelWindow::Mode::popup : PanelWindow::Mode::window);
+    MenuView* view = m_panel->menuView();
+    connect(view, &MenuView::windowRequested, this, &Shell::openWindow);
+    connect(view, &MenuView::folderRequested, this, [](const QString& path) {
+        QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+    });
+
+    if (tray) {
+        m_label = std::make_unique<MenuBarLabel>(m_state);
+        connect(m_label.get(), &MenuBarLabel::panelToggled, m_panel.get(), &PanelWindow::toggle);
+        connect(m_label.get(), &MenuBarLabel::panelRequested, this, &Shell::openPanel);
+        connect(m_label.get(), &MenuBarLabel::windowRequested, this, &Shell::openWindow);
+        connect(m_label.get(), &MenuBarLabel::quitRequested, qApp, &QCoreApplication::quit);
+        connect(m_label->trayIcon(), &QSystemTrayIcon::messageClicked, this, [this] {
+            if (!m_lastNotice.isEmpty())
+                m_state.handleNotification(m_lastNotice);
+        });
+        m_label->trayIcon()->show();
+    }
+
+    m_state.init();
+    QTimer::singleShot(kPanelDelayMs, this, &Shell::openPanel);
+    return true;
+}
+
+void Shell::openPanel()
+{
+    const QRect anchor = m_label ? m_label->trayIcon()->geometry() : QRect();
+    m_panel->showNear(anchor);
+}
+
+void Shell::openWindow(const QString& id)
+{
+    if (m_windows.open(id) && m_panel->mode() == PanelWindow::Mode::popup)
+        m_panel->hide();
+}
+
+void Shell::showFallbackNotice(const QString& identifier, const QString& title, const QString& body)
+{
+    if (!m_label)
+        return;
+    m_lastNotice = identifier;
+    m_label->trayIcon()->showMessage(title, body, m_label->trayIcon()->icon());
+}

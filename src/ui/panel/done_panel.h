@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QWidget>
+
+class AppState;
+class QLabel;
+class QPushButton;
+class Stat;
+
+// After an apply: what happened, the recap, the folders to look into, and the way back.
+class DonePanel : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit DonePanel(AppState& state, QWidget* parent = nullptr);
+
+    void refresh();
+
+Q_SIGNALS:
+    void windowRequested(const QString& id);
+    void folderRequested(const QString& path);
+
+private:
+    QString reviewFolder(const QString& name) const;
+
+    AppState& m_state;
+    QLabel* m_line;
+    Stat* m_moved;
+    Stat* m_renamed;
+    Stat* m_junk;
+    QPushButton* m_recap;
+    QPushButton* m_openPrimary;
+    QPushButton* m_openSecondary;
+    QPushButton* m_needsYou;
+    QPushButton* m_clearOut;
+};

@@ -1,0 +1,207 @@
+#include "idle_panel.h"
+
+#include "controller/app_state.h"
+#include "menu_row.h"
+#include "panel_format.h"
+#include "panel_header.h"
+#include "panel_icons.h"
+#include "stat.h"
+#include "ui/theme/card.h"
+#include "ui/theme/primary_button.h"
+#include "ui/theme/switch.h"
+
+#include <QFrame>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QShortcut>
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QFrame* rule(QWidget* parent)
+{
+    auto* line = new QFrame(parent);
+    line->setFixedHeight(1);
+    line->setStyleSheet(u"background: #E4DCCD;"_s);
+    return line;
+}
+
+QLabel* text(const QString& content, int pixelSize, QWidget* parent, bool secondary = false)
+{
+    auto* label = new QLabel(content, parent);
+    label->setTextFormat(Qt::PlainText);
+    label->setWordWrap(true);
+    QFont font = label->font();
+    font.setPixelSize(pixelSize);
+    label->setFont(font);
+    if (secondary)
+        label->setForegroundRole(QPalette::PlaceholderText);
+    return label;
+}
+
+} // namespace
+
+IdlePanel::IdlePanel(AppState& state, QWidget* parent)
+    : QWidget(parent)
+    , m_state(state)
+    , m_header(new PanelHeader(this))
+{
+    m_welcome = buildWelcome();
+    m_main = buildMain();
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(14);
+    layout->addWidget(m_header);
+    layout->addWidget(m_welcome);
+    layout->addWidget(m_main);
+    layout->addStretch(1);
+    connect(m_header, &PanelHeader::settingsRequested, this, [this] { Q_EMIT windowRequested(u"settings"_s); });
+
+    for (const auto signal : {&AppState::profileChanged,
+                              &AppState::newFilesChanged,
+                              &AppState::messageChanged,
+                              &AppState::phaseChanged,
+                              &AppState::moveFinished})
+        connect(&m_state, signal, this, &IdlePanel::refresh);
+    refresh();
+}
+
+QWidget* IdlePanel::buildWelcome()
+{
+    auto* box = new QWidget(this);
+    auto* heading = text(tr("A fresh start for your computer."), 20, box);
+    QFont font = heading->font();
+    font.setWeight(QFont::DemiBold);
+    heading->setFont(font);
+    auto* body = text(tr("Brindlow learns what you work on and gives every file a home, based on what each file "
+                         "actually is, not what it's named."),
+                      13,
+                      box,
+                      true);
+    auto* start = new PrimaryButton(tr("Get started"), box);
+    connect(start, &QPushButton::clicked, this, [this] { Q_EMIT windowRequested(u"onboarding"_s); });
+    auto* layout = new QVBoxLayout(box);
+    layout->setContentsMargins(0, 8, 0, 0);
+    layout->setSpacing(12);
+    layout->addWidget(heading);
+    layout->addWidget(body);
+    layout->addSpacing(6);
+    layout->addWidget(start);
+    return box;
+}
+
+QWidget* IdlePanel::buildMain()
+{
+    auto* box = new QWidget(this);
+    auto* card = new Card(box);
+    auto* caption = text(tr("SINCE YOUR LAST REFRESH"), 11, card, true);
+    QFont captionFont = caption->font();
+    captionFont.setWeight(QFont::DemiBold);
+    captionFont.setLetterSpacing(QFont::AbsoluteSpacing, 0.8);
+    caption->setFont(captionFont);
+    m_newCount = text(QString(), 34, card);
+    m_newCount->setObjectName(u"newFilesCount"_s);
+    m_newCount->setWordWrap(false);
+    QFont countFont = m_newCount->font();
+    countFont.setWeight(QFont::DemiBold);
+    m_newCount->setFont(countFont);
+    m_newLabel = text(QString(), 14, card, true);
+    m_newLabel->setObjectName(u"newFilesLabel"_s);
+    auto* count = new QHBoxLayout;
+    count->setSpacing(8);
+    count->addWidget(m_newCount, 0, Qt::AlignBaseline);
+    count->addWidget(m_newLabel, 1, Qt::AlignBaseline);
+    m_folders = new Stat(tr("folders watched"), Stat::Size::mini, card);
+    m_projects = new Stat(tr("projects known"), Stat::Size::mini, card);
+    auto* minis = new QHBoxLayout;
+    minis->addWidget(m_folders, 1);
+    minis->addWidget(m_projects, 1);
+    card->content()->addWidget(caption);
+    card->content()->addLayout(count);
+    card->content()->addWidget(rule(card));
+    card->content()->addLayout(minis);
+
+    m_message = text(QString(), 12, box, true);
+    m_message->setObjectName(u"panelMessage"_s);
+
+    auto* refresh = new PrimaryButton(tr("Refresh now"), box);
+    refresh->setToolTip(tr("Refresh now (Ctrl+R)"));
+    connect(refresh, &QPushButton::clicked, this, [this] { m_state.start(TidyMode::quick); });
+    auto* shortcut = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_R), box);
+    connect(shortcut, &QShortcut::activated, refresh, &QPushButton::click);
+
+    auto* deep = new MenuRow(PanelIcons::folder(), tr("Deep clean everything"), box);
+    deep->setDetail(tr("All folders"));
+    connect(deep, &MenuRow::clicked, this, [this] { m_state.start(TidyMode::deep); });
+    auto* junk = new MenuRow(PanelIcons::trash(), tr("Clear out junk & duplicates"), box);
+    connect(junk, &MenuRow::clicked, this, [this] { m_state.start(TidyMode::junkOnly); });
+    m_undo = new MenuRow(PanelIcons::undo(), tr("Undo last refresh"), box);
+    // The controller ignores an undo while anything runs, so a stale click cannot overlap a move.
+    connect(m_undo, &MenuRow::clicked, this, [this] { m_state.undoLast(); });
+
+    auto* resetTitle = text(tr("Sunday Reset"), 14, box);
+    auto* resetDetail = text(tr("Sorts your week's new files every Sunday at 9 AM"), 12, box, true);
+    m_sundayReset = new Switch(tr("Sunday Reset"), box);
+    m_sundayReset->setAccessibleDescription(resetDetail->text());
+    connect(m_sundayReset, &QCheckBox::toggled, this, [this](bool on) {
+        if (on == m_state.profile().autoTidy)
+            return;
+        Profile profile = m_state.profile();
+        profile.autoTidy = on;
+        m_state.setProfile(profile);
+    });
+    auto* resetTexts = new QVBoxLayout;
+    resetTexts->setSpacing(1);
+    resetTexts->addWidget(resetTitle);
+    resetTexts->addWidget(resetDetail);
+    auto* reset = new QHBoxLayout;
+    reset->setContentsMargins(8, 0, 4, 0);
+    reset->addLayout(resetTexts, 1);
+    reset->addWidget(m_sundayReset, 0, Qt::AlignVCenter);
+
+    auto* update = new QPushButton(tr("Check for updates"), box);
+    update->setFlat(true);
+    update->setAccessibleName(update->text());
+    update->setCursor(Qt::PointingHandCursor);
+    connect(update, &QPushButton::clicked, this, &IdlePanel::updateCheckRequested);
+
+    auto* layout = new QVBoxLayout(box);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(10);
+    layout->addWidget(card);
+    layout->addWidget(m_message);
+    layout->addWidget(refresh);
+    auto* rows = new QVBoxLayout;
+    rows->setSpacing(3);
+    rows->addWidget(deep);
+    rows->addWidget(rule(box));
+    rows->addWidget(junk);
+    rows->addWidget(rule(box));
+    rows->addWidget(m_undo);
+    rows->addWidget(rule(box));
+    rows->addSpacing(6);
+    rows->addLayout(reset);
+    layout->addLayout(rows);
+    layout->addWidget(update, 0, Qt::AlignHCenter);
+    return box;
+}
+
+void IdlePanel::refresh()
+{
+    const Profile& profile = m_state.profile();
+    m_header->setSubtitle(m_state.lastRunText());
+    m_welcome->setVisible(!profile.onboarded);
+    m_main->setVisible(profile.onboarded);
+    const int newFiles = m_state.newFiles();
+    m_newCount->setText(PanelFormat::number(newFiles));
+    m_newLabel->setText(newFiles == 1 ? tr("new file to sort") : tr("new files to sort"));
+    m_folders->setValue(PanelFormat::number(profile.scanFolders.size()));
+    m_projects->setValue(PanelFormat::number(profile.projects.size()));
+    const std::optional<QString> message = m_state.message();
+    m_message->setText(message.value_or(QString()));
+    m_message->setVisible(message && !message->isEmpty());
+    m_undo->setDetail(m_state.lastLogText());
+    m_sundayReset->setChecked(profile.autoTidy);
+}

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QWidget>
+
+class AppState;
+class MenuRow;
+class PanelHeader;
+class QCheckBox;
+class QLabel;
+class QPushButton;
+class Stat;
+
+// The resting panel: what is new since the last refresh, the ways to start one, undo, and the
+// Sunday Reset switch. Before set-up it only invites the person to get started.
+class IdlePanel : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit IdlePanel(AppState& state, QWidget* parent = nullptr);
+
+    void refresh();
+
+Q_SIGNALS:
+    void windowRequested(const QString& id);
+    void updateCheckRequested();
+
+private:
+    QWidget* buildWelcome();
+    QWidget* buildMain();
+
+    AppState& m_state;
+    PanelHeader* m_header;
+    QWidget* m_welcome;
+    QWidget* m_main;
+    QLabel* m_newCount;
+    QLabel* m_newLabel;
+    Stat* m_folders;
+    Stat* m_projects;
+    QLabel* m_message;
+    MenuRow* m_undo;
+    QCheckBox* m_sundayReset;
+};

@@ -1,0 +1,103 @@
+#include "menu_view.h"
+
+#include "controller/app_state.h"
+#include "done_panel.h"
+#include "idle_panel.h"
+#include "review_ready_panel.h"
+#include "scanning_panel.h"
+
+#include <QStackedLayout>
+#include <QVBoxLayout>
+
+MenuView::MenuView(AppState& state, QWidget* parent)
+    : QWidget(parent)
+    , m_state(state)
+    , m_stack(new QStackedLayout)
+    , m_idle(new IdlePanel(state, this))
+    , m_scanning(new ScanningPanel(state, this))
+    , m_reviewReady(new ReviewReadyPanel(state, this))
+    , m_done(new DonePanel(state, this))
+{
+    setFixedWidth(kWidth);
+    setAutoFillBackground(true);
+    setAccessibleName(tr("Brindlow"));
+    // A stacked layout ignores its own margins; the frame around it keeps the panels off the edges.
+    auto* frame = new QVBoxLayout(this);
+    frame->setContentsMargins(18, 16, 18, 14);
+    frame->addLayout(m_stack);
+    for (QWidget* panel : std::initializer_list<QWidget*> {m_idle, m_scanning, m_reviewReady, m_done})
+        m_stack->addWidget(panel);
+
+    connect(m_idle, &IdlePanel::windowRequested, this, &MenuView::windowRequested);
+    connect(m_idle, &IdlePanel::updateCheckRequested, this, &MenuView::updateCheckRequested);
+    connect(m_reviewReady, &ReviewReadyPanel::windowRequested, this, &MenuView::windowRequested);
+    connect(m_done, &DonePanel::windowRequested, this, &MenuView::windowRequested);
+    connect(m_done, &DonePanel::folderRequested, this, &MenuView::folderRequested);
+    connect(&m_state, &AppState::phaseChanged, this, &MenuView::choosePanel);
+    choosePanel();
+}
+
+void MenuView::choosePanel()
+{
+    QWidget* wanted = m_idle;
+    switch (m_state.phase()) {
+        case Phase::idle:
+            wanted = m_idle;
+            break;
+        case Phase::scanning:
+        case Phase::applying:
+            wanted = m_scanning;
+            break;
+        case Phase::review:
+            wanted = m_reviewReady;
+            break;
+        case Phase::done:
+            wanted = m_done;
+            break;
+    }
+    // Entering the progress panel starts its dots from the work's current progress.
+    if (wanted == m_scanning && m_stack->currentWidget() != m_scanning)
+        m_scanning->enter();
+    // Only the shown panel counts for the size, so the popup fits it instead of the tallest one.
+    for (int i = 0; i < m_stack->count(); ++i) {
+        QWidget* panel = m_stack->widget(i);
+        const auto policy = panel == wanted ? QSizePolicy::Preferred : QSizePolicy::Ignored;
+        panel->setSizePolicy(policy, policy);
+    }
+    m_stack->setCurrentWidget(wanted);
+    adjustSize();
+    if (window() != this)
+        window()->adjustSize();
+}
+
+QWidget* MenuView::currentPanel() const
+{
+    return m_stack->currentWidget();
+}
+
+IdlePanel* MenuView::idlePanel() const
+{
+    return m_idle;
+}
+
+ScanningPanel* MenuView::scanningPanel() const
+{
+    return m_scanning;
+}
+
+ReviewReadyPanel* MenuView::reviewReadyPanel() const
+{
+    return m_reviewReady;
+}
+
+DonePanel* MenuView::donePanel() const
+{
+    return m_done;
+}
+
+void MenuView::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    m_state.refreshNewFiles();
+    m_idle->refresh();
+}

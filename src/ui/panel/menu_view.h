@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QWidget>
+
+class AppState;
+class DonePanel;
+class IdlePanel;
+class QStackedLayout;
+class ReviewReadyPanel;
+class ScanningPanel;
+
+// The panel under the tray icon: exactly one of four panels, chosen by the refresh phase.
+class MenuView : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit MenuView(AppState& state, QWidget* parent = nullptr);
+
+    QWidget* currentPanel() const;
+    IdlePanel* idlePanel() const;
+    ScanningPanel* scanningPanel() const;
+    ReviewReadyPanel* reviewReadyPanel() const;
+    DonePanel* donePanel() const;
+
+    static constexpr int kWidth = 360;
+
+Q_SIGNALS:
+    void windowRequested(const QString& id);
+    // A folder to show in the person's file manager.
+    void folderRequested(const QString& path);
+    void updateCheckRequested();
+
+protected:
+    void showEvent(QShowEvent* event) override;
+
+private:
+    void choosePanel();
+
+    AppState& m_state;
+    QStackedLayout* m_stack;
+    IdlePanel* m_idle;
+    ScanningPanel* m_scanning;
+    ReviewReadyPanel* m_reviewReady;
+    DonePanel* m_done;
+};

@@ -1,0 +1,83 @@
+#include "review_ready_panel.h"
+
+#include "controller/app_state.h"
+#include "panel_format.h"
+#include "panel_header.h"
+#include "stat.h"
+#include "ui/theme/card.h"
+#include "ui/theme/primary_button.h"
+#include "ui/theme/secondary_button.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+ReviewReadyPanel::ReviewReadyPanel(AppState& state, QWidget* parent)
+    : QWidget(parent)
+    , m_state(state)
+    , m_header(new PanelHeader(this))
+{
+    m_header->setSubtitle(tr("Your fresh start is ready"));
+    connect(m_header, &PanelHeader::settingsRequested, this, [this] { Q_EMIT windowRequested(u"settings"_s); });
+
+    auto* card = new Card(this);
+    m_organize = new Stat(tr("to organize"), Stat::Size::regular, card);
+    m_rename = new Stat(tr("to rename"), Stat::Size::regular, card);
+    m_junk = new Stat(tr("junk"), Stat::Size::regular, card);
+    auto* stats = new QHBoxLayout;
+    for (Stat* stat : {m_organize, m_rename, m_junk})
+        stats->addWidget(stat, 1);
+    card->content()->addLayout(stats);
+
+    m_cost = new QLabel(this);
+    m_cost->setObjectName(u"costLine"_s);
+    m_cost->setForegroundRole(QPalette::PlaceholderText);
+    m_cost->setAlignment(Qt::AlignCenter);
+    QFont costFont = m_cost->font();
+    costFont.setPixelSize(12);
+    m_cost->setFont(costFont);
+
+    auto* review = new PrimaryButton(tr("Review changes"), this);
+    connect(review, &QPushButton::clicked, this, [this] { Q_EMIT windowRequested(u"review"_s); });
+    auto* later = new SecondaryButton(tr("Not now"), this);
+    connect(later, &QPushButton::clicked, this, [this] { m_state.discardPlan(); });
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(12);
+    layout->addWidget(m_header);
+    layout->addWidget(card);
+    layout->addWidget(m_cost);
+    layout->addWidget(review);
+    layout->addWidget(later);
+    layout->addStretch(1);
+
+    for (const auto signal : {&AppState::planChanged, &AppState::lastRunCostChanged, &AppState::phaseChanged})
+        connect(&m_state, signal, this, &ReviewReadyPanel::refresh);
+    refresh();
+}
+
+void ReviewReadyPanel::refresh()
+{
+    // Only the review phase shows these figures; the plan is empty or in flux otherwise.
+    if (m_state.phase() != Phase::review)
+        return;
+    int organize = 0;
+    int rename = 0;
+    qint64 junkBytes = 0;
+    for (const PlanItem& item : m_state.plan()) {
+        const bool junk = item.category == u"junk" || item.category == u"duplicate";
+        organize += !junk && item.category != u"needs-you";
+        rename += item.newName.has_value();
+        if (junk)
+            junkBytes += item.size;
+    }
+    m_organize->setValue(PanelFormat::number(organize));
+    m_rename->setValue(PanelFormat::number(rename));
+    m_junk->setValue(PanelFormat::size(junkBytes));
+    const std::optional<double> cost = m_state.lastRunCost();
+    m_cost->setVisible(cost.has_value());
+    m_cost->setText(cost ? tr("Claude cost for this refresh: %1").arg(PanelFormat::cost(*cost)) : QString());
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QWidget>
+
+class AppState;
+class PanelHeader;
+class QLabel;
+class Stat;
+
+// A plan waits: what it would do, what the refresh cost, and the way into the review.
+class ReviewReadyPanel : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit ReviewReadyPanel(AppState& state, QWidget* parent = nullptr);
+
+    void refresh();
+
+Q_SIGNALS:
+    void windowRequested(const QString& id);
+
+private:
+    AppState& m_state;
+    PanelHeader* m_header;
+    Stat* m_organize;
+    Stat* m_rename;
+    Stat* m_junk;
+    QLabel* m_cost;
+};

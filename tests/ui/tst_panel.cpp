@@ -1,0 +1,395 @@
+#include "controller/app_state.h"
+#include "model/store.h"
+#include "support/fake_claude_server.h"
+#include "support/manual_animation_driver.h"
+#include "support/plan_factory.h"
+#include "support/temp_home.h"
+#include "support/test_clock.h"
+#include "ui/panel/done_panel.h"
+#include "ui/panel/idle_panel.h"
+#include "ui/panel/menu_bar_label.h"
+#include "ui/panel/menu_view.h"
+#include "ui/panel/review_ready_panel.h"
+#include "ui/panel/scanning_panel.h"
+#include "ui/panel/zen_view.h"
+#include "ui/theme/theme.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QJsonDocument>
+#include <QLabel>
+#include <QMenu>
+#include <QSignalSpy>
+#include <QSystemTrayIcon>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+QJsonObject personal(qint64)
+{
+    return {{"category"_L1, u"personal"_s},
+            {"sub"_L1, u"Documents"_s},
+            {"confidence"_L1, u"high"_s},
+            {"reason"_L1, u"a letter"_s}};
+}
+
+// Every text a person can see in the panel right now.
+QStringList shownTexts(const QWidget& root)
+{
+    QStringList texts;
+    for (const QLabel* label : root.findChildren<QLabel*>()) {
+        if (label->isVisibleTo(&root) && !label->text().isEmpty())
+            texts.append(label->text());
+    }
+    for (const QAbstractButton* button : root.findChildren<QAbstractButton*>()) {
+        if (button->isVisibleTo(&root) && !button->text().isEmpty())
+            texts.append(button->text());
+    }
+    return texts;
+}
+
+// The control a person would press: found by its accessible name, as a screen reader finds it.
+QAbstractButton* control(const QWidget& root, const QString& name, bool visibleOnly = true)
+{
+    for (QAbstractButton* button : root.findChildren<QAbstractButton*>()) {
+        if (button->accessibleName() == name && (!visibleOnly || button->isVisibleTo(&root)))
+            return button;
+    }
+    return nullptr;
+}
+
+void click(QAbstractButton* button)
+{
+    QVERIFY2(button, "no such control");
+    QTest::mouseClick(button, Qt::LeftButton, {}, button->rect().center());
+}
+
+// A set-up person with a home of real files, the fake service, a test clock and the panel.
+class Fixture
+{
+public:
+    TempHome home;
+    FakeClaudeServer server;
+    TestClock clock {QDateTime(QDate(2026, 3, 4), QTime(10, 0), Qt::LocalTime)};
+    int inputTokens = 100;
+    std::unique_ptr<AppState> state;
+    std::unique_ptr<MenuView> view;
+    QStringList windows;
+    QStringList folders;
+
+    explicit Fixture(bool onboarded = true)
+    {
+        Profile profile = Profile::defaults(home.path());
+        profile.onboarded = onboarded;
+        Store::saveProfile(profile);
+        Store::saveKey(u"sk-test"_s);
+        server.setHandler([this](const FakeClaudeServer::Request& request) {
+            if (request.json().value("system"_L1).toString() == u"Reply with OK.")
+                return FakeClaudeServer::reply(u"OK"_s, 10, 1);
+            FakeClaudeServer::Response response = FakeClaudeServer::sortingReply(request, personal);
+            QJsonObject body = QJsonDocument::fromJson(response.body).object();
+            body.insert("usage"_L1, QJsonObject {{"input_tokens"_L1, inputTokens}, {"output_tokens"_L1, 0}});
+            response.body = QJsonDocument(body).toJson();
+            return response;
+        });
+    }
+
+    void open()
+    {
+        state = std::make_unique<AppState>(&clock);
+        state->init();
+        view = std::make_unique<MenuView>(*state);
+        QObject::connect(
+            view.get(), &MenuView::windowRequested, view.get(), [this](const QString& id) { windows.append(id); });
+        QObject::connect(
+            view.get(), &MenuView::folderRequested, view.get(), [this](const QString& path) { folders.append(path); });
+        QSignalSpy counted(state.get(), &AppState::newFilesChanged);
+        view->show();
+        QVERIFY(counted.wait(5000));
+    }
+
+    bool refresh(TidyMode mode = TidyMode::quick)
+    {
+        QSignalSpy finished(state.get(), &AppState::refreshFinished);
+        state->start(mode);
+        return finished.wait(20000);
+    }
+
+    QStringList texts() const
+    {
+        return shownTexts(*view);
+    }
+
+    // A plan of real files waiting for review when the program starts.
+    void pendingPlan()
+    {
+        const QString downloads = home.path() + u"/Downloads"_s;
+        PlanItem letter = PlanFactory::item(downloads, 1, u"letter.txt"_s, u"personal"_s, u"Personal/Letters"_s);
+        letter.newName = u"2026-03 Letter to the bank.txt"_s;
+        letter.renameApproved = true;
+        PlanItem notes = PlanFactory::item(downloads, 2, u"notes.txt"_s, u"admin"_s, u"Work Admin"_s);
+        PlanItem junk = PlanFactory::item(
+            downloads, 3, u"setup.deb"_s, u"junk"_s, u"Brindlow Review/To Delete - Review First/Installers"_s);
+        junk.size = 1'234'000'000;
+        PlanItem copy = PlanFactory::item(
+            downloads, 4, u"notes (1).txt"_s, u"duplicate"_s, u"Brindlow Review/Duplicates - Review First"_s);
+        copy.size = 500'000;
+        PlanItem unsure
+            = PlanFactory::item(downloads, 5, u"scan.txt"_s, u"needs-you"_s, u"Brindlow Review/Needs You"_s);
+        unsure.approved = true;
+        QVERIFY(Store::savePlan({letter, notes, junk, copy, unsure}));
+    }
+};
+
+} // namespace
+
+class TestPanel : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+        Theme::apply(*qApp);
+    }
+
+    void welcomeBeforeSetUp()
+    {
+        Fixture f(false);
+        f.open();
+        QVERIFY(f.texts().contains(u"A fresh start for your computer."_s));
+        QVERIFY(!control(*f.view, u"Refresh now"_s));
+        click(control(*f.view, u"Get started"_s));
+        QCOMPARE(f.windows, QStringList {u"onboarding"_s});
+        click(control(*f.view, u"Settings"_s));
+        QCOMPARE(f.windows.last(), u"settings"_s);
+    }
+
+    void idlePanelCountsAndSwitch()
+    {
+        Fixture f;
+        f.open();
+        QCOMPARE(f.state->phase(), Phase::idle);
+        QStringList texts = f.texts();
+        QVERIFY(texts.contains(u"Ready for a fresh start"_s));
+        QVERIFY(texts.contains(u"0"_s));
+        QVERIFY(texts.contains(u"new files to sort"_s));
+        QVERIFY(texts.contains(u"SINCE YOUR LAST REFRESH"_s));
+        QVERIFY(texts.contains(u"folders watched"_s));
+        QVERIFY(!texts.contains(u"Check for updates"_s) || control(*f.view, u"Check for updates"_s));
+
+        f.home.writeFile(u"Desktop/one.txt"_s, "1");
+        QSignalSpy counted(f.state.get(), &AppState::newFilesChanged);
+        f.view->hide();
+        f.view->show();
+        QVERIFY(counted.wait(5000));
+        QVERIFY(f.texts().contains(u"new file to sort"_s));
+        QVERIFY(f.texts().contains(u"1"_s));
+
+        for (int i = 0; i < 1233; ++i)
+            f.home.writeFile(u"Downloads/file-%1.txt"_s.arg(i), "x");
+        f.view->hide();
+        f.view->show();
+        QVERIFY(counted.wait(5000));
+        QVERIFY(f.texts().contains(u"new files to sort"_s));
+        QVERIFY(f.texts().contains(u"1,234"_s));
+
+        // The switch is the profile's weekly refresh, stored at once.
+        QAbstractButton* sunday = control(*f.view, u"Sunday Reset"_s);
+        QVERIFY(sunday);
+        QVERIFY(!sunday->isChecked());
+        click(sunday);
+        QVERIFY(Store::loadProfile().autoTidy);
+        click(sunday);
+        QVERIFY(!Store::loadProfile().autoTidy);
+    }
+
+    void refreshStopsAndUndoWaits()
+    {
+        Fixture f;
+        f.open();
+        f.server.setLatency(20000);
+        click(control(*f.view, u"Refresh now"_s));
+        QCOMPARE(f.state->phase(), Phase::scanning);
+        QCOMPARE(f.view->currentPanel(), f.view->scanningPanel());
+        QVERIFY(f.texts().contains(u"Getting started\u2026"_s));
+
+        // An undo row left over from the idle panel cannot start a move beside the refresh.
+        QAbstractButton* undo = control(*f.view->idlePanel(), u"Undo last refresh"_s, false);
+        QVERIFY(undo);
+        click(undo);
+        QCOMPARE(f.state->phase(), Phase::scanning);
+        QCOMPARE(f.state->status(), u"Looking through your folders"_s);
+
+        QSignalSpy finished(f.state.get(), &AppState::refreshFinished);
+        click(control(*f.view, u"Stop refresh"_s));
+        QVERIFY(finished.wait(10000));
+        QCOMPARE(f.view->currentPanel(), f.view->idlePanel());
+        QVERIFY(f.texts().contains(AppState::refreshStoppedText()));
+    }
+
+    void progressIsSmoothedAndClamped()
+    {
+        ManualAnimationDriver driver;
+        Fixture f;
+        f.open();
+        f.server.setLatency(20000);
+        f.state->start(TidyMode::quick);
+        ScanningPanel* panel = f.view->scanningPanel();
+        ZenView* zen = panel->zenView();
+        QVERIFY(zen->isVisible());
+
+        f.state->applyProgress(0, 0, {});
+        driver.step(1500ms);
+        QCOMPARE(zen->fraction(), 0.0);
+
+        f.state->applyProgress(5, 10, {});
+        driver.step(700ms);
+        QVERIFY2(zen->fraction() > 0.05 && zen->fraction() < 0.45, qPrintable(QString::number(zen->fraction())));
+        driver.step(800ms);
+        QCOMPARE(zen->fraction(), 0.5);
+
+        f.state->applyProgress(15, 10, {});
+        driver.step(1500ms);
+        QCOMPARE(zen->fraction(), 1.0);
+
+        QSignalSpy finished(f.state.get(), &AppState::refreshFinished);
+        f.state->cancelRefresh();
+        QVERIFY(finished.wait(10000));
+    }
+
+    void reviewReadyThenDoneThenUndo()
+    {
+        Fixture f;
+        f.pendingPlan();
+        f.open();
+        QCOMPARE(f.view->currentPanel(), f.view->reviewReadyPanel());
+        QStringList texts = f.texts();
+        QVERIFY(texts.contains(u"Your fresh start is ready"_s));
+        QVERIFY(texts.contains(u"2"_s)); // to organize: not junk, duplicate or needs-you
+        QVERIFY(texts.contains(u"1"_s)); // to rename
+        QVERIFY(texts.contains(u"1.2 GB"_s)); // junk and duplicates together
+        QVERIFY(std::none_of(
+            texts.cbegin(), texts.cend(), [](const QString& t) { return t.startsWith(u"Claude cost"_s); }));
+        click(control(*f.view, u"Review changes"_s));
+        QCOMPARE(f.windows, QStringList {u"review"_s});
+
+        QSignalSpy moved(f.state.get(), &AppState::moveFinished);
+        f.state->apply(true);
+        QVERIFY(moved.wait(10000));
+        QCOMPARE(f.view->currentPanel(), f.view->donePanel());
+        texts = f.texts();
+        QVERIFY(texts.contains(u"A fresh start."_s));
+        QVERIFY(texts.contains(u"Everything has a home. Nothing was deleted."_s));
+        QVERIFY(texts.contains(u"1 files need you"_s));
+        QVERIFY(texts.contains(u"Watch your recap"_s));
+        click(control(*f.view, u"1 files need you"_s));
+        QCOMPARE(f.folders.last(), f.state->profile().homeBase + u"/Brindlow Review/Needs You"_s);
+        // The files on disk are small; what counts is the size that really moved.
+        const QString clearOut = f.texts().filter(u"Review what to clear out · "_s).value(0);
+        QVERIFY2(!clearOut.isEmpty(), qPrintable(f.texts().join(u"|"_s)));
+        click(control(*f.view, clearOut));
+        QCOMPARE(f.folders.last(), f.state->profile().homeBase + u"/Brindlow Review/To Delete - Review First"_s);
+        click(control(*f.view, u"Watch your recap"_s));
+        QCOMPARE(f.windows.last(), u"recap"_s);
+
+        // Undo shows the files going back on the progress panel, full, then the result.
+        QSignalSpy back(f.state.get(), &AppState::moveFinished);
+        click(control(*f.view, u"Undo last refresh"_s));
+        QCOMPARE(f.state->phase(), Phase::applying);
+        QCOMPARE(f.view->currentPanel(), f.view->scanningPanel());
+        QVERIFY(f.texts().contains(u"Putting files back"_s));
+        QCOMPARE(f.view->scanningPanel()->zenView()->fraction(), 1.0);
+        QVERIFY(!control(*f.view, u"Stop refresh"_s));
+        QVERIFY(back.wait(10000));
+        QCOMPARE(f.view->currentPanel(), f.view->idlePanel());
+        QVERIFY(f.texts().filter(u"Restored "_s).size() == 1);
+        QVERIFY(QFile::exists(f.home.path() + u"/Downloads/letter.txt"_s));
+    }
+
+    void notNowDropsThePlan()
+    {
+        Fixture f;
+        f.pendingPlan();
+        f.open();
+        click(control(*f.view, u"Not now"_s));
+        QCOMPARE(f.state->phase(), Phase::idle);
+        QCOMPARE(f.view->currentPanel(), f.view->idlePanel());
+        QTRY_VERIFY(Store::loadPlan().isEmpty());
+    }
+
+    void costLine()
+    {
+        Fixture f;
+        f.home.writeFile(u"Desktop/letter.txt"_s, "Dear bank");
+        f.open();
+        f.inputTokens = 40'000; // $0.004 at the default model's price
+        QVERIFY(f.refresh());
+        QCOMPARE(f.view->currentPanel(), f.view->reviewReadyPanel());
+        QVERIFY(f.texts().contains(u"Claude cost for this refresh: <$0.01"_s));
+
+        f.inputTokens = 1'260'000; // $0.126
+        QVERIFY(f.refresh());
+        QVERIFY2(f.texts().contains(u"Claude cost for this refresh: $0.13"_s), qPrintable(f.texts().join(u'|')));
+    }
+
+    void doneWithNothingToSort()
+    {
+        Fixture f;
+        f.open();
+        QVERIFY(f.refresh());
+        QCOMPARE(f.view->currentPanel(), f.view->donePanel());
+        const QStringList texts = f.texts();
+        QVERIFY(texts.contains(u"Everything was already in its place."_s));
+        QVERIFY(texts.filter(u"need you"_s).isEmpty());
+        QVERIFY(texts.filter(u"Review what to clear out"_s).isEmpty());
+        QVERIFY(texts.contains(u"0 B"_s) || texts.contains(u"0 bytes"_s));
+        click(control(*f.view, u"Open Folder"_s));
+        QCOMPARE(f.folders, QStringList {f.state->profile().homeBase});
+        click(control(*f.view, u"Done"_s));
+        QCOMPARE(f.state->phase(), Phase::idle);
+        QCOMPARE(f.view->currentPanel(), f.view->idlePanel());
+    }
+
+    void trayIconFollowsThePhase()
+    {
+        Fixture f;
+        f.pendingPlan();
+        f.open();
+        MenuBarLabel label(*f.state);
+        QCOMPARE(label.trayIcon()->toolTip(), u"Brindlow"_s);
+        QCOMPARE(label.image(), MenuBarLabel::Image::planWaiting);
+        click(control(*f.view, u"Not now"_s));
+        QCOMPARE(label.image(), MenuBarLabel::Image::brand);
+
+        QStringList entries;
+        for (const QAction* action : label.contextMenu()->actions()) {
+            if (!action->isSeparator())
+                entries.append(action->text());
+        }
+        QCOMPARE(entries, (QStringList {u"Open Brindlow"_s, u"Refresh now"_s, u"Settings"_s, u"Quit Brindlow"_s}));
+
+        f.server.setLatency(20000);
+        label.contextMenu()->actions().at(1)->trigger();
+        QCOMPARE(f.state->phase(), Phase::scanning);
+        QCOMPARE(label.image(), MenuBarLabel::Image::busy);
+        QVERIFY(!label.contextMenu()->actions().at(1)->isEnabled());
+
+        QSignalSpy toggled(&label, &MenuBarLabel::panelToggled);
+        Q_EMIT label.trayIcon()->activated(QSystemTrayIcon::Trigger);
+        QCOMPARE(toggled.size(), 1);
+        QSignalSpy finished(f.state.get(), &AppState::refreshFinished);
+        f.state->cancelRefresh();
+        QVERIFY(finished.wait(10000));
+        QCOMPARE(label.image(), MenuBarLabel::Image::brand);
+        QVERIFY(MenuBarLabel::render(MenuBarLabel::Image::busy).pixmap(22).toImage()
+                != MenuBarLabel::render(MenuBarLabel::Image::planWaiting).pixmap(22).toImage());
+    }
+};
+
+QTEST_MAIN(TestPanel)
+#include "tst_panel.moc"
