@@ -143,6 +143,7 @@ void AppState::init()
     m_timer.start();
     loadPendingPlan();
     importPlan();
+    refreshLastLogText();
     // Another Brindlow (the command line, say) may edit the plan while this one runs.
     m_watcher.addPath(Store::dir());
     connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this, [this] {
@@ -295,6 +296,10 @@ std::optional<QDateTime> AppState::classifyStart() const
 bool AppState::isBusy() const
 {
     return m_phase == Phase::scanning || m_phase == Phase::applying;
+}
+bool AppState::isUndoing() const
+{
+    return m_phase == Phase::applying && m_undoing;
 }
 
 void AppState::setPhase(Phase phase)
@@ -474,11 +479,27 @@ QString AppState::lastRunText() const
 
 QString AppState::lastLogText() const
 {
-    const std::optional<QString> log = Store::latestLog();
-    if (!log)
-        return {};
-    const QDateTime modified = QFileInfo(*log).lastModified();
-    return modified.isValid() ? QLocale::system().toString(modified.date(), u"MMM d"_s) : QString();
+    return m_lastLogText;
+}
+
+void AppState::refreshLastLogText()
+{
+    auto* watcher = new QFutureWatcher<QString>(this);
+    connect(watcher, &QFutureWatcher<QString>::finished, this, [this, watcher] {
+        const QString text = watcher->result();
+        watcher->deleteLater();
+        if (text != m_lastLogText) {
+            m_lastLogText = text;
+            Q_EMIT lastLogTextChanged();
+        }
+    });
+    watcher->setFuture(QtConcurrent::run([] {
+        const std::optional<QString> log = Store::latestLog();
+        if (!log)
+            return QString();
+        const QDateTime modified = QFileInfo(*log).lastModified();
+        return modified.isValid() ? QLocale::system().toString(modified.date(), u"MMM d"_s) : QString();
+    }));
 }
 
 std::optional<QString> AppState::timeLeftText() const

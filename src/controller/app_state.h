@@ -66,6 +66,8 @@ public:
     std::optional<RecapData> recap() const;
     std::optional<QDateTime> classifyStart() const;
     bool isBusy() const;
+    // While applying: whether the files are going back (an undo) rather than out.
+    bool isUndoing() const;
 
     // A refresh; refused while busy, and sent to onboarding before set-up is done.
     void start(TidyMode mode);
@@ -113,6 +115,8 @@ public:
     void applyProgress(int decided, int total, const QMap<QString, int>& counts);
 
     QString lastRunText() const;
+    // The date of the newest undoable apply, read in the background at start-up and after every
+    // apply and undo; empty when there is none.
     QString lastLogText() const;
     std::optional<QString> timeLeftText() const;
     QString calmStatus() const;
@@ -147,6 +151,7 @@ Q_SIGNALS:
     void messageChanged();
     void newFilesChanged();
     void recapChanged();
+    void lastLogTextChanged();
     void classifyStartChanged();
     // A refresh has ended, in review, done or idle after a failure or a stop.
     void refreshFinished();
@@ -183,6 +188,7 @@ private:
     // Takes the lock shared by every Brindlow process; tells the person when another holds it.
     bool acquireLock();
     void startMoving(const QString& status);
+    void refreshLastLogText();
     QDateTime now() const;
 
     const Clock* m_clock;
@@ -200,6 +206,8 @@ private:
     std::optional<QList<PlanItem>> m_planBeforeRefresh;
     std::optional<ApplyResult> m_lastResult;
     std::optional<UndoResult> m_lastUndo;
+    QString m_lastLogText;
+    bool m_undoing = false;
     std::optional<QString> m_message;
     int m_newFiles = 0;
     std::optional<RecapData> m_recap;

@@ -69,6 +69,7 @@ QString AppState::undoText(const UndoResult& result)
 
 void AppState::startMoving(const QString& status)
 {
+    m_undoing = status == u"Putting files back";
     setPhase(Phase::applying);
     setStatus(status);
     m_cancellation = std::make_shared<Cancellation>();
@@ -106,6 +107,7 @@ void AppState::apply(bool includeRenames)
         replacePlan({});
         setPhase(Phase::done);
         refreshNewFiles();
+        refreshLastLogText();
         Q_EMIT moveFinished();
     });
     ApplyOptions options;
@@ -140,6 +142,7 @@ void AppState::undoLast()
         setPhase(Phase::idle);
         setMessage(undoText(result));
         refreshNewFiles();
+        refreshLastLogText();
         Q_EMIT moveFinished();
     });
     const CancellationPtr cancellation = m_cancellation;

@@ -213,7 +213,7 @@ private Q_SLOTS:
         QVERIFY(reviewing->plan().isEmpty() && Store::loadPlan().isEmpty());
         QCOMPARE(reviewing->profile().lastRun, f.clock.now());
         QVERIFY(QFile::exists(f.home.path() + u"/Documents/Personal/Photos/Beach day.png"_s));
-        QVERIFY(!reviewing->lastLogText().isEmpty());
+        QTRY_VERIFY(!reviewing->lastLogText().isEmpty());
 
         reviewing->apply(true); // no longer in review
         QCOMPARE(reviewing->phase(), Phase::done);

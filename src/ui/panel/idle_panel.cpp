@@ -63,7 +63,8 @@ IdlePanel::IdlePanel(AppState& state, QWidget* parent)
                               &AppState::newFilesChanged,
                               &AppState::messageChanged,
                               &AppState::phaseChanged,
-                              &AppState::moveFinished})
+                              &AppState::moveFinished,
+                              &AppState::lastLogTextChanged})
         connect(&m_state, signal, this, &IdlePanel::refresh);
     refresh();
 }

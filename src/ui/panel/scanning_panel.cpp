@@ -90,9 +90,7 @@ void ScanningPanel::showFraction()
 
 void ScanningPanel::refreshStatus()
 {
-    m_status->setText(m_state.phase() == Phase::applying && m_state.status() == u"Putting files back"
-                          ? tr("Putting files back")
-                          : m_state.calmStatus());
+    m_status->setText(m_state.isUndoing() ? tr("Putting files back") : m_state.calmStatus());
     m_stop->setVisible(m_state.phase() == Phase::scanning);
 }
 
