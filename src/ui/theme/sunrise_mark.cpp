@@ -29,8 +29,11 @@ QSize SunriseMark::sizeHint() const
     return {m_size, m_size};
 }
 
-void SunriseMark::paint(QPainter& painter, const QRectF& box, bool tile)
+void SunriseMark::paint(QPainter& painter, const QRectF& box, bool tile, const std::optional<QColor>& monochrome)
 {
+    const QColor amber = monochrome.value_or(Theme::amber);
+    const QColor charcoal = monochrome.value_or(Theme::charcoal);
+    const QColor stone = monochrome.value_or(Theme::stone);
     const qreal s = std::min(box.width(), box.height());
     const QRectF square(box.center().x() - s / 2, box.center().y() - s / 2, s, s);
     const auto at = [&](qreal x, qreal y) { return QPointF(square.left() + x * s, square.top() + y * s); };
@@ -57,13 +60,13 @@ void SunriseMark::paint(QPainter& painter, const QRectF& box, bool tile)
     sun.arcTo(QRectF(centre.x() - r, centre.y() - r, 2 * r, 2 * r), 0, 180);
     sun.closeSubpath();
     painter.setPen(Qt::NoPen);
-    painter.setBrush(Theme::amber);
+    painter.setBrush(amber);
     painter.drawPath(sun);
 
     // Rays, skipped when they would blur into one another.
     const qreal stroke = std::max<qreal>(1.0, s * 0.055);
     if (s >= 20) {
-        painter.setPen(QPen(Theme::amber, stroke, Qt::SolidLine, Qt::RoundCap));
+        painter.setPen(QPen(amber, stroke, Qt::SolidLine, Qt::RoundCap));
         for (const int degrees : {30, 65, 90, 115, 150}) {
             const qreal a = qDegreesToRadians(qreal(degrees));
             const QPointF dir(std::cos(a), -std::sin(a));
@@ -71,11 +74,11 @@ void SunriseMark::paint(QPainter& painter, const QRectF& box, bool tile)
         }
     }
 
-    painter.setPen(QPen(Theme::charcoal, stroke, Qt::SolidLine, Qt::RoundCap));
+    painter.setPen(QPen(charcoal, stroke, Qt::SolidLine, Qt::RoundCap));
     const qreal margin = tile ? 0.18 : 0.08;
     painter.drawLine(at(margin, horizon), at(1 - margin, horizon));
     if (s >= 24) {
-        painter.setPen(QPen(Theme::stone, stroke, Qt::SolidLine, Qt::RoundCap));
+        painter.setPen(QPen(stone, stroke, Qt::SolidLine, Qt::RoundCap));
         painter.drawLine(at(0.3, horizon + 0.12), at(0.7, horizon + 0.12));
     }
     painter.restore();

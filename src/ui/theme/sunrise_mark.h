@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QColor>
 #include <QWidget>
+
+#include <optional>
 
 class QIcon;
 class QPainter;
@@ -17,8 +20,12 @@ public:
     void setTile(bool tile);
     QSize sizeHint() const override;
 
-    // Draws the mark into `box` (kept square and centred), optionally on a rounded tile.
-    static void paint(QPainter& painter, const QRectF& box, bool tile);
+    // Draws the mark into `box` (kept square and centred), optionally on a rounded tile. With
+    // `monochrome` every part is drawn in that one colour (the desktop's symbolic icons).
+    static void paint(QPainter& painter,
+                      const QRectF& box,
+                      bool tile,
+                      const std::optional<QColor>& monochrome = std::nullopt);
     // The program icon, rendered at the sizes desktops ask for.
     static QIcon icon();
 
