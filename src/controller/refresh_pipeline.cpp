@@ -44,9 +44,8 @@ std::optional<QString> capToNewest(QList<ScannedItem>& items)
 {
     if (items.size() <= kMaxItems)
         return std::nullopt;
-    std::stable_sort(items.begin(), items.end(), [](const ScannedItem& a, const ScannedItem& b) {
-        return a.modified > b.modified;
-    });
+    std::stable_sort(
+        items.begin(), items.end(), [](const ScannedItem& a, const ScannedItem& b) { return a.modified > b.modified; });
     items.resize(kMaxItems);
     return u"Sorted your newest "_s + number(kMaxItems) + u" files. Run it again for the rest."_s;
 }
@@ -125,6 +124,7 @@ Outcome run(const Request& request, const Reports& reports)
     outcome.scanned = int(items.size());
     outcome.capNotice = capToNewest(items);
     const int count = int(items.size());
+    outcome.classified = count;
     reports.total(count);
 
     const Profile current = learnProjects(request, items, reports);
