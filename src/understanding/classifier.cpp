@@ -8,6 +8,8 @@
 #include "prompt.h"
 
 #include <QFileInfo>
+#include <QSemaphore>
+#include <QThread>
 #include <QThreadPool>
 
 #include <condition_variable>
@@ -168,18 +170,27 @@ std::optional<APIError> Classifier::runJobs(const QList<Job>& jobs, int inFlight
     worker.m_cancellation = stop;
 
     // A job holds its slot from the first tile of its sheet to the answer, so at most
-    // `inFlight` sheets and requests are alive at once; sheets are never drawn ahead.
+    // `inFlight` sheets and requests are alive at once; sheets are never drawn ahead. No more
+    // sheets are drawn side by side than there are cores: slots that all drew at once would all
+    // finish late together and then all wait for answers together, leaving the processor idle.
     QThreadPool pool;
     pool.setMaxThreadCount(inFlight);
     Completions completions;
+    QSemaphore drawing(std::max(2, QThread::idealThreadCount()));
     // The pool starts jobs in the order they were queued, the next one as soon as one ends.
     for (const Job& job : jobs) {
-        pool.start([&worker, &stop, &completions, &job] {
+        pool.start([&worker, &stop, &completions, &drawing, &job] {
+            if (job.visual)
+                drawing.acquire();
+            const std::optional<QList<QJsonObject>> made = stop->isCancelled() ? std::nullopt : worker.content(job);
+            if (job.visual)
+                drawing.release();
             if (stop->isCancelled()) {
                 completions.push(APIError::of(APIError::Kind::cancelled));
                 return;
             }
-            completions.push(worker.run(job));
+            completions.push(made ? worker.ask(*made, job.items)
+                                  : Outcome<Decisions>(fallback(job.items, u"No preview available"_s)));
         });
     }
     std::optional<APIError> failure;
