@@ -5,6 +5,8 @@
 #include "plan_view.h"
 #include "planning/planner.h"
 #include "platform/file_io.h"
+#include "schedule/dbus_notifications.h"
+#include "schedule/notifier.h"
 #include "terminal.h"
 #include "understanding/claude_api.h"
 #include "understanding/usage.h"
@@ -76,6 +78,20 @@ int usageError(QTextStream& err, const QString& problem)
 {
     err << "brindlow-cli: " << VisibleText::of(problem) << "\nRun 'brindlow-cli --help' for usage.\n";
     return kUsage;
+}
+
+// The terminal shows the plan itself, so the desktop is not told about it; a notice that finds
+// no notification service (the reminder, when a long run meets its hour) is reported once.
+void useTerminalNotices(AppState& state, QTextStream& err)
+{
+    auto* desktop = new DBusNotifications(&state);
+    desktop->unavailable = [&err] {
+        err << "brindlow-cli: no notification service\n";
+        err.flush();
+    };
+    auto* notifier = new Notifier(desktop, nullptr, &state);
+    notifier->setAnnouncesPlans(false);
+    state.setNotifier(notifier);
 }
 
 void waitFor(AppState& state, void (AppState::*finished)())
@@ -280,6 +296,7 @@ int setup(const QStringList& args, QTextStream& out, QTextStream& err)
         }
     }
     AppState state;
+    useTerminalNotices(state, err);
     state.init();
     state.saveKey(*key);
     profile.onboarded = true;
@@ -331,6 +348,7 @@ int run(const QStringList& arguments, QTextStream& out, QTextStream& err)
         return setup(args, out, err);
 
     AppState state;
+    useTerminalNotices(state, err);
     state.init();
     if (command.isEmpty()) {
         // A first-time user at a terminal is walked through the set-up.

@@ -130,7 +130,7 @@ void AppState::finishRefresh(const RefreshPipeline::Outcome& result)
         Q_EMIT refreshFinished();
         return;
     }
-    m_lastRunCost = Usage::shared().endRun(result.scanned, now());
+    m_lastRunCost = Usage::shared().endRun(result.classified, now());
     Q_EMIT lastRunCostChanged();
     if (result.capNotice)
         setMessage(result.capNotice);

@@ -124,6 +124,7 @@ Outcome run(const Request& request, const Reports& reports)
     outcome.scanned = int(items.size());
     outcome.capNotice = capToNewest(items);
     const int count = int(items.size());
+    outcome.classified = count;
     reports.total(count);
 
     const Profile current = learnProjects(request, items, reports);

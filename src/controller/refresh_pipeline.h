@@ -48,6 +48,7 @@ struct Outcome
     QList<PlanItem> plan;
     std::optional<QString> capNotice;
     int scanned = 0;
+    int classified = 0; // what was left after the cap and handed to the classifier
 };
 
 // What a refresh of `mode` walks: for a quick refresh after the first, only the desktop and the

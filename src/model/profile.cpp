@@ -6,14 +6,37 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonArray>
+#include <QStandardPaths>
 
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// The desktop's name for one of its standard folders, relative to `home`: a German desktop
+// calls its desktop "Schreibtisch". The names are only known for the session's own home, and a
+// folder set to the home itself or to somewhere outside it cannot be stored relative to the
+// home, so those keep the English name.
+QString standardFolder(const QString& home, QStandardPaths::StandardLocation location, const QString& english)
+{
+    const QString root = QDir::cleanPath(home);
+    if (root != QDir::cleanPath(QDir::homePath()))
+        return english;
+    const QString resolved = QDir::cleanPath(QStandardPaths::writableLocation(location));
+    if (!resolved.startsWith(root == u"/" ? root : root + u'/') || resolved == root)
+        return english;
+    return QDir(root).relativeFilePath(resolved);
+}
+
+} // namespace
 
 Profile Profile::defaults(const QString& home)
 {
     Profile profile;
-    profile.homeBase = home + u"/Documents"_s;
-    profile.scanFolders = {u"Desktop"_s, u"Downloads"_s, u"Documents"_s};
+    const QString documents = standardFolder(home, QStandardPaths::DocumentsLocation, u"Documents"_s);
+    profile.homeBase = home + u'/' + documents;
+    profile.scanFolders = {standardFolder(home, QStandardPaths::DesktopLocation, u"Desktop"_s),
+                           standardFolder(home, QStandardPaths::DownloadLocation, u"Downloads"_s),
+                           documents};
     profile.model = u"claude-haiku-5-5"_s;
     return profile;
 }

@@ -19,7 +19,9 @@ struct Profile
     QString model;
     std::optional<QDateTime> lastRun;
 
-    // The settings of a person who has set nothing yet, for the given home folder.
+    // The settings of a person who has set nothing yet, for the given home folder. When that is
+    // the session's home, the scan folders and the home base carry the desktop's own names for
+    // its Desktop, Downloads and Documents folders.
     static Profile defaults(const QString& home);
     // The same for the current user.
     static Profile defaults();

@@ -9,6 +9,8 @@
 #include <cmath>
 #include <memory>
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace RelativeTime {
 
 QString format(const QDateTime& moment, const QDateTime& now)
@@ -38,7 +40,11 @@ QString format(const QDateTime& moment, const QDateTime& now)
     const double count = std::floor(magnitude / chosen.length) * (seconds < 0 ? -1 : 1);
 
     UErrorCode status = U_ZERO_ERROR;
-    const icu::Locale locale(QLocale::system().name().toUtf8().constData());
+    // The C and POSIX locales have no words of their own: ICU would fall back to bare
+    // abbreviations or plural-less English ("1 minutes ago"), so they read as English.
+    const QLocale system = QLocale::system();
+    const QString name = system.language() == QLocale::C ? u"en"_s : system.name();
+    const icu::Locale locale(name.toUtf8().constData());
     icu::RelativeDateTimeFormatter formatter(locale, nullptr, UDAT_STYLE_LONG, UDISPCTX_CAPITALIZATION_NONE, status);
     if (U_FAILURE(status))
         return {};

@@ -1,5 +1,6 @@
 #include "thumbnailer.h"
 
+#include "camera_photos.h"
 #include "file_io.h"
 
 #include <QBuffer>
@@ -215,9 +216,33 @@ QImage thumbnail(const QString& path, QSize box)
         image = fromPdf(path, box);
     else if (isVideo(suffix))
         image = fromVideo(path, box);
+    else if (CameraPhotos::handles(suffix))
+        image = CameraPhotos::thumbnail(path, box);
+    // A photo whose name promises one format and holds another is still worth a try.
     if (image.isNull())
         image = fromImageFile(path, box);
     return image;
+}
+
+std::optional<QSize> imageSize(const QString& path)
+{
+    if (CameraPhotos::handles(QFileInfo(path).suffix().toLower())) {
+        if (const std::optional<QSize> size = CameraPhotos::pixelSize(path))
+            return size;
+    }
+    QImageReader reader(path);
+    reader.setAutoTransform(true);
+    QSize size = reader.size();
+    if (!size.isValid())
+        return std::nullopt;
+    return reader.transformation().testFlag(QImageIOHandler::TransformationRotate90) ? size.transposed() : size;
+}
+
+bool hasReaderFor(const QString& path)
+{
+    const QString suffix = QFileInfo(path).suffix().toLower();
+    return CameraPhotos::handles(suffix) || QImageReader::supportedImageFormats().contains(suffix.toLatin1())
+        || !QImageReader::imageFormat(path).isEmpty();
 }
 
 bool store(const QString& path, const QImage& image, qint64 modifiedSeconds, int side)

@@ -4,13 +4,22 @@
 #include <QSize>
 #include <QString>
 
+#include <optional>
+
 // A small picture of a file: the desktop's own fresh thumbnail when there is one, otherwise
-// made here from the file (images decoded at reduced size, the frame of a video, the first page
-// of a PDF). Safe to call from many threads at once.
+// made here from the file (images decoded at reduced size, phone and camera photos from their
+// stored previews, the frame of a video, the first page of a PDF). Safe to call from many threads at once.
 namespace Thumbnailer {
 
 // A picture that fits in `box`, or a null image when the file has none to give.
 QImage thumbnail(const QString& path, QSize box = QSize(250, 220));
+
+// An image's size in pixels as shown, from its header without decoding it; nothing when the
+// file cannot be read.
+std::optional<QSize> imageSize(const QString& path);
+// Whether this build has a reader for the image format the file's name or its first bytes
+// announce, whether or not this file turns out readable.
+bool hasReaderFor(const QString& path);
 
 // The desktop's cached thumbnail (freedesktop layout under ~/.cache/thumbnails), only when it
 // records the file's current modification time.

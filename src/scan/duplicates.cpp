@@ -39,6 +39,19 @@ QString hex(const unsigned char* digest, unsigned int length)
     return QString::fromLatin1(QByteArray(reinterpret_cast<const char*>(digest), length).toHex());
 }
 
+} // namespace
+
+quint64 prefixKey(QByteArrayView bytes)
+{
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    unsigned int length = 0;
+    EVP_Digest(bytes.constData(), size_t(bytes.size()), digest, &length, EVP_sha256(), nullptr);
+    quint64 key = 0;
+    for (int i = 0; i < 8; ++i)
+        key = (key << 8) | digest[i];
+    return key;
+}
+
 std::optional<quint64> prefixHash(const QString& path)
 {
     const UniqueFd fd(openForReading(path));
@@ -46,8 +59,10 @@ std::optional<quint64> prefixHash(const QString& path)
         return std::nullopt;
     char buffer[kPrefixBytes];
     const qint64 got = fd.readFully(buffer, kPrefixBytes);
-    return quint64(qHashBits(buffer, size_t(got), 0x9e3779b97f4a7c15ULL)) ^ quint64(got);
+    return prefixKey(QByteArrayView(buffer, std::max<qint64>(got, 0)));
 }
+
+namespace {
 
 // Whether two files of the same size hold the same bytes. Reads both in step and stops at the
 // first difference, so files that merely share a header cost little.

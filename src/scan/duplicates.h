@@ -3,6 +3,7 @@
 #include "enrichment_cache.h"
 #include "model/scanned_item.h"
 
+#include <QByteArrayView>
 #include <QList>
 #include <QString>
 
@@ -19,6 +20,12 @@ constexpr qint64 kPrefixBytes = 4096;
 // SHA-256 of the file's content as 64 lower-case hex digits: the whole file up to 500,000,000
 // bytes, above that its size and three samples (start, middle, end). Nothing if unreadable.
 std::optional<QString> sha(const QString& path, qint64 size);
+
+// The first eight bytes of the SHA-256 of `bytes`, big-endian. Kept in the scan cache, so it must
+// come out the same in every build and every process.
+quint64 prefixKey(QByteArrayView bytes);
+// prefixKey of a file's first 4 KiB (all of it when shorter). Nothing if unreadable.
+std::optional<quint64> prefixHash(const QString& path);
 
 // Appends "exact-duplicate" to every member of a set of identical files but the kept copy (no
 // copy-style name first, then the shorter name, then the smaller path). Only files that share

@@ -6,11 +6,11 @@
 #include "model/graphemes.h"
 #include "platform/download_origin.h"
 #include "platform/file_io.h"
+#include "platform/thumbnailer.h"
 #include "scanner.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QImageReader>
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -136,11 +136,12 @@ std::optional<QString> whereFrom(const QString& path)
 
 bool isTinyImage(const QString& path)
 {
-    QImageReader reader(path);
-    const QSize size = reader.size();
-    if (!size.isValid())
-        return true;
-    return std::max(size.width(), size.height()) < 65;
+    // Not knowing a format is no evidence against the picture: a phone photo is never junk
+    // merely because this system cannot look inside it.
+    if (!Thumbnailer::hasReaderFor(path))
+        return false;
+    const std::optional<QSize> size = Thumbnailer::imageSize(path);
+    return !size || std::max(size->width(), size->height()) < 65;
 }
 
 bool hasExtractedFolder(const QString& archivePath)

@@ -27,7 +27,8 @@ std::optional<QString> snippet(const QString& path, const QString& ext, qint64 s
 std::optional<QString> whereFrom(const QString& path);
 // Junk hint codes for an item, in their fixed order (never "exact-duplicate").
 QStringList hints(const ScannedItem& item);
-// An image whose larger side is at most 64 pixels, or whose size cannot be read at all.
+// An image whose larger side is at most 64 pixels, or whose size cannot be read although its
+// format has a reader here (a format with none is never called tiny).
 bool isTinyImage(const QString& path);
 // Markup tags and runs of white space become single blanks; cut at 800 user-perceived characters.
 QString clean(const QString& text);

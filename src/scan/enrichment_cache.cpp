@@ -13,7 +13,8 @@
 namespace {
 
 constexpr char kMagic[] = "BRINDLOW-SCAN-CACHE";
-constexpr qint32 kVersion = 3;
+// 4: prefix hashes became SHA-256 based; those of older caches would never match fresh ones.
+constexpr qint32 kVersion = 4;
 constexpr qint64 kMaxFileBytes = 512 * 1024 * 1024;
 
 QByteArray checksum(QByteArrayView payload)

@@ -6,6 +6,8 @@
 #include <QDBusPendingReply>
 #include <QVariantMap>
 
+#include <utility>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -33,6 +35,8 @@ void DBusNotifications::post(const QString& identifier, const QString& title, co
         const QDBusPendingReply<uint> reply = *watcher;
         watcher->deleteLater();
         if (reply.isError()) {
+            if (unavailable && !std::exchange(m_saidUnavailable, true))
+                unavailable();
             if (fallback)
                 fallback(identifier, title, body);
             return;

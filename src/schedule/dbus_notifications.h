@@ -18,8 +18,12 @@ public:
     void post(const QString& identifier, const QString& title, const QString& body) override;
     void withdraw(const QString& identifier) override;
 
-    // Called, with the same arguments, when no notification service answers.
+    // Called, with the same arguments, when no notification service answers: the tray program
+    // shows the notice another way (a balloon from its icon).
     std::function<void(const QString& identifier, const QString& title, const QString& body)> fallback;
+    // Called once, the first time a notice finds no service, for programs that can only say so
+    // (the command line).
+    std::function<void()> unavailable;
 
 private Q_SLOTS:
     void onActionInvoked(uint id, const QString& action);
@@ -27,4 +31,5 @@ private Q_SLOTS:
 
 private:
     QHash<QString, uint> m_shown; // identifier -> the service's id
+    bool m_saidUnavailable = false;
 };

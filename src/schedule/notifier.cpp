@@ -80,8 +80,13 @@ QString Notifier::planReadyBody(int changes)
     return QLocale::system().toString(changes) + u" changes are waiting. Nothing moves until you say so."_s;
 }
 
+void Notifier::setAnnouncesPlans(bool announce)
+{
+    m_announcesPlans = announce;
+}
+
 void Notifier::planReady(int changes)
 {
-    if (m_service)
+    if (m_service && m_announcesPlans)
         m_service->post(kPlanReady, u"Your fresh start is ready"_s, planReadyBody(changes));
 }

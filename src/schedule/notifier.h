@@ -27,6 +27,9 @@ public:
     // Posts the reminder when it is due and was not delivered yet this Sunday.
     void checkReminder();
     void planReady(int changes);
+    // Off where the person watched the refresh finish (the command line): the plan is already in
+    // front of them, and a desktop notice would only repeat it.
+    void setAnnouncesPlans(bool announce);
 
     static QString planReadyBody(int changes);
 
@@ -37,4 +40,5 @@ private:
     NotificationService* m_service;
     const Clock* m_clock;
     bool m_scheduled = false;
+    bool m_announcesPlans = true;
 };

@@ -15,8 +15,10 @@ QString APIError::errorDescription() const
             return u"Unexpected response from Claude."_s;
         case Kind::busy:
             return u"Claude is busy right now. Try again in a minute."_s;
-        case Kind::transport:
         case Kind::parse:
+            // The service did answer, so blaming the connection would send the person astray.
+            return u"Claude's answer could not be read: "_s + message + u'.';
+        case Kind::transport:
         case Kind::cancelled:
             break;
     }
@@ -43,6 +45,14 @@ APIError APIError::fatal(const QString& message)
     APIError error;
     error.kind = Kind::fatal;
     error.message = message;
+    return error;
+}
+
+APIError APIError::parse(const QString& parserError)
+{
+    APIError error;
+    error.kind = Kind::parse;
+    error.message = parserError;
     return error;
 }
 

@@ -18,7 +18,7 @@ struct APIError
     Kind kind = Kind::badResponse;
     int status = 0;
     QString body; // http: the answer's body
-    QString message; // fatal: the text to show
+    QString message; // fatal: the text to show; parse: the JSON parser's own error
 
     // The text shown to the person, unchanged.
     QString errorDescription() const;
@@ -26,5 +26,6 @@ struct APIError
 
     static APIError http(int status, const QString& body);
     static APIError fatal(const QString& message);
+    static APIError parse(const QString& parserError);
     static APIError of(Kind kind);
 };

@@ -8,8 +8,9 @@
 #include "prompt.h"
 
 #include <QFileInfo>
+#include <QSemaphore>
+#include <QThread>
 #include <QThreadPool>
-#include <QtConcurrent>
 
 #include <condition_variable>
 #include <deque>
@@ -168,40 +169,26 @@ std::optional<APIError> Classifier::runJobs(const QList<Job>& jobs, int inFlight
     auto stop = std::make_shared<Cancellation>(m_cancellation);
     worker.m_cancellation = stop;
 
-    using Content = std::optional<QList<QJsonObject>>;
-    QThreadPool drawing;
-    drawing.setMaxThreadCount(std::max(2, QThread::idealThreadCount()));
-    QList<QFuture<Content>> contents(jobs.size());
-    std::mutex preparing;
-    qsizetype nextToPrepare = 0;
-    const auto prepareUpTo = [&](qsizetype end) {
-        const std::lock_guard lock(preparing);
-        for (; nextToPrepare < std::min(end, jobs.size()); ++nextToPrepare) {
-            const Job& job = jobs[nextToPrepare];
-            contents[nextToPrepare] = QtConcurrent::run(&drawing, [&worker, &stop, job]() -> Content {
-                return stop->isCancelled() ? Content() : worker.content(job);
-            });
-        }
-    };
-    const auto preparedFor = [&](qsizetype index) {
-        const std::lock_guard lock(preparing);
-        return contents[index];
-    };
-    prepareUpTo(kPrepareAhead);
-
+    // A job holds its slot from the first tile of its sheet to the answer, so at most
+    // `inFlight` sheets and requests are alive at once; sheets are never drawn ahead. No more
+    // sheets are drawn side by side than there are cores: slots that all drew at once would all
+    // finish late together and then all wait for answers together, leaving the processor idle.
     QThreadPool pool;
     pool.setMaxThreadCount(inFlight);
     Completions completions;
+    QSemaphore drawing(std::max(2, QThread::idealThreadCount()));
     // The pool starts jobs in the order they were queued, the next one as soon as one ends.
-    for (qsizetype index = 0; index < jobs.size(); ++index) {
-        pool.start([&, index] {
-            prepareUpTo(index + kPrepareAhead + 1);
-            const Job& job = jobs[index];
+    for (const Job& job : jobs) {
+        pool.start([&worker, &stop, &completions, &drawing, &job] {
+            if (job.visual)
+                drawing.acquire();
+            const std::optional<QList<QJsonObject>> made = stop->isCancelled() ? std::nullopt : worker.content(job);
+            if (job.visual)
+                drawing.release();
             if (stop->isCancelled()) {
                 completions.push(APIError::of(APIError::Kind::cancelled));
                 return;
             }
-            const Content made = preparedFor(index).result();
             completions.push(made ? worker.ask(*made, job.items)
                                   : Outcome<Decisions>(fallback(job.items, u"No preview available"_s)));
         });
@@ -218,7 +205,6 @@ std::optional<APIError> Classifier::runJobs(const QList<Job>& jobs, int inFlight
         }
     }
     pool.waitForDone();
-    drawing.waitForDone();
     return failure;
 }
 

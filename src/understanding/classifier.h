@@ -65,9 +65,6 @@ public:
     static constexpr int kSecondInFlight = 4;
     static constexpr int kSecondPassMost = 3000;
     static constexpr int kMaxTokens = 6000;
-    // Contents are made this many jobs ahead of the requests, so that drawing sheets overlaps
-    // with waiting for answers instead of delaying them.
-    static constexpr int kPrepareAhead = 2 * kInFlight;
 
 private:
     using Merge = std::function<void(const Decisions&)>;

@@ -29,6 +29,7 @@ struct ClaudeAPI::Answer
 {
     bool transportFailed = false;
     bool cancelled = false;
+    bool tooLong = false; // the body passed kMaxReplyBytes and was cut off
     int status = 0;
     QByteArray body;
 };
@@ -84,6 +85,15 @@ ClaudeAPI::Answer ClaudeAPI::post(const QByteArray& body) const
     QEventLoop loop;
     QNetworkReply* reply = manager.post(request, body);
     QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
+    // Read as it arrives, so that a gateway sending without end costs at most the cap.
+    const auto take = [&answer, reply] {
+        answer.body += reply->read(kMaxReplyBytes + 1 - answer.body.size());
+        if (answer.body.size() > kMaxReplyBytes && !answer.tooLong) {
+            answer.tooLong = true;
+            reply->abort();
+        }
+    };
+    QObject::connect(reply, &QNetworkReply::readyRead, &loop, take);
     QTimer watch;
     if (m_cancellation) {
         QObject::connect(&watch, &QTimer::timeout, reply, [this, reply] {
@@ -100,7 +110,8 @@ ClaudeAPI::Answer ClaudeAPI::post(const QByteArray& body) const
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     answer.transportFailed = !status.isValid();
     answer.status = status.toInt();
-    answer.body = reply->readAll();
+    if (!answer.tooLong)
+        take();
     reply->deleteLater();
     return answer;
 }
@@ -124,6 +135,8 @@ ClaudeAPI::Result ClaudeAPI::send(const QString& system, const QList<QJsonObject
         const Answer answer = post(body);
         if (answer.cancelled)
             return APIError::of(APIError::Kind::cancelled);
+        if (answer.tooLong)
+            return APIError::of(APIError::Kind::badResponse);
         if (answer.transportFailed)
             return APIError::of(APIError::Kind::transport);
         const int status = answer.status;
@@ -151,7 +164,7 @@ ClaudeAPI::Result ClaudeAPI::send(const QString& system, const QList<QJsonObject
         QJsonParseError error {};
         const QJsonDocument document = QJsonDocument::fromJson(answer.body, &error);
         if (error.error != QJsonParseError::NoError)
-            return APIError::of(APIError::Kind::parse);
+            return APIError::parse(error.errorString());
         const QJsonObject object = document.object();
         if (!document.isObject() || !object.value("content"_L1).isArray())
             return APIError::of(APIError::Kind::badResponse);

@@ -35,6 +35,9 @@ public:
 
     static constexpr int kMaxAttempts = 4;
     static constexpr int kTimeoutSeconds = 180;
+    // Far above any real reply (6,000 tokens are some tens of kilobytes); a longer body is
+    // treated as a bad response.
+    static constexpr qint64 kMaxReplyBytes = 16 * 1024 * 1024;
 
 private:
     struct Answer;

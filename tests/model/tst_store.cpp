@@ -187,6 +187,38 @@ private Q_SLOTS:
         QCOMPARE(QFileInfo(file).lastModified(), before);
     }
 
+    void defaultFoldersCarryTheDesktopsNames_data()
+    {
+        QTest::addColumn<QByteArray>("userDirs");
+        QTest::addColumn<QStringList>("folders");
+        QTest::newRow("German") << QByteArray("XDG_DESKTOP_DIR=\"$HOME/Schreibtisch\"\n"
+                                              "XDG_DOWNLOAD_DIR=\"$HOME/Downloads\"\n"
+                                              "XDG_DOCUMENTS_DIR=\"$HOME/Dokumente\"\n")
+                                << QStringList {u"Schreibtisch"_s, u"Downloads"_s, u"Dokumente"_s};
+        QTest::newRow("nested French") << QByteArray(
+            "XDG_DESKTOP_DIR=\"$HOME/Bureau\"\nXDG_DOWNLOAD_DIR=\"$HOME/Perso/Téléchargements\"\n"
+            "XDG_DOCUMENTS_DIR=\"$HOME/Documents\"\n")
+                                       << QStringList {u"Bureau"_s, u"Perso/Téléchargements"_s, u"Documents"_s};
+        // xdg-user-dirs turns a folder off by pointing it at the home; a shared folder lies outside.
+        QTest::newRow("home itself and outside")
+            << QByteArray("XDG_DESKTOP_DIR=\"$HOME/\"\nXDG_DOCUMENTS_DIR=\"/srv/shared/docs\"\n")
+            << QStringList {u"Desktop"_s, u"Downloads"_s, u"Documents"_s};
+    }
+
+    void defaultFoldersCarryTheDesktopsNames()
+    {
+        QFETCH(QByteArray, userDirs);
+        QFETCH(QStringList, folders);
+        TempHome home;
+        home.writeFile(u".config/user-dirs.dirs"_s, userDirs);
+        const Profile profile = Profile::defaults(home.path());
+        QCOMPARE(profile.scanFolders, folders);
+        QCOMPARE(profile.homeBase, home.path() + u'/' + folders.last());
+        // Another person's home gets the English names: the desktop's are known only for ours.
+        QCOMPARE(Profile::defaults(u"/home/ann"_s).scanFolders,
+                 (QStringList {u"Desktop"_s, u"Downloads"_s, u"Documents"_s}));
+    }
+
     void homeBaseOutsideTheHomeIsCorrected_data()
     {
         QTest::addColumn<QString>("homeBase"); // "~" stands for the temporary home

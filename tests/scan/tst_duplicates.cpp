@@ -85,6 +85,10 @@ private Q_SLOTS:
         const QByteArray big = noise(3 * Scanner::kHashChunk + 17, 1);
         QCOMPARE(Scanner::sha(file(u"big.bin"_s, big), big.size()),
                  QString::fromLatin1(QCryptographicHash::hash(big, QCryptographicHash::Sha256).toHex()));
+        // The prefix key lives in the scan cache across upgrades: a fixed digest, never a seeded hash.
+        QCOMPARE(Scanner::prefixHash(m_dir.path() + u"/abc.txt"_s), 0xba7816bf8f01cfeaULL);
+        const QByteArray head = QCryptographicHash::hash(big.left(Scanner::kPrefixBytes), QCryptographicHash::Sha256);
+        QCOMPARE(Scanner::prefixHash(m_dir.path() + u"/big.bin"_s), qFromBigEndian<quint64>(head.constData()));
     }
 
     void keptCopyOrder()

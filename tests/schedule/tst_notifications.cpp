@@ -84,6 +84,12 @@ private Q_SLOTS:
         QVERIFY(!notifier.reminderScheduled() && !Notifier::reminderOn());
         QSettings(u"Brindlow"_s, u"Brindlow"_s).setValue(u"sundayReminderOn"_s, u"maybe"_s);
         QVERIFY(Notifier::reminderOn());
+
+        // The command line's notifier keeps plans to the terminal.
+        notifier.setAnnouncesPlans(false);
+        notifier.planReady(3);
+        QVERIFY(syncWithService());
+        QCOMPARE(service.shown.size(), 2);
     }
 
     void planReadyAndClicks()
@@ -145,10 +151,14 @@ private Q_SLOTS:
     {
         DBusNotifications desktop;
         QStringList fellBack;
+        int toldUnavailable = 0;
         desktop.fallback
             = [&fellBack](const QString& identifier, const QString&, const QString&) { fellBack.append(identifier); };
+        desktop.unavailable = [&toldUnavailable] { ++toldUnavailable; };
         desktop.post(u"plan-ready"_s, u"Your fresh start is ready"_s, u"1 changes are waiting."_s);
-        QTRY_COMPARE_WITH_TIMEOUT(fellBack, QStringList {u"plan-ready"_s}, 30000);
+        desktop.post(u"sunday-reminder"_s, u"Brindlow"_s, u"Don't forget to start the week fresh."_s);
+        QTRY_COMPARE_WITH_TIMEOUT(fellBack, (QStringList {u"plan-ready"_s, u"sunday-reminder"_s}), 30000);
+        QCOMPARE(toldUnavailable, 1);
     }
 };
 

@@ -7,6 +7,11 @@
 
 #include <QJsonArray>
 #include <QTest>
+#include <QtConcurrent>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -113,6 +118,34 @@ private Q_SLOTS:
         QCOMPARE(decidedReports.last(), 140);
     }
 
+    void sheetsAreDrawnOnlyForJobsInFlight()
+    {
+        // Six text jobs take every slot; the seventh job's only photo is a pipe, which shows the
+        // moment anyone starts drawing its sheet.
+        Fixture f;
+        for (int i = 0; i < 6 * Classifier::kTextJob; ++i)
+            f.add(u"Documents/doc %1.txt"_s.arg(i), FileKind::doc);
+        const QString pipe = f.add(u"Desktop/photo.png"_s, FileKind::image).url.toLocalFile();
+        QVERIFY(QFile::remove(pipe) && ::mkfifo(QFile::encodeName(pipe).constData(), 0600) == 0);
+        f.server.setLatency(60000);
+        auto stop = std::make_shared<Cancellation>();
+        Classifier classifier(u"sk-test"_s, f.profile);
+        classifier.setCancellation(stop);
+        QFuture<Classifier::Outcome<QList<PlanItem>>> running
+            = QtConcurrent::run([&] { return classifier.buildPlan(f.items, TidyMode::quick); });
+
+        QTRY_COMPARE(f.server.requestCount(), Classifier::kInFlight);
+        // Opening the pipe for writing succeeds only while someone reads it, and lets them go.
+        const int writer = ::open(QFile::encodeName(pipe).constData(), O_WRONLY | O_NONBLOCK);
+        const bool drawnAhead = writer >= 0;
+        if (writer >= 0)
+            ::close(writer);
+        stop->cancel();
+        QVERIFY(std::holds_alternative<APIError>(running.result()));
+        QVERIFY(!drawnAhead);
+        QCOMPARE(f.server.requestCount(), Classifier::kInFlight);
+    }
+
     void rulesDecideFirst()
     {
         Fixture f;
@@ -206,20 +239,22 @@ private Q_SLOTS:
         Fixture f;
         for (int i = 0; i < 45; ++i)
             f.add(u"Documents/doc %1.txt"_s.arg(i), FileKind::doc);
-        // The first batch stays overloaded through every retry; the second is answered.
+        // The first batch stays overloaded through every retry; a gateway answers the second
+        // with a page of its own.
         f.server.setHandler([](const FakeClaudeServer::Request& r) {
             if (r.userText().contains(u"doc 0.txt"_s))
                 return FakeClaudeServer::Response {529, "{}", 0};
-            return FakeClaudeServer::sortingReply(r, library);
+            return FakeClaudeServer::Response {200, "<html>Gateway maintenance</html>", 0};
         });
         f.profile.model = u"claude-opus-5-5"_s; // no second pass, to count the first alone
         const QList<PlanItem> plan = std::get<QList<PlanItem>>(f.plan());
         QCOMPARE(plan.size(), 45);
-        int busy = 0;
+        QMap<QString, int> reasons;
         for (const PlanItem& item : plan)
-            busy += item.reason == u"Claude is busy right now. Try again in a minute."_s
-                && item.category == u"needs-you";
-        QCOMPARE(busy, 40);
+            reasons[item.category + u' ' + item.reason] += 1;
+        QCOMPARE(reasons,
+                 (QMap<QString, int> {{u"needs-you Claude is busy right now. Try again in a minute."_s, 40},
+                                      {u"needs-you Claude's answer could not be read: illegal value."_s, 5}}));
         QCOMPARE(f.server.requestCount(), 5);
         QCOMPARE(f.clock.sleeps().size(), 4);
 

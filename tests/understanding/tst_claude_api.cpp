@@ -115,9 +115,15 @@ private Q_SLOTS:
             server.enqueue(status(200, bad));
             QCOMPARE(errorText(sendOnce(&clock)), u"Unexpected response from Claude."_s);
         }
+        // A body that is not JSON is the service's answer, not a lost connection: the parser says why.
         server.enqueue(status(200, "not json"));
-        QCOMPARE(errorText(sendOnce(&clock)),
-                 u"Couldn't reach Claude. Check your internet connection and try again."_s);
+        QCOMPARE(errorText(sendOnce(&clock)), u"Claude's answer could not be read: illegal value."_s);
+        server.enqueue(status(200, "{\"content\":[{\"type\":\"text\",\"text\":\"cut"));
+        QCOMPARE(errorText(sendOnce(&clock)), u"Claude's answer could not be read: unterminated string."_s);
+        // Past the cap the body is not read on, however well-formed it would be.
+        const QByteArray padding(ClaudeAPI::kMaxReplyBytes, 'a');
+        server.enqueue(status(200, "{\"content\":[{\"type\":\"text\",\"text\":\"" + padding + "\"}]}"));
+        QCOMPARE(errorText(sendOnce(&clock)), u"Unexpected response from Claude."_s);
         QVERIFY(clock.sleeps().isEmpty());
     }
 
