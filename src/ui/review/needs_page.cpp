@@ -16,10 +16,42 @@
 #include <QLineEdit>
 #include <QLocale>
 #include <QMenu>
+#include <QPainter>
 #include <QPushButton>
 #include <QVBoxLayout>
 
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// Two four-pointed stars: our own drawing, since emoji fonts are missing on many desktops.
+QPixmap sparklePixmap(qreal ratio)
+{
+    QPixmap pixmap((QSizeF(18, 18) * ratio).toSize());
+    pixmap.setDevicePixelRatio(ratio);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(Theme::amber);
+    const auto star = [&painter](QPointF centre, qreal radius) {
+        const qreal waist = radius * 0.28;
+        const QPointF points[] = {{centre.x(), centre.y() - radius},
+                                  {centre.x() + waist, centre.y() - waist},
+                                  {centre.x() + radius, centre.y()},
+                                  {centre.x() + waist, centre.y() + waist},
+                                  {centre.x(), centre.y() + radius},
+                                  {centre.x() - waist, centre.y() + waist},
+                                  {centre.x() - radius, centre.y()},
+                                  {centre.x() - waist, centre.y() - waist}};
+        painter.drawPolygon(points, 8);
+    };
+    star({7, 10}, 6.5);
+    star({14, 4}, 3.5);
+    return pixmap;
+}
+
+} // namespace
 
 NeedsPage::NeedsPage(AppState& state, PlanModel& plan, QWidget* parent)
     : QWidget(parent)
@@ -57,7 +89,7 @@ NeedsPage::NeedsPage(AppState& state, PlanModel& plan, QWidget* parent)
     m_newProject->setPlaceholderText(tr("Add a project, e.g. Penwick"));
     m_newProject->setAccessibleName(tr("Add a project"));
     m_newProject->setClearButtonEnabled(true);
-    m_newProject->setMaximumWidth(360);
+    m_newProject->setFixedWidth(320);
     m_addedNote->setAccessibleName(tr("Project added"));
     m_addedNote->hide();
     connect(m_newProject, &QLineEdit::returnPressed, this, [this] {
@@ -69,8 +101,9 @@ NeedsPage::NeedsPage(AppState& state, PlanModel& plan, QWidget* parent)
     });
     auto* adding = new QHBoxLayout;
     adding->setSpacing(12);
-    adding->addWidget(m_newProject, 1);
-    adding->addWidget(m_addedNote, 1);
+    adding->addWidget(m_newProject);
+    adding->addWidget(m_addedNote);
+    adding->addStretch(1);
 
     m_list->setObjectName(u"needsList"_s);
     m_list->setAccessibleName(tr("Files that need you"));
@@ -175,7 +208,8 @@ void NeedsPage::rebuildSuggestions()
     }
     for (const GroupCount& suggestion : std::as_const(wanted)) {
         auto* row = new QWidget(m_suggestions);
-        auto* sparkle = new QLabel(u"\u2728"_s, row);
+        auto* sparkle = new QLabel(row);
+        sparkle->setPixmap(sparklePixmap(devicePixelRatioF()));
         sparkle->setAccessibleName(tr("Suggestion"));
         auto* lead = new QLabel(tr("Looks like a project:"), row);
         auto* name = new QLabel(suggestion.name, row);
