@@ -6,12 +6,15 @@
 #include "ui/panel/menu_bar_label.h"
 #include "ui/panel/menu_view.h"
 #include "ui/panel/panel_window.h"
+#include "ui/review/review_window.h"
 
 #include <QApplication>
 #include <QDesktopServices>
 #include <QSystemTrayIcon>
 #include <QTimer>
 #include <QUrl>
+
+using namespace Qt::Literals::StringLiterals;
 
 Shell::Shell(QObject* parent)
     : QObject(parent)
@@ -35,6 +38,7 @@ bool Shell::start()
     };
     m_state.setNotifier(new Notifier(service, &SystemClock::instance(), &m_state));
     connect(&m_state, &AppState::windowRequested, this, &Shell::openWindow);
+    m_windows.add(u"review"_s, [this] { return new ReviewWindow(m_state); });
 
     m_panel = std::make_unique<PanelWindow>(m_state, tray ? PanelWindow::Mode::popup : PanelWindow::Mode::window);
     MenuView* view = m_panel->menuView();

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QFutureWatcher>
+#include <QObject>
+#include <QStringList>
+
+#include <optional>
+
+class AppState;
+
+// The places an unsure file can be sent: leave it, the Needs You folder, the archive, every
+// project, and the folders already at the top of the home base. Listing the home base touches
+// the disk, so it happens in the background and the list grows when it is done.
+class DestinationChoices : public QObject
+{
+    Q_OBJECT
+
+public:
+    struct Choice
+    {
+        QString label;
+        std::optional<QString> folder; // none: the file stays where it is
+        bool startsSection = false;
+    };
+
+    static const QString kNeedsYouFolder;
+    static const QString kArchiveFolder;
+
+    explicit DestinationChoices(AppState& state, QObject* parent = nullptr);
+
+    QList<Choice> choices() const;
+    // Lists the home base again (the person may have made folders since).
+    void refresh();
+    bool isListing() const;
+
+Q_SIGNALS:
+    void changed();
+
+private:
+    AppState& m_state;
+    QStringList m_topFolders;
+    QFutureWatcher<QStringList> m_listing;
+    bool m_waiting = false; // until the listing's result is in m_topFolders
+};

@@ -1,0 +1,79 @@
+#include "junk_page.h"
+
+#include "controller/app_state.h"
+#include "controller/plan_model.h"
+#include "junk_section.h"
+#include "model/plan_tab.h"
+#include "review_header.h"
+
+#include <QScrollArea>
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+JunkPage::JunkPage(AppState& state, PlanModel& plan, QWidget* parent)
+    : QWidget(parent)
+    , m_state(state)
+    , m_plan(plan)
+    , m_sectionsHolder(new QWidget)
+    , m_sectionsLayout(new QVBoxLayout(m_sectionsHolder))
+{
+    auto* header = new ReviewHeader(this,
+                                    tr("Clear out"),
+                                    tr("Nothing here is deleted. Checked files move to a review folder you empty "
+                                       "yourself; unchecked files stay exactly where they are."));
+    auto* scroll = new QScrollArea(this);
+    scroll->setObjectName(u"junkScroll"_s);
+    scroll->setAccessibleName(tr("Junk groups"));
+    scroll->setFrameShape(QFrame::NoFrame);
+    scroll->setWidgetResizable(true);
+    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroll->setWidget(m_sectionsHolder);
+    m_sectionsLayout->setContentsMargins(0, 0, 12, 0);
+    m_sectionsLayout->setSpacing(18);
+    m_sectionsLayout->addStretch(1);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(12);
+    layout->addWidget(header);
+    layout->addWidget(scroll, 1);
+
+    // Edits never move an item in or out of junk, so only a new plan changes the groups.
+    connect(&plan, &QAbstractItemModel::modelReset, this, &JunkPage::rebuild);
+    rebuild();
+}
+
+void JunkPage::setNameFilter(const QString& text)
+{
+    m_filter = text;
+    for (JunkSection* section : std::as_const(m_sections))
+        section->setNameFilter(text);
+}
+
+QList<JunkSection*> JunkPage::sections() const
+{
+    return m_sections;
+}
+
+void JunkPage::rebuild()
+{
+    qDeleteAll(m_sections);
+    m_sections.clear();
+    QHash<QString, int> counts;
+    for (const PlanItem& item : m_state.plan()) {
+        if (PlanTabs::isSetAside(item))
+            ++counts[PlanTabs::junkGroup(item)];
+    }
+    QStringList groups = counts.keys();
+    std::sort(groups.begin(), groups.end(), [&counts](const QString& a, const QString& b) {
+        return counts[a] != counts[b] ? counts[a] > counts[b] : a.localeAwareCompare(b) < 0;
+    });
+    for (const QString& group : std::as_const(groups)) {
+        auto* section = new JunkSection(m_state, m_plan, group, m_sectionsHolder);
+        section->setNameFilter(m_filter);
+        connect(section, &JunkSection::openRequested, this, &JunkPage::openRequested);
+        m_sectionsLayout->insertWidget(m_sectionsLayout->count() - 1, section);
+        m_sections.append(section);
+    }
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QWidget>
+
+class AppState;
+class JunkSection;
+class PlanModel;
+class QVBoxLayout;
+
+// The junk tab: what would be set aside for the person to look over, in groups by the review
+// folder each goes to, largest group first.
+class JunkPage : public QWidget
+{
+    Q_OBJECT
+
+public:
+    JunkPage(AppState& state, PlanModel& plan, QWidget* parent = nullptr);
+
+    void setNameFilter(const QString& text);
+    QList<JunkSection*> sections() const;
+
+Q_SIGNALS:
+    void openRequested(const QModelIndex& index);
+
+private:
+    void rebuild();
+
+    AppState& m_state;
+    PlanModel& m_plan;
+    QString m_filter;
+    QWidget* m_sectionsHolder;
+    QVBoxLayout* m_sectionsLayout;
+    QList<JunkSection*> m_sections;
+};

@@ -1,0 +1,241 @@
+#include "needs_page.h"
+
+#include "controller/app_state.h"
+#include "controller/plan_model.h"
+#include "destination_choices.h"
+#include "model/plan_tab.h"
+#include "plan_list_view.h"
+#include "review_filter_model.h"
+#include "review_header.h"
+#include "row_delegate.h"
+#include "ui/theme/secondary_button.h"
+#include "ui/theme/theme.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QLocale>
+#include <QMenu>
+#include <QPainter>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// Two four-pointed stars: our own drawing, since emoji fonts are missing on many desktops.
+QPixmap sparklePixmap(qreal ratio)
+{
+    QPixmap pixmap((QSizeF(18, 18) * ratio).toSize());
+    pixmap.setDevicePixelRatio(ratio);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(Theme::amber);
+    const auto star = [&painter](QPointF centre, qreal radius) {
+        const qreal waist = radius * 0.28;
+        const QPointF points[] = {{centre.x(), centre.y() - radius},
+                                  {centre.x() + waist, centre.y() - waist},
+                                  {centre.x() + radius, centre.y()},
+                                  {centre.x() + waist, centre.y() + waist},
+                                  {centre.x(), centre.y() + radius},
+                                  {centre.x() - waist, centre.y() + waist},
+                                  {centre.x() - radius, centre.y()},
+                                  {centre.x() - waist, centre.y() - waist}};
+        painter.drawPolygon(points, 8);
+    };
+    star({7, 10}, 6.5);
+    star({14, 4}, 3.5);
+    return pixmap;
+}
+
+} // namespace
+
+NeedsPage::NeedsPage(AppState& state, PlanModel& plan, QWidget* parent)
+    : QWidget(parent)
+    , m_state(state)
+    , m_model(new ReviewFilterModel(&plan, PlanTab::needs, this))
+    , m_list(new PlanListView(state, PlanListView::Toggles::nothing, this))
+    , m_choices(new DestinationChoices(state, this))
+    , m_suggestions(new QWidget(this))
+    , m_suggestionsLayout(new QVBoxLayout(m_suggestions))
+    , m_newProject(new QLineEdit(this))
+    , m_addedNote(new QLabel(this))
+{
+    auto* header = new ReviewHeader(
+        this,
+        tr("Needs You"),
+        tr("Brindlow wasn't sure about these. Send them to a folder, or leave them where they are."));
+
+    auto* leaveAll = new SecondaryButton(tr("Leave all where they are"), this, 32);
+    leaveAll->setAccessibleName(leaveAll->text());
+    auto* needsFolder = new SecondaryButton(tr("Needs You folder"), this, 32);
+    needsFolder->setAccessibleName(needsFolder->text());
+    connect(leaveAll, &QPushButton::clicked, this, [this] { m_state.setDestination(needsIds(), std::nullopt); });
+    connect(needsFolder, &QPushButton::clicked, this, [this] {
+        m_state.setDestination(needsIds(), DestinationChoices::kNeedsYouFolder);
+    });
+    auto* bulk = new QHBoxLayout;
+    bulk->setSpacing(8);
+    bulk->addWidget(leaveAll);
+    bulk->addWidget(needsFolder);
+    bulk->addStretch(1);
+
+    m_suggestionsLayout->setContentsMargins(0, 0, 0, 0);
+    m_suggestionsLayout->setSpacing(4);
+
+    m_newProject->setPlaceholderText(tr("Add a project, e.g. Penwick"));
+    m_newProject->setAccessibleName(tr("Add a project"));
+    m_newProject->setClearButtonEnabled(true);
+    m_newProject->setFixedWidth(320);
+    m_addedNote->setAccessibleName(tr("Project added"));
+    m_addedNote->hide();
+    connect(m_newProject, &QLineEdit::returnPressed, this, [this] {
+        const QString name = m_newProject->text().trimmed();
+        if (name.isEmpty())
+            return;
+        m_newProject->clear();
+        addProject(name);
+    });
+    auto* adding = new QHBoxLayout;
+    adding->setSpacing(12);
+    adding->addWidget(m_newProject);
+    adding->addWidget(m_addedNote);
+    adding->addStretch(1);
+
+    m_list->setObjectName(u"needsList"_s);
+    m_list->setAccessibleName(tr("Files that need you"));
+    m_list->setFrameShape(QFrame::NoFrame);
+    m_list->setItemDelegate(new RowDelegate(RowDelegate::Kind::needs, m_list));
+    m_list->setModel(m_model);
+    connect(m_list, &PlanListView::clickedAt, this, [this](const QModelIndex& index, const QPoint& pos) {
+        if (RowDelegate::choiceRect(m_list->visualRect(index)).contains(pos))
+            chooseDestination();
+    });
+    connect(m_list, &PlanListView::openRequested, this, &NeedsPage::chooseDestination);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(12);
+    layout->addWidget(header);
+    layout->addLayout(bulk);
+    layout->addWidget(m_suggestions);
+    layout->addLayout(adding);
+    layout->addWidget(m_list, 1);
+
+    connect(&state, &AppState::planChanged, this, &NeedsPage::rebuildSuggestions);
+    connect(&state, &AppState::profileChanged, this, &NeedsPage::rebuildSuggestions);
+    rebuildSuggestions();
+}
+
+void NeedsPage::setNameFilter(const QString& text)
+{
+    m_model->setNameFilter(text);
+}
+
+PlanListView* NeedsPage::list() const
+{
+    return m_list;
+}
+
+DestinationChoices* NeedsPage::choices() const
+{
+    return m_choices;
+}
+
+void NeedsPage::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    m_choices->refresh();
+}
+
+QList<qint64> NeedsPage::needsIds() const
+{
+    QList<qint64> ids;
+    for (const PlanItem& item : m_state.plan()) {
+        if (PlanTabs::isUndecided(item))
+            ids.append(item.id);
+    }
+    return ids;
+}
+
+void NeedsPage::chooseDestination()
+{
+    const QList<qint64> ids = m_list->chosenIds();
+    if (ids.isEmpty())
+        return;
+    QMenu menu(this);
+    menu.setAccessibleName(tr("Send to"));
+    for (const DestinationChoices::Choice& choice : m_choices->choices()) {
+        if (choice.startsSection)
+            menu.addSeparator();
+        QAction* action = menu.addAction(choice.label);
+        connect(action, &QAction::triggered, this, [this, ids, folder = choice.folder] {
+            m_state.setDestination(ids, folder);
+        });
+    }
+    const QRect row = m_list->visualRect(m_list->currentIndex());
+    const QPoint at = row.isValid() ? RowDelegate::choiceRect(row).bottomLeft() : QPoint();
+    menu.exec(m_list->viewport()->mapToGlobal(at));
+}
+
+void NeedsPage::addProject(const QString& name)
+{
+    const int filed = m_state.addProject(name);
+    m_addedNote->setText(tr("Added %1: ").arg(name) + QLocale().toString(filed) + tr(" files sorted into it."));
+    m_addedNote->show();
+}
+
+void NeedsPage::rebuildSuggestions()
+{
+    QList<GroupCount> wanted;
+    for (const GroupCount& suggestion : m_state.projectSuggestions()) {
+        if (!m_dismissed.contains(suggestion.name))
+            wanted.append(suggestion);
+    }
+    if (wanted == m_shownSuggestions)
+        return;
+    m_shownSuggestions = wanted;
+    while (QLayoutItem* item = m_suggestionsLayout->takeAt(0)) {
+        // The button being clicked may be among these: it goes once its click is over.
+        if (QWidget* widget = item->widget()) {
+            widget->hide();
+            widget->deleteLater();
+        }
+        delete item;
+    }
+    for (const GroupCount& suggestion : std::as_const(wanted)) {
+        auto* row = new QWidget(m_suggestions);
+        auto* sparkle = new QLabel(row);
+        sparkle->setPixmap(sparklePixmap(devicePixelRatioF()));
+        sparkle->setAccessibleName(tr("Suggestion"));
+        auto* lead = new QLabel(tr("Looks like a project:"), row);
+        auto* name = new QLabel(suggestion.name, row);
+        QFont bold = name->font();
+        bold.setWeight(QFont::DemiBold);
+        name->setFont(bold);
+        auto* count = new QLabel(u"("_s + QLocale().toString(suggestion.count) + tr(" files") + u")"_s, row);
+        auto* accept = new QPushButton(tr("Add as project"), row);
+        accept->setFlat(true);
+        accept->setAccessibleName(tr("Add %1 as a project").arg(suggestion.name));
+        auto* dismiss = new QPushButton(u"\u2715"_s, row);
+        dismiss->setFlat(true);
+        dismiss->setAccessibleName(tr("Dismiss %1").arg(suggestion.name));
+        dismiss->setToolTip(tr("Not a project"));
+        connect(accept, &QPushButton::clicked, this, [this, name = suggestion.name] { addProject(name); });
+        connect(dismiss, &QPushButton::clicked, this, [this, name = suggestion.name] {
+            m_dismissed.insert(name);
+            rebuildSuggestions();
+        });
+        auto* layout = new QHBoxLayout(row);
+        layout->setContentsMargins(0, 0, 0, 0);
+        layout->setSpacing(6);
+        for (QWidget* part : std::initializer_list<QWidget*> {sparkle, lead, name, count, accept, dismiss})
+            layout->addWidget(part);
+        layout->addStretch(1);
+        m_suggestionsLayout->addWidget(row);
+    }
+    m_suggestions->setVisible(!wanted.isEmpty());
+}

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QHash>
+#include <QPersistentModelIndex>
+#include <QWidget>
+
+#include <optional>
+
+class AppState;
+class PlanListView;
+class PlanModel;
+class QLabel;
+class ReviewFilterModel;
+class ThumbCache;
+
+// The organize tab: a heading for the chosen destination and a grid of tiles, one per file.
+// Thumbnails are asked for only by painted tiles and withdrawn when those scroll away, so a fast
+// scroll through thousands of photos never queues work for pictures nobody will see.
+class OrganizePage : public QWidget
+{
+    Q_OBJECT
+
+public:
+    OrganizePage(AppState& state, PlanModel& plan, ThumbCache& thumbs, QWidget* parent = nullptr);
+
+    void setGroup(const std::optional<QString>& group);
+    std::optional<QString> group() const;
+    void setNameFilter(const QString& text);
+    PlanListView* grid() const;
+    ReviewFilterModel* model() const;
+    // How many thumbnails are asked for and not yet come.
+    int pendingThumbnails() const;
+
+Q_SIGNALS:
+    void openRequested(const QModelIndex& index);
+
+private:
+    void updateHeader();
+    void want(const QString& path, const QModelIndex& index);
+    void arrived(const QString& path);
+    void dropHidden();
+    void dropAll();
+
+    ThumbCache& m_thumbs;
+    ReviewFilterModel* m_model;
+    PlanListView* m_grid;
+    QLabel* m_title;
+    QLabel* m_subtitle;
+    QHash<QString, QPersistentModelIndex> m_pending;
+};

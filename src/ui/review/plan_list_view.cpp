@@ -1,0 +1,109 @@
+#include "plan_list_view.h"
+
+#include "controller/app_state.h"
+#include "controller/plan_model.h"
+
+#include <QKeyEvent>
+#include <QMouseEvent>
+
+PlanListView::PlanListView(AppState& state, Toggles toggles, QWidget* parent)
+    : QListView(parent)
+    , m_state(state)
+    , m_toggles(toggles)
+{
+    setSelectionMode(QAbstractItemView::ExtendedSelection);
+    setUniformItemSizes(true);
+    setLayoutMode(QListView::Batched);
+    setBatchSize(500);
+    setMouseTracking(true);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+}
+
+void PlanListView::setToggleArea(ToggleArea area)
+{
+    m_toggleArea = std::move(area);
+}
+
+QList<qint64> PlanListView::chosenIds() const
+{
+    QList<qint64> ids;
+    const QModelIndexList selected = selectionModel() ? selectionModel()->selectedIndexes() : QModelIndexList();
+    ids.reserve(selected.size());
+    for (const QModelIndex& index : selected)
+        ids.append(index.data(PlanModel::IdRole).toLongLong());
+    if (ids.isEmpty() && currentIndex().isValid())
+        ids.append(currentIndex().data(PlanModel::IdRole).toLongLong());
+    return ids;
+}
+
+void PlanListView::flipChosen()
+{
+    const QList<qint64> ids = chosenIds();
+    if (ids.isEmpty() || m_toggles == Toggles::nothing)
+        return;
+    QModelIndex lead = currentIndex();
+    if (!lead.isValid() || !selectionModel()->isSelected(lead))
+        lead = selectionModel()->selectedIndexes().value(0, lead);
+    const int role = m_toggles == Toggles::rename ? PlanModel::RenameApprovedRole : PlanModel::ApprovedRole;
+    flip(ids, !lead.data(role).toBool());
+}
+
+void PlanListView::flip(const QList<qint64>& ids, bool on)
+{
+    if (m_toggles == Toggles::approval) {
+        m_state.setApproved(ids, on);
+        return;
+    }
+    for (const qint64 id : ids) {
+        const int row = m_state.rowOf(id);
+        if (row >= 0 && m_state.plan().at(row).renameApproved != on)
+            m_state.toggleRename(id);
+    }
+}
+
+void PlanListView::keyPressEvent(QKeyEvent* event)
+{
+    switch (event->key()) {
+        case Qt::Key_Space:
+            if (event->modifiers() == Qt::NoModifier) {
+                flipChosen();
+                event->accept();
+                return;
+            }
+            break;
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
+            if (currentIndex().isValid()) {
+                Q_EMIT openRequested(currentIndex());
+                event->accept();
+                return;
+            }
+            break;
+        default:
+            break;
+    }
+    QListView::keyPressEvent(event);
+}
+
+void PlanListView::mousePressEvent(QMouseEvent* event)
+{
+    m_pressed = indexAt(event->position().toPoint());
+    QListView::mousePressEvent(event);
+}
+
+void PlanListView::mouseReleaseEvent(QMouseEvent* event)
+{
+    QListView::mouseReleaseEvent(event);
+    const QPoint pos = event->position().toPoint();
+    const QModelIndex index = indexAt(pos);
+    const bool plain = !(event->modifiers() & (Qt::ControlModifier | Qt::ShiftModifier));
+    if (event->button() != Qt::LeftButton || !plain || !index.isValid() || index != m_pressed)
+        return;
+    m_pressed = QPersistentModelIndex();
+    Q_EMIT clickedAt(index, pos);
+    if (m_toggles == Toggles::nothing || (m_toggleArea && !m_toggleArea(visualRect(index), pos)))
+        return;
+    const int role = m_toggles == Toggles::rename ? PlanModel::RenameApprovedRole : PlanModel::ApprovedRole;
+    flip({index.data(PlanModel::IdRole).toLongLong()}, !index.data(role).toBool());
+}

@@ -1,0 +1,44 @@
+#include "rename_page.h"
+
+#include "plan_list_view.h"
+#include "review_filter_model.h"
+#include "review_header.h"
+#include "row_delegate.h"
+
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+RenamePage::RenamePage(AppState& state, PlanModel& plan, QWidget* parent)
+    : QWidget(parent)
+    , m_model(new ReviewFilterModel(&plan, PlanTab::rename, this))
+    , m_list(new PlanListView(state, PlanListView::Toggles::rename, this))
+{
+    auto* header
+        = new ReviewHeader(this, tr("Clear names"), tr("Only files with meaningless names. Extensions never change."));
+    m_list->setObjectName(u"renameList"_s);
+    m_list->setAccessibleName(tr("Proposed names"));
+    m_list->setFrameShape(QFrame::NoFrame);
+    m_list->setItemDelegate(new RowDelegate(RowDelegate::Kind::rename, m_list));
+    m_list->setModel(m_model);
+    m_list->setToggleArea([](const QRect& row, const QPoint& pos) {
+        return RowDelegate::checkRect(row).adjusted(-8, -8, 8, 8).contains(pos);
+    });
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(12);
+    layout->addWidget(header);
+    layout->addWidget(m_list, 1);
+    connect(m_list, &PlanListView::openRequested, this, &RenamePage::openRequested);
+}
+
+void RenamePage::setNameFilter(const QString& text)
+{
+    m_model->setNameFilter(text);
+}
+
+PlanListView* RenamePage::list() const
+{
+    return m_list;
+}

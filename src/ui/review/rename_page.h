@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QWidget>
+
+class AppState;
+class PlanListView;
+class PlanModel;
+class ReviewFilterModel;
+
+// The rename tab: each meaningless name beside the clear one proposed for it, each with its own
+// yes or no. Refusing a rename leaves the file's move as it was.
+class RenamePage : public QWidget
+{
+    Q_OBJECT
+
+public:
+    RenamePage(AppState& state, PlanModel& plan, QWidget* parent = nullptr);
+
+    void setNameFilter(const QString& text);
+    PlanListView* list() const;
+
+Q_SIGNALS:
+    void openRequested(const QModelIndex& index);
+
+private:
+    ReviewFilterModel* m_model;
+    PlanListView* m_list;
+};

@@ -1,0 +1,244 @@
+#include "review_window.h"
+
+#include "controller/app_state.h"
+#include "controller/plan_model.h"
+#include "controller/thumb_cache.h"
+#include "item_preview.h"
+#include "junk_page.h"
+#include "needs_page.h"
+#include "organize_page.h"
+#include "plan_list_view.h"
+#include "rename_page.h"
+#include "review_footer.h"
+#include "review_sidebar.h"
+#include "ui/theme/theme.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QLocale>
+#include <QShortcut>
+#include <QStackedWidget>
+#include <QTabBar>
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QWidget* emptyState(QWidget* parent)
+{
+    auto* page = new QWidget(parent);
+    auto* title = new QLabel(ReviewWindow::tr("Nothing waiting"), page);
+    QFont big = title->font();
+    big.setPointSizeF(big.pointSizeF() * 1.6);
+    big.setWeight(QFont::DemiBold);
+    title->setFont(big);
+    auto* hint = new QLabel(ReviewWindow::tr("Start a refresh from the menu bar."), page);
+    QPalette quiet = hint->palette();
+    quiet.setColor(QPalette::WindowText, Theme::muted);
+    hint->setPalette(quiet);
+    auto* layout = new QVBoxLayout(page);
+    layout->addStretch(1);
+    layout->addWidget(title, 0, Qt::AlignHCenter);
+    layout->addWidget(hint, 0, Qt::AlignHCenter);
+    layout->addStretch(1);
+    return page;
+}
+
+} // namespace
+
+ReviewWindow::ReviewWindow(AppState& state, ThumbCache* thumbs, QWidget* parent)
+    : QWidget(parent)
+    , m_state(state)
+    , m_ownThumbs(thumbs ? nullptr : std::make_unique<ThumbCache>())
+    , m_thumbs(thumbs ? thumbs : m_ownThumbs.get())
+    , m_plan(new PlanModel(&state, this))
+    , m_whole(new QStackedWidget(this))
+{
+    setWindowTitle(tr("Your fresh start"));
+    setAccessibleName(windowTitle());
+    resize(kDefaultSize);
+    setObjectName(u"reviewWindow"_s);
+    setStyleSheet(uR"(
+#reviewWindow { background: %1; }
+#reviewSidebar { background: %2; border-right: 1px solid %3; }
+#reviewFooter { background: %4; border-top: 1px solid %3; }
+QTabBar::tab { padding: 7px 14px; margin-right: 4px; border: none; border-radius: 8px; color: %5; background: transparent; }
+QTabBar::tab:selected { background: %2; color: %6; font-weight: 600; }
+QTabBar::tab:hover:!selected { background: %7; }
+QListView { background: transparent; }
+QLineEdit { background: %4; border: 1px solid %3; border-radius: 8px; padding: 5px 8px; }
+QLineEdit:focus { border: 1px solid %8; }
+)"_s.arg(Theme::ivory.name(),
+         Theme::sand.name(),
+         Theme::hairline.name(),
+         Theme::surface.name(),
+         Theme::muted.name(),
+         Theme::charcoal.name(),
+         Theme::sand.lighter(103).name(),
+         Theme::amber.name()));
+
+    m_empty = emptyState(m_whole);
+    m_content = buildContent();
+    m_whole->addWidget(m_empty);
+    m_whole->addWidget(m_content);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_whole);
+
+    connect(m_plan, &PlanModel::countsChanged, this, &ReviewWindow::updateTabTitles);
+    connect(m_plan, &QAbstractItemModel::modelReset, this, &ReviewWindow::updateEmptyState);
+    updateTabTitles();
+    updateEmptyState();
+}
+
+ReviewWindow::~ReviewWindow() = default;
+
+QWidget* ReviewWindow::buildContent()
+{
+    auto* content = new QWidget(m_whole);
+    m_sidebar = new ReviewSidebar(*m_plan, content);
+    m_sidebar->setObjectName(u"reviewSidebar"_s);
+    m_sidebar->setAttribute(Qt::WA_StyledBackground);
+    m_sidebar->setFixedWidth(260);
+
+    m_tabs = new QTabBar(content);
+    m_tabs->setObjectName(u"reviewTabs"_s);
+    m_tabs->setAccessibleName(tr("Review tabs"));
+    m_tabs->setDrawBase(false);
+    m_tabs->setExpanding(false);
+    for (int i = 0; i < 4; ++i)
+        m_tabs->addTab(QString());
+
+    m_filter = new QLineEdit(content);
+    m_filter->setPlaceholderText(tr("Filter by name"));
+    m_filter->setAccessibleName(tr("Filter by name"));
+    m_filter->setClearButtonEnabled(true);
+    m_filter->setFixedWidth(260);
+
+    m_organize = new OrganizePage(m_state, *m_plan, *m_thumbs, content);
+    m_rename = new RenamePage(m_state, *m_plan, content);
+    m_junk = new JunkPage(m_state, *m_plan, content);
+    m_needs = new NeedsPage(m_state, *m_plan, content);
+    m_pages = new QStackedWidget(content);
+    for (QWidget* page : std::initializer_list<QWidget*> {m_organize, m_rename, m_junk, m_needs})
+        m_pages->addWidget(page);
+
+    auto* top = new QHBoxLayout;
+    top->addWidget(m_tabs);
+    top->addStretch(1);
+    top->addWidget(m_filter);
+    auto* main = new QVBoxLayout;
+    main->setContentsMargins(28, 18, 20, 0);
+    main->setSpacing(18);
+    main->addLayout(top);
+    main->addWidget(m_pages, 1);
+    auto* body = new QHBoxLayout;
+    body->setContentsMargins(0, 0, 0, 0);
+    body->setSpacing(0);
+    body->addWidget(m_sidebar);
+    body->addLayout(main, 1);
+
+    auto* footer = new ReviewFooter(m_state, *m_plan, content);
+    footer->setObjectName(u"reviewFooter"_s);
+    footer->setAttribute(Qt::WA_StyledBackground);
+    auto* layout = new QVBoxLayout(content);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addLayout(body, 1);
+    layout->addWidget(footer);
+
+    connect(m_tabs, &QTabBar::currentChanged, m_pages, &QStackedWidget::setCurrentIndex);
+    connect(m_sidebar, &ReviewSidebar::groupChosen, this, [this](const std::optional<QString>& group) {
+        m_organize->setGroup(group);
+        m_tabs->setCurrentIndex(0);
+    });
+    connect(m_filter, &QLineEdit::textChanged, this, [this](const QString& text) {
+        m_organize->setNameFilter(text);
+        m_rename->setNameFilter(text);
+        m_junk->setNameFilter(text);
+        m_needs->setNameFilter(text);
+    });
+    connect(footer, &ReviewFooter::finished, this, &QWidget::close);
+    connect(m_organize, &OrganizePage::openRequested, this, &ReviewWindow::openPreview);
+    connect(m_rename, &RenamePage::openRequested, this, &ReviewWindow::openPreview);
+    connect(m_junk, &JunkPage::openRequested, this, &ReviewWindow::openPreview);
+
+    auto* find = new QShortcut(QKeySequence::Find, this);
+    connect(find, &QShortcut::activated, this, [this] {
+        m_filter->setFocus(Qt::ShortcutFocusReason);
+        m_filter->selectAll();
+    });
+    auto* next = new QShortcut(QKeySequence::NextChild, this);
+    connect(next, &QShortcut::activated, this, [this] { showTab((m_tabs->currentIndex() + 1) % m_tabs->count()); });
+    auto* previous = new QShortcut(QKeySequence::PreviousChild, this);
+    connect(previous, &QShortcut::activated, this, [this] {
+        showTab((m_tabs->currentIndex() + m_tabs->count() - 1) % m_tabs->count());
+    });
+    return content;
+}
+
+QTabBar* ReviewWindow::tabs() const
+{
+    return m_tabs;
+}
+
+OrganizePage* ReviewWindow::organizePage() const
+{
+    return m_organize;
+}
+
+RenamePage* ReviewWindow::renamePage() const
+{
+    return m_rename;
+}
+
+JunkPage* ReviewWindow::junkPage() const
+{
+    return m_junk;
+}
+
+NeedsPage* ReviewWindow::needsPage() const
+{
+    return m_needs;
+}
+
+ReviewSidebar* ReviewWindow::sidebar() const
+{
+    return m_sidebar;
+}
+
+QLineEdit* ReviewWindow::filterField() const
+{
+    return m_filter;
+}
+
+void ReviewWindow::showTab(int tab)
+{
+    m_tabs->setCurrentIndex(tab);
+}
+
+void ReviewWindow::updateTabTitles()
+{
+    const QString names[] = {tr("Organize"), tr("Rename"), tr("Junk"), tr("Needs You")};
+    const PlanTab tabs[] = {PlanTab::organize, PlanTab::rename, PlanTab::junk, PlanTab::needs};
+    for (int i = 0; i < 4; ++i) {
+        const QString title = names[i] + u' ' + QLocale().toString(m_plan->tabCount(tabs[i]));
+        if (m_tabs->tabText(i) != title) {
+            m_tabs->setTabText(i, title);
+            m_tabs->setAccessibleTabName(i, title);
+        }
+    }
+}
+
+void ReviewWindow::updateEmptyState()
+{
+    m_whole->setCurrentWidget(m_plan->rowCount() == 0 ? m_empty : m_content);
+}
+
+void ReviewWindow::openPreview(const QModelIndex& index)
+{
+    auto* preview = new ItemPreview(index, this);
+    preview->open();
+}

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <QWidget>
+
+#include <memory>
+
+class AppState;
+class JunkPage;
+class NeedsPage;
+class OrganizePage;
+class PlanModel;
+class QLineEdit;
+class QStackedWidget;
+class QTabBar;
+class RenamePage;
+class ReviewSidebar;
+class ThumbCache;
+
+// "Your fresh start": where the person looks over the plan before anything moves. It wires the
+// sidebar, the four tabs, the filter field and the footer together; each of those keeps its own
+// logic, and every edit goes straight to the controller.
+class ReviewWindow : public QWidget
+{
+    Q_OBJECT
+
+public:
+    static constexpr QSize kDefaultSize {1240, 780};
+
+    // Without `thumbs` the window makes its own thumbnail cache.
+    explicit ReviewWindow(AppState& state, ThumbCache* thumbs = nullptr, QWidget* parent = nullptr);
+    ~ReviewWindow() override;
+
+    QTabBar* tabs() const;
+    OrganizePage* organizePage() const;
+    RenamePage* renamePage() const;
+    JunkPage* junkPage() const;
+    NeedsPage* needsPage() const;
+    ReviewSidebar* sidebar() const;
+    QLineEdit* filterField() const;
+    void showTab(int tab);
+
+private:
+    void updateTabTitles();
+    void updateEmptyState();
+    void openPreview(const QModelIndex& index);
+    QWidget* buildContent();
+
+    AppState& m_state;
+    std::unique_ptr<ThumbCache> m_ownThumbs;
+    ThumbCache* m_thumbs;
+    PlanModel* m_plan;
+    QStackedWidget* m_whole;
+    QWidget* m_empty;
+    QWidget* m_content;
+    QTabBar* m_tabs;
+    QStackedWidget* m_pages;
+    QLineEdit* m_filter;
+    ReviewSidebar* m_sidebar;
+    OrganizePage* m_organize;
+    RenamePage* m_rename;
+    JunkPage* m_junk;
+    NeedsPage* m_needs;
+};

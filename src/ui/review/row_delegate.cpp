@@ -1,0 +1,153 @@
+#include "row_delegate.h"
+
+#include "controller/plan_model.h"
+#include "ui/theme/theme.h"
+
+#include <QApplication>
+#include <QLocale>
+#include <QPainter>
+#include <QStyle>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int kRowHeight = 36;
+constexpr int kNeedsRowHeight = 50;
+constexpr int kChoiceWidth = 230;
+
+void drawCheckBox(QPainter* painter, const QRect& rect, bool on)
+{
+    painter->setPen(on ? Qt::NoPen : QPen(Theme::stone, 1.2));
+    painter->setBrush(on ? Theme::amberDeep : Theme::surface);
+    painter->drawRoundedRect(QRectF(rect).adjusted(0.5, 0.5, -0.5, -0.5), 4, 4);
+    if (!on)
+        return;
+    const QRectF r(rect);
+    const QPointF points[] = {{r.left() + r.width() * 0.25, r.top() + r.height() * 0.52},
+                              {r.left() + r.width() * 0.43, r.top() + r.height() * 0.70},
+                              {r.left() + r.width() * 0.76, r.top() + r.height() * 0.32}};
+    painter->setPen(QPen(Theme::surface, 2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter->drawPolyline(points, 3);
+}
+
+} // namespace
+
+QRect RowDelegate::checkRect(const QRect& row)
+{
+    return {row.left() + 12, row.center().y() - 8, 16, 16};
+}
+
+QRect RowDelegate::choiceRect(const QRect& row)
+{
+    return {row.right() - kChoiceWidth - 12, row.center().y() - 14, kChoiceWidth, 28};
+}
+
+QString RowDelegate::choiceText(const QModelIndex& index)
+{
+    if (!index.data(PlanModel::ApprovedRole).toBool())
+        return tr("Leave where it is");
+    const QString destination = index.data(PlanModel::DestinationRole).toString();
+    if (destination == u"Brindlow Review/Needs You")
+        return tr("Needs You folder");
+    if (destination == u"Archive")
+        return tr("Archive");
+    return destination;
+}
+
+RowDelegate::RowDelegate(Kind kind, QObject* parent)
+    : QAbstractItemDelegate(parent)
+    , m_kind(kind)
+{ }
+
+QSize RowDelegate::sizeHint(const QStyleOptionViewItem&, const QModelIndex&) const
+{
+    return {400, m_kind == Kind::needs ? kNeedsRowHeight : kRowHeight};
+}
+
+void RowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const
+{
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    const QRect row = option.rect;
+    if (option.state & QStyle::State_Selected)
+        painter->fillRect(row, Theme::sand);
+    else if (option.state & QStyle::State_MouseOver)
+        painter->fillRect(row, Theme::sand.lighter(104));
+    painter->setPen(Theme::hairline);
+    painter->drawLine(row.bottomLeft(), row.bottomRight());
+
+    const QString name = index.data(PlanModel::NameRole).toString();
+    const QFontMetrics& metrics = option.fontMetrics;
+    int left = row.left() + 12;
+    if (m_kind != Kind::needs) {
+        const bool on
+            = index.data(m_kind == Kind::rename ? PlanModel::RenameApprovedRole : PlanModel::ApprovedRole).toBool();
+        drawCheckBox(painter, checkRect(row), on);
+        left = checkRect(row).right() + 12;
+    }
+    const int right = m_kind == Kind::needs ? choiceRect(row).left() - 16 : row.right() - 12;
+    QRect text(left, row.top(), right - left, row.height());
+
+    switch (m_kind) {
+        case Kind::rename: {
+            const QString newName = index.data(PlanModel::NewNameRole).toString();
+            const int half = (text.width() - 40) / 2;
+            painter->setPen(Theme::muted);
+            painter->drawText(QRect(text.left(), text.top(), half, text.height()),
+                              Qt::AlignVCenter | Qt::AlignLeft,
+                              metrics.elidedText(name, Qt::ElideMiddle, half));
+            painter->setPen(Theme::amberDeep);
+            painter->drawText(QRect(text.left() + half, text.top(), 40, text.height()), Qt::AlignCenter, u"\u2192"_s);
+            painter->setPen(Theme::charcoal);
+            painter->drawText(QRect(text.left() + half + 40, text.top(), half, text.height()),
+                              Qt::AlignVCenter | Qt::AlignLeft,
+                              metrics.elidedText(newName, Qt::ElideMiddle, half));
+            break;
+        }
+        case Kind::junk: {
+            const QString size = QLocale().formattedDataSize(
+                index.data(PlanModel::SizeRole).toLongLong(), 1, QLocale::DataSizeSIFormat);
+            const int sizeWidth = metrics.horizontalAdvance(size) + 8;
+            const int folderWidth = std::min(260, text.width() / 3);
+            const int nameWidth = text.width() - sizeWidth - folderWidth - 16;
+            painter->setPen(Theme::charcoal);
+            painter->drawText(QRect(text.left(), text.top(), nameWidth, text.height()),
+                              Qt::AlignVCenter | Qt::AlignLeft,
+                              metrics.elidedText(name, Qt::ElideMiddle, nameWidth));
+            painter->setPen(Theme::muted);
+            painter->drawText(
+                QRect(text.left() + nameWidth + 8, text.top(), folderWidth, text.height()),
+                Qt::AlignVCenter | Qt::AlignLeft,
+                metrics.elidedText(index.data(PlanModel::FolderRole).toString(), Qt::ElideMiddle, folderWidth));
+            painter->drawText(text, Qt::AlignVCenter | Qt::AlignRight, size);
+            break;
+        }
+        case Kind::needs: {
+            const int line = metrics.height();
+            const QRect upper(text.left(), row.center().y() - line, text.width(), line);
+            const QRect lower(text.left(), row.center().y() + 1, text.width(), line);
+            painter->setPen(Theme::charcoal);
+            painter->drawText(
+                upper, Qt::AlignLeft | Qt::AlignBottom, metrics.elidedText(name, Qt::ElideMiddle, text.width()));
+            painter->setPen(Theme::muted);
+            painter->drawText(
+                lower,
+                Qt::AlignLeft | Qt::AlignTop,
+                metrics.elidedText(index.data(PlanModel::ReasonRole).toString(), Qt::ElideRight, text.width()));
+            const QRect choice = choiceRect(row);
+            painter->setPen(QPen(Theme::hairline.darker(110), 1));
+            painter->setBrush(Theme::surface);
+            painter->drawRoundedRect(QRectF(choice).adjusted(0.5, 0.5, -0.5, -0.5), 7, 7);
+            painter->setPen(Theme::charcoal);
+            const QRect inside = choice.adjusted(12, 0, -28, 0);
+            painter->drawText(inside,
+                              Qt::AlignVCenter | Qt::AlignLeft,
+                              metrics.elidedText(choiceText(index), Qt::ElideMiddle, inside.width()));
+            painter->setPen(Theme::muted);
+            painter->drawText(choice.adjusted(0, 0, -10, 0), Qt::AlignVCenter | Qt::AlignRight, u"\u25BE"_s);
+            break;
+        }
+    }
+    painter->restore();
+}

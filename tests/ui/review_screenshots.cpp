@@ -1,0 +1,142 @@
+// Renders the review window on each tab over a sample plan (long names, thousands of files, real
+// pictures) to PNG files for the README and for checking the look by eye. Not a test:
+// `make screenshots`.
+#include "controller/app_state.h"
+#include "model/store.h"
+#include "support/file_factory.h"
+#include "support/plan_factory.h"
+#include "support/temp_home.h"
+#include "ui/review/organize_page.h"
+#include "ui/review/review_window.h"
+#include "ui/theme/theme.h"
+
+#include <QApplication>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QPainter>
+#include <QTabBar>
+#include <QThread>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// A landscape of soft bands in the given hue: enough like a photo for the grid to read as one.
+void photo(const QString& path, int hue)
+{
+    QImage image(1200, 900, QImage::Format_RGB32);
+    QPainter painter(&image);
+    QLinearGradient sky(0, 0, 0, 900);
+    sky.setColorAt(0, QColor::fromHsv(hue, 90, 250));
+    sky.setColorAt(1, QColor::fromHsv((hue + 40) % 360, 160, 190));
+    painter.fillRect(image.rect(), sky);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor::fromHsv((hue + 180) % 360, 60, 250));
+    painter.drawEllipse(QPointF(300 + hue % 500, 260), 110, 110);
+    painter.setBrush(QColor::fromHsv((hue + 20) % 360, 180, 120));
+    painter.drawRect(0, 620 - hue % 90, 1200, 400);
+    painter.end();
+    FileFactory::write(path, {});
+    image.save(path, "JPEG", 80);
+}
+
+bool save(ReviewWindow& window, const QString& folder, const QString& name)
+{
+    QCoreApplication::processEvents();
+    // Thumbnails come from worker threads; the picture should show them, not their placeholders.
+    const QDeadlineTimer deadline(15000);
+    while (window.organizePage()->pendingThumbnails() > 0 && !deadline.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+        QThread::msleep(10);
+    }
+    for (int i = 0; i < 5; ++i)
+        QCoreApplication::processEvents();
+    return window.grab().save(folder + u'/' + name + u".png"_s);
+}
+
+QList<PlanItem> samplePlan(const QString& home)
+{
+    const QString downloads = home + u"/Downloads"_s;
+    QList<PlanItem> plan;
+    qint64 id = 1;
+    const auto add = [&](const QString& name, const QString& category, const QString& dest) -> PlanItem& {
+        plan.append(PlanFactory::item(downloads, id++, name, category, dest));
+        return plan.last();
+    };
+    const QStringList places {u"Lisbon"_s, u"Harbour"_s, u"Garden"_s, u"Birthday"_s, u"Hike"_s, u"Market"_s};
+    for (int i = 0; i < 48; ++i) {
+        const QString name = i % 5 == 0
+            ? u"IMG_2026031%1_%2_very_long_camera_file_name_from_the_phone_backup.jpg"_s.arg(i % 10).arg(1000 + i)
+            : u"%1 %2.jpg"_s.arg(places[i % places.size()]).arg(i + 1);
+        PlanItem& item = add(name, u"photos"_s, u"Photos/2026"_s);
+        photo(item.src.toLocalFile(), (i * 37) % 360);
+        item.kind = FileKind::image;
+        item.size = 2'400'000 + i * 7'919;
+        item.reason = u"A photo taken in March 2026"_s;
+        if (i % 4 == 1) {
+            item.newName = u"2026-03 %1 %2.jpg"_s.arg(places[i % places.size()]).arg(i + 1);
+            item.renameApproved = true;
+        }
+        item.approved = i % 9 != 4;
+    }
+    const QList<QPair<QString, QString>> documents {{u"Work/Invoices"_s, u"invoice"_s},
+                                                    {u"Finance/Statements"_s, u"statement"_s},
+                                                    {u"Personal/Letters"_s, u"letter"_s}};
+    for (int i = 0; i < 2'350; ++i) {
+        const auto& [dest, stem] = documents[i % documents.size()];
+        PlanItem& item = add(u"%1-%2.pdf"_s.arg(stem).arg(i, 4, 10, QLatin1Char('0')), u"work"_s, dest);
+        item.kind = FileKind::pdf;
+        item.reason = u"A %1 by its contents"_s.arg(stem);
+    }
+    for (int i = 0; i < 1'260; ++i) {
+        PlanItem& item = add(u"setup-tool-%1-x86_64-linux-gnu.deb"_s.arg(i),
+                             u"junk"_s,
+                             u"Brindlow Review/To Delete - Review First/Installers"_s);
+        item.kind = FileKind::installer;
+        item.size = 84'000'000 + i * 1'000;
+    }
+    for (int i = 0; i < 40; ++i) {
+        PlanItem& item = add(
+            u"report final (%1).pdf"_s.arg(i + 1), u"duplicate"_s, u"Brindlow Review/Duplicates - Review First"_s);
+        item.size = 1'200'000;
+    }
+    for (int i = 0; i < 14; ++i) {
+        PlanItem& item = add(i < 6 ? u"penwick-draft-%1.docx"_s.arg(i + 1) : u"untitled scan %1.pdf"_s.arg(i),
+                             u"needs-you"_s,
+                             u"Brindlow Review/Needs You"_s);
+        item.reason = i < 6 ? u"Mentions Penwick, which is no project yet"_s : u"Could be a receipt or a letter"_s;
+        if (i < 6)
+            item.suggestedProject = u"Penwick"_s;
+    }
+    return plan;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QApplication app(argc, argv);
+    const QString folder = argc > 1 ? QString::fromLocal8Bit(argv[1]) : u"docs/screenshots"_s;
+    QDir().mkpath(folder);
+    QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+    Theme::apply(app);
+    TempHome home;
+    Profile profile = Profile::defaults(home.path());
+    profile.onboarded = true;
+    Store::saveProfile(profile);
+    for (const QString& made : {u"Documents/Taxes"_s, u"Documents/Recipes"_s, u"Documents/Car"_s})
+        QDir(home.path()).mkpath(made);
+    Store::savePlan(samplePlan(home.path()));
+
+    AppState state;
+    state.init();
+    ReviewWindow window(state);
+    window.show();
+    bool ok = true;
+    const QStringList names {u"review-organize"_s, u"review-rename"_s, u"review-junk"_s, u"review-needs"_s};
+    for (int tab = 0; tab < names.size(); ++tab) {
+        window.showTab(tab);
+        ok &= save(window, folder, names[tab]);
+    }
+    return ok ? 0 : 1;
+}

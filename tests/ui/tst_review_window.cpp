@@ -1,0 +1,479 @@
+#include "controller/app_state.h"
+#include "controller/thumb_cache.h"
+#include "model/store.h"
+#include "support/plan_factory.h"
+#include "support/temp_home.h"
+#include "support/test_clock.h"
+#include "ui/review/destination_choices.h"
+#include "ui/review/junk_page.h"
+#include "ui/review/junk_section.h"
+#include "ui/review/needs_page.h"
+#include "ui/review/organize_page.h"
+#include "ui/review/plan_list_view.h"
+#include "ui/review/rename_page.h"
+#include "ui/review/review_sidebar.h"
+#include "ui/review/review_window.h"
+#include "ui/review/row_delegate.h"
+#include "ui/theme/theme.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDialog>
+#include <QDir>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMutex>
+#include <QSemaphore>
+#include <QSignalSpy>
+#include <QTabBar>
+#include <QTest>
+#include <QTimer>
+#include <QTreeWidget>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QStringList shownTexts(const QWidget& root)
+{
+    QStringList texts;
+    for (const QLabel* label : root.findChildren<QLabel*>()) {
+        if (label->isVisibleTo(&root) && !label->text().isEmpty())
+            texts.append(label->text());
+    }
+    return texts;
+}
+
+QAbstractButton* control(const QWidget& root, const QString& name)
+{
+    for (QAbstractButton* button : root.findChildren<QAbstractButton*>()) {
+        if (button->accessibleName() == name && button->isVisibleTo(&root))
+            return button;
+    }
+    return nullptr;
+}
+
+void click(QAbstractButton* button)
+{
+    QVERIFY2(button, "no such control");
+    QTest::mouseClick(button, Qt::LeftButton, {}, button->rect().center());
+}
+
+// Layout in batches and deferred deletes both run from the event loop, without any timer.
+void settle()
+{
+    for (int i = 0; i < 10; ++i) {
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QCoreApplication::processEvents();
+    }
+}
+
+void clickTab(QTabBar* tabs, const QString& name)
+{
+    for (int i = 0; i < tabs->count(); ++i) {
+        if (tabs->tabText(i).startsWith(name + u' ')) {
+            QTest::mouseClick(tabs, Qt::LeftButton, {}, tabs->tabRect(i).center());
+            return;
+        }
+    }
+    QFAIL(qPrintable(u"no tab "_s + name));
+}
+
+QStringList tabTitles(const QTabBar* tabs)
+{
+    QStringList titles;
+    for (int i = 0; i < tabs->count(); ++i)
+        titles.append(tabs->tabText(i));
+    return titles;
+}
+
+QStringList names(const QAbstractItemView* view)
+{
+    QStringList list;
+    for (int row = 0; row < view->model()->rowCount(); ++row)
+        list.append(view->model()->index(row, 0).data().toString());
+    return list;
+}
+
+void clickItem(PlanListView* view, int row, const std::function<QPoint(const QRect&)>& where = {})
+{
+    const QModelIndex index = view->model()->index(row, 0);
+    view->scrollTo(index);
+    const QRect rect = view->visualRect(index);
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, where ? where(rect) : rect.center());
+}
+
+// A home with real files, a plan for them waiting, and the review window over it.
+class Fixture
+{
+public:
+    TempHome home;
+    TestClock clock {QDateTime(QDate(2026, 3, 4), QTime(10, 0), Qt::LocalTime)};
+    QList<PlanItem> items;
+    std::unique_ptr<AppState> state;
+    std::unique_ptr<ReviewWindow> window;
+
+    Fixture()
+    {
+        Profile profile = Profile::defaults(home.path());
+        profile.onboarded = true;
+        Store::saveProfile(profile);
+    }
+
+    PlanItem& add(const QString& name, const QString& category, const QString& destFolder)
+    {
+        items.append(PlanFactory::item(home.path() + u"/Downloads"_s, items.size() + 1, name, category, destFolder));
+        return items.last();
+    }
+
+    void open(ThumbCache* thumbs = nullptr)
+    {
+        QVERIFY(Store::savePlan(items));
+        state = std::make_unique<AppState>(&clock);
+        state->init();
+        window = std::make_unique<ReviewWindow>(*state, thumbs);
+        window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+        settle();
+    }
+
+    const PlanItem& item(qint64 id) const
+    {
+        return state->plan().at(state->rowOf(id));
+    }
+
+    QString homeBase() const
+    {
+        return state->profile().homeBase;
+    }
+};
+
+} // namespace
+
+class TestReviewWindow : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+        Theme::apply(*qApp);
+    }
+
+    void emptyPlanSaysSo()
+    {
+        Fixture f;
+        f.open();
+        QCOMPARE(f.window->windowTitle(), u"Your fresh start"_s);
+        QCOMPARE(f.window->size(), QSize(1240, 780));
+        const QStringList texts = shownTexts(*f.window);
+        QVERIFY(texts.contains(u"Nothing waiting"_s));
+        QVERIFY(texts.contains(u"Start a refresh from the menu bar."_s));
+        QVERIFY(!f.window->tabs()->isVisible());
+    }
+
+    // Only junk: nothing to organize, the junk groups with their cap, and the group switch.
+    void junkOnlyPlanAndGroups()
+    {
+        Fixture f;
+        for (int i = 0; i < 230; ++i)
+            f.add(u"setup-%1.deb"_s.arg(i), u"junk"_s, u"Brindlow Review/To Delete - Review First/Installers"_s);
+        f.add(u"notes (1).txt"_s, u"duplicate"_s, u"Brindlow Review/Duplicates - Review First"_s);
+        f.open();
+
+        QCOMPARE(tabTitles(f.window->tabs()),
+                 (QStringList {u"Organize 0"_s, u"Rename 0"_s, u"Junk 231"_s, u"Needs You 0"_s}));
+        QCOMPARE(f.window->organizePage()->grid()->model()->rowCount(), 0);
+        QTreeWidget* destinations = f.window->sidebar()->rows();
+        QCOMPARE(destinations->topLevelItemCount(), 1);
+        QCOMPARE(destinations->topLevelItem(0)->text(0), u"Everything"_s);
+        QCOMPARE(destinations->topLevelItem(0)->text(1), u"0"_s);
+        QVERIFY(shownTexts(*f.window).contains(u"0 files \u00B7 sorted by what each file is, not its name"_s));
+
+        clickTab(f.window->tabs(), u"Junk"_s);
+        QVERIFY(shownTexts(*f.window).contains(u"Clear out"_s));
+        const QList<JunkSection*> sections = f.window->junkPage()->sections();
+        QCOMPARE(sections.size(), 2);
+        QCOMPARE(sections[0]->group(), u"Installers"_s); // the larger group first
+        QCOMPARE(sections[1]->group(), u"Duplicates - Review First"_s);
+        QCOMPARE(names(sections[1]->list()), QStringList {u"notes (1).txt"_s});
+        QCOMPARE(sections[0]->list()->model()->rowCount(), 200);
+        QVERIFY(shownTexts(*f.window).contains(u"+ 30 more like these. Use Keep all to keep the whole group."_s));
+        QVERIFY(!shownTexts(*f.window).contains(u"Keep these files where they are"_s));
+
+        // The switch covers the hidden thirty too.
+        click(control(*f.window, u"Keep all Installers"_s));
+        QCOMPARE(f.item(230).approved, false);
+        QCOMPARE(f.item(1).approved, false);
+        QCOMPARE(f.item(231).approved, true);
+        QVERIFY(shownTexts(*f.window).contains(u"Keep these files where they are"_s));
+        QCOMPARE(f.window->tabs()->tabText(2), u"Junk 231"_s);
+        click(control(*f.window, u"Include again Installers"_s));
+        QCOMPARE(f.item(230).approved, true);
+        QVERIFY(!shownTexts(*f.window).contains(u"Keep these files where they are"_s));
+
+        // One box flips one file; the others keep their state.
+        PlanListView* list = sections[1]->list();
+        clickItem(list, 0, [](const QRect& row) { return RowDelegate::checkRect(row).center(); });
+        QCOMPARE(f.item(231).approved, false);
+        QCOMPARE(f.item(1).approved, true);
+    }
+
+    // The organize grid: groups largest first, clicks, Space over a selection, the filter.
+    void organizeGridSidebarAndKeyboard()
+    {
+        Fixture f;
+        for (int i = 0; i < 1003; ++i)
+            f.add(u"photo-%1.jpg"_s.arg(i), u"photos"_s, u"Photos/2026"_s);
+        f.add(u"invoice-march.pdf"_s, u"work"_s, u"Work/Invoices"_s);
+        f.add(u"invoice-april.pdf"_s, u"work"_s, u"Work/Invoices"_s);
+        f.add(u"letter.txt"_s, u"personal"_s, u"Personal"_s);
+        f.add(u"unsure.txt"_s, u"needs-you"_s, u"Brindlow Review/Needs You"_s);
+        f.open();
+
+        QCOMPARE(f.window->tabs()->tabText(0), u"Organize 1,006"_s);
+        QCOMPARE(f.window->tabs()->tabText(3), u"Needs You 1"_s);
+        QTreeWidget* destinations = f.window->sidebar()->rows();
+        QStringList rows;
+        for (int i = 0; i < destinations->topLevelItemCount(); ++i)
+            rows.append(destinations->topLevelItem(i)->text(0) + u' ' + destinations->topLevelItem(i)->text(1));
+        QCOMPARE(rows, (QStringList {u"Everything 1,006"_s, u"Photos 1,003"_s, u"Work 2"_s, u"Personal 1"_s}));
+        QVERIFY(shownTexts(*f.window).contains(u"1,006 files \u00B7 sorted by what each file is, not its name"_s));
+
+        QTest::mouseClick(destinations->viewport(),
+                          Qt::LeftButton,
+                          {},
+                          destinations->visualItemRect(destinations->topLevelItem(2)).center());
+        QVERIFY(destinations->topLevelItem(2)->isSelected());
+        QVERIFY(shownTexts(*f.window).contains(u"Work"_s));
+        QVERIFY(shownTexts(*f.window).contains(u"2 files \u00B7 sorted by what each file is, not its name"_s));
+        PlanListView* grid = f.window->organizePage()->grid();
+        QCOMPARE(names(grid), (QStringList {u"invoice-march.pdf"_s, u"invoice-april.pdf"_s}));
+
+        // A click on a tile flips that file alone.
+        clickItem(grid, 1);
+        QCOMPARE(f.item(1005).approved, false);
+        QCOMPARE(f.item(1004).approved, true);
+        QVERIFY(control(*f.window, u"Approve 1,005 changes"_s));
+
+        // Space flips the whole selection to the opposite of the current file.
+        QTest::mouseClick(destinations->viewport(),
+                          Qt::LeftButton,
+                          {},
+                          destinations->visualItemRect(destinations->topLevelItem(0)).center());
+        grid->setFocus();
+        grid->setCurrentIndex(grid->model()->index(0, 0));
+        QTest::keyClick(grid, Qt::Key_A, Qt::ControlModifier);
+        QCOMPARE(grid->selectionModel()->selectedIndexes().size(), 1006);
+        QTest::keyClick(grid, Qt::Key_Space);
+        QVERIFY(std::none_of(f.state->plan().cbegin(), f.state->plan().cend(), [](const PlanItem& item) {
+            return item.approved && item.category != u"needs-you";
+        }));
+        QVERIFY(control(*f.window, u"Approve 0 changes"_s));
+        QTest::keyClick(grid, Qt::Key_Space);
+        QVERIFY(control(*f.window, u"Approve 1,006 changes"_s));
+
+        // The filter narrows every tab by name.
+        QTest::keyClick(f.window.get(), Qt::Key_F, Qt::ControlModifier);
+        QVERIFY(f.window->filterField()->hasFocus());
+        QTest::keyClicks(f.window->filterField(), u"INVOICE"_s);
+        QCOMPARE(names(grid), (QStringList {u"invoice-march.pdf"_s, u"invoice-april.pdf"_s}));
+        QVERIFY(shownTexts(*f.window).contains(u"2 files \u00B7 sorted by what each file is, not its name"_s));
+        QCOMPARE(f.window->needsPage()->list()->model()->rowCount(), 0);
+        f.window->filterField()->clear();
+        QCOMPARE(grid->model()->rowCount(), 1006);
+        QCOMPARE(f.window->needsPage()->list()->model()->rowCount(), 1);
+
+        // Enter takes a closer look at the current file; Escape puts it away.
+        grid->setFocus();
+        grid->setCurrentIndex(grid->model()->index(1003, 0));
+        QTest::keyClick(grid, Qt::Key_Return);
+        auto* preview = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        QVERIFY(preview);
+        QVERIFY(shownTexts(*preview).contains(u"invoice-march.pdf"_s));
+        QVERIFY(shownTexts(*preview).contains(u"Work/Invoices"_s));
+        QVERIFY(shownTexts(*preview).contains(u"reason for invoice-march.pdf"_s));
+        QTest::keyClick(preview, Qt::Key_Escape);
+        QVERIFY(!preview->isVisible());
+    }
+
+    // A renamed file is in organize and rename; refusing the rename keeps its move. Then apply.
+    void renamesAndOrganizeOnly()
+    {
+        Fixture f;
+        PlanItem& scan = f.add(u"IMG_0001.txt"_s, u"personal"_s, u"Personal"_s);
+        scan.newName = u"Bank letter.txt"_s;
+        scan.renameApproved = true;
+        PlanItem& other = f.add(u"DSC_42.txt"_s, u"personal"_s, u"Personal"_s);
+        other.newName = u"Beach.txt"_s;
+        other.renameApproved = true;
+        f.open();
+
+        QCOMPARE(names(f.window->organizePage()->grid()), (QStringList {u"IMG_0001.txt"_s, u"DSC_42.txt"_s}));
+        clickTab(f.window->tabs(), u"Rename"_s);
+        QVERIFY(shownTexts(*f.window).contains(u"Clear names"_s));
+        QVERIFY(shownTexts(*f.window).contains(u"Only files with meaningless names. Extensions never change."_s));
+        PlanListView* renames = f.window->renamePage()->list();
+        QCOMPARE(names(renames), (QStringList {u"IMG_0001.txt"_s, u"DSC_42.txt"_s}));
+        clickItem(renames, 0, [](const QRect& row) { return RowDelegate::checkRect(row).center(); });
+        QCOMPARE(f.item(1).renameApproved, false);
+        QCOMPARE(f.item(1).approved, true);
+        QCOMPARE(f.item(2).renameApproved, true);
+
+        QSignalSpy moved(f.state.get(), &AppState::moveFinished);
+        click(control(*f.window, u"Organize only"_s));
+        QVERIFY(!f.window->isVisible());
+        QVERIFY(moved.wait(10000));
+        QVERIFY(QFile::exists(f.homeBase() + u"/Personal/IMG_0001.txt"_s));
+        QVERIFY(QFile::exists(f.homeBase() + u"/Personal/DSC_42.txt"_s));
+        QVERIFY(!QFile::exists(f.home.path() + u"/Downloads/DSC_42.txt"_s));
+    }
+
+    void approveMovesAndRenames()
+    {
+        Fixture f;
+        PlanItem& scan = f.add(u"IMG_0001.txt"_s, u"personal"_s, u"Personal"_s);
+        scan.newName = u"Bank letter.txt"_s;
+        scan.renameApproved = true;
+        f.add(u"stays.txt"_s, u"personal"_s, u"Personal"_s);
+        f.open();
+        clickItem(f.window->organizePage()->grid(), 1);
+        QSignalSpy moved(f.state.get(), &AppState::moveFinished);
+        click(control(*f.window, u"Approve 1 changes"_s));
+        QVERIFY(!f.window->isVisible());
+        QVERIFY(moved.wait(10000));
+        QVERIFY(QFile::exists(f.homeBase() + u"/Personal/Bank letter.txt"_s));
+        QVERIFY(QFile::exists(f.home.path() + u"/Downloads/stays.txt"_s));
+    }
+
+    // Needs You: both bulk choices, one file sent by hand, suggestions accepted and dismissed.
+    void needsYouChoicesAndProjects()
+    {
+        Fixture f;
+        QDir(f.home.path()).mkpath(u"Documents/Taxes"_s);
+        for (const QString& name : {u"penwick-brief.txt"_s, u"penwick-notes.txt"_s}) {
+            f.add(name, u"needs-you"_s, u"Brindlow Review/Needs You"_s).suggestedProject = u"Penwick"_s;
+        }
+        for (const QString& name : {u"quill-a.txt"_s, u"quill-b.txt"_s})
+            f.add(name, u"needs-you"_s, u"Brindlow Review/Needs You"_s).suggestedProject = u"Quill"_s;
+        f.add(u"mystery.bin"_s, u"needs-you"_s, u"Brindlow Review/Needs You"_s);
+        f.add(u"odd.bin"_s, u"needs-you"_s, u"Brindlow Review/Needs You"_s);
+        f.add(u"Marlow plan.txt"_s, u"needs-you"_s, u"Brindlow Review/Needs You"_s);
+        f.open();
+        clickTab(f.window->tabs(), u"Needs You"_s);
+        NeedsPage* page = f.window->needsPage();
+        QVERIFY(shownTexts(*page).contains(
+            u"Brindlow wasn't sure about these. Send them to a folder, or leave them where they are."_s));
+        QVERIFY(shownTexts(*page).contains(u"Looks like a project:"_s));
+        QVERIFY(shownTexts(*page).contains(u"(2 files)"_s));
+
+        click(control(*page, u"Dismiss Quill"_s));
+        settle();
+        QVERIFY(!control(*page, u"Add Quill as a project"_s));
+        click(control(*page, u"Add Penwick as a project"_s));
+        settle();
+        QVERIFY(shownTexts(*page).contains(u"Added Penwick: 2 files sorted into it."_s));
+        QCOMPARE(f.item(1).destFolder, u"Projects/Penwick/Docs"_s);
+        QVERIFY(!control(*page, u"Add Penwick as a project"_s));
+        QCOMPARE(f.window->tabs()->tabText(3), u"Needs You 5"_s);
+
+        QLineEdit* field = page->findChild<QLineEdit*>();
+        QCOMPARE(field->placeholderText(), u"Add a project, e.g. Penwick"_s);
+        QTest::keyClicks(field, u"Marlow"_s);
+        QTest::keyClick(field, Qt::Key_Return);
+        QVERIFY(field->text().isEmpty());
+        QVERIFY(shownTexts(*page).contains(u"Added Marlow: 1 files sorted into it."_s));
+
+        click(control(*page, u"Leave all where they are"_s));
+        for (const qint64 id : {3, 4, 5, 6})
+            QCOMPARE(f.item(id).approved, false);
+        QVERIFY(control(*f.window, u"Approve 3 changes"_s));
+
+        // One file by hand, from the list of places the home base already has.
+        PlanListView* list = page->list();
+        QTRY_VERIFY(!page->choices()->isListing());
+        settle();
+        QCOMPARE(names(list).first(), u"quill-a.txt"_s);
+        QStringList offered;
+        QTimer::singleShot(0, [&offered] {
+            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+            QVERIFY(menu);
+            for (QAction* action : menu->actions()) {
+                if (!action->isSeparator())
+                    offered.append(action->text());
+            }
+            for (QAction* action : menu->actions()) {
+                if (action->text() == u"Taxes")
+                    action->trigger();
+            }
+            menu->close();
+        });
+        clickItem(list, 0, [](const QRect& row) { return RowDelegate::choiceRect(row).center(); });
+        QCOMPARE(
+            offered,
+            (QStringList {
+                u"Leave where it is"_s, u"Needs You folder"_s, u"Archive"_s, u"Penwick"_s, u"Marlow"_s, u"Taxes"_s}));
+        QCOMPARE(f.item(3).destFolder, u"Taxes"_s);
+        QCOMPARE(f.item(3).approved, true);
+
+        click(control(*page, u"Needs You folder"_s));
+        for (const qint64 id : {4, 5, 6}) {
+            QCOMPARE(f.item(id).destFolder, u"Brindlow Review/Needs You"_s);
+            QCOMPARE(f.item(id).approved, true);
+        }
+    }
+
+    // Painted tiles ask for their pictures, each once; tiles scrolled past withdraw theirs.
+    void thumbnailsOncePerFileAndDroppedWhenGone()
+    {
+        QMutex mutex;
+        QStringList made;
+        QSemaphore gate;
+        ThumbCache thumbs(
+            64LL * 1024 * 1024,
+            [&](const QString& path, QSize) {
+                gate.acquire();
+                const QMutexLocker lock(&mutex);
+                made.append(QFileInfo(path).fileName());
+                QImage image(40, 30, QImage::Format_RGB32);
+                image.fill(Qt::darkCyan);
+                return image;
+            },
+            1);
+        Fixture f;
+        for (int i = 0; i < 300; ++i)
+            f.add(u"shot-%1.png"_s.arg(i, 3, 10, QLatin1Char('0')), u"photos"_s, u"Photos"_s);
+        f.open(&thumbs);
+        OrganizePage* page = f.window->organizePage();
+        const int visible = page->pendingThumbnails();
+        QVERIFY(visible > 0);
+        QVERIFY(visible < 60);
+
+        // Jump to the end while the first picture is still being made.
+        page->grid()->scrollToBottom();
+        settle();
+        QSignalSpy ready(&thumbs, &ThumbCache::ready);
+        gate.release(1000);
+        QTRY_COMPARE(page->pendingThumbnails(), 0);
+        QTRY_VERIFY(ready.size() >= visible);
+        {
+            const QMutexLocker lock(&mutex);
+            QCOMPARE(QSet<QString>(made.cbegin(), made.cend()).size(), made.size());
+            QVERIFY(made.contains(u"shot-299.png"_s));
+            QVERIFY(!made.contains(u"shot-010.png"_s));
+        }
+        // Repainting and asking again makes nothing new.
+        const qsizetype before = made.size();
+        page->grid()->viewport()->update();
+        settle();
+        thumbs.request(f.items.last().src.toLocalFile());
+        settle();
+        QCOMPARE(made.size(), before);
+    }
+};
+
+QTEST_MAIN(TestReviewWindow)
+#include "tst_review_window.moc"
