@@ -43,7 +43,7 @@ T* control(const QWidget& root, const QString& name)
     qFatal("no control %s", qPrintable(name));
 }
 
-void waitFor(QObject* sender, auto signal)
+void waitFor(auto* sender, auto signal)
 {
     QSignalSpy spy(sender, signal);
     spy.wait(5000);

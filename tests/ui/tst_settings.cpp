@@ -53,7 +53,7 @@ private Q_SLOTS:
         QCOMPARE(window->windowTitle(), u"Brindlow Settings"_s);
         QLineEdit* key = control<QLineEdit>(*window, u"Claude API key"_s);
         QVERIFY(key->text().isEmpty());
-        QCOMPARE(key->placeholderText(), u"A key is stored. Paste a new one to replace it."_s);
+        QVERIFY(shownTexts(*window).contains(u"A key is stored. Paste a new one to replace it."_s));
         QVERIFY(!shownTexts(*window).join(u' ').contains(u"sk-stored-secret"_s));
         QVERIFY(!control(*window, u"Save key"_s)->isEnabled());
         type(key, u"sk-replacement"_s);

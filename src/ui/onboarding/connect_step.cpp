@@ -22,7 +22,7 @@ ConnectStep::ConnectStep(AppState& state, QWidget* parent)
     m_key->setEchoMode(QLineEdit::Password);
     m_key->setAccessibleName(tr("Claude API key"));
     m_key->setPlaceholderText(tr("sk-ant-…"));
-    m_key->setMinimumHeight(32);
+    Texts::styleField(m_key);
     m_test->setAccessibleName(tr("Test connection"));
     m_test->setEnabled(false);
     m_result->setObjectName(u"connectionResult"_s);

@@ -13,9 +13,11 @@ KeyEditor::KeyEditor(AppState& state, QWidget* parent)
     : QWidget(parent)
     , m_state(state)
     , m_field(new QLineEdit(this))
-    , m_save(new SecondaryButton(tr("Save key"), this, 30))
+    , m_save(new SecondaryButton(tr("Save key"), this, 32))
     , m_saved(Texts::label(tr("Saved."), Texts::Style::detail, this))
+    , m_stored(Texts::label(QString(), Texts::Style::detail, this))
 {
+    Texts::styleField(m_field);
     m_field->setEchoMode(QLineEdit::Password);
     m_field->setAccessibleName(tr("Claude API key"));
     m_field->setClearButtonEnabled(true);
@@ -31,6 +33,7 @@ KeyEditor::KeyEditor(AppState& state, QWidget* parent)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(6);
     layout->addWidget(Texts::label(tr("CLAUDE API KEY"), Texts::Style::caption, this));
+    layout->addWidget(m_stored);
     layout->addLayout(row);
     layout->addWidget(m_saved);
 
@@ -48,9 +51,10 @@ void KeyEditor::showStored()
 {
     // The stored key itself never comes back to the screen, not even as dots.
     const bool stored = !m_state.apiKey().isEmpty();
-    m_field->setPlaceholderText(stored ? tr("A key is stored. Paste a new one to replace it.")
-                                       : tr("No key stored yet. Paste your Claude API key."));
-    m_field->setAccessibleDescription(m_field->placeholderText());
+    m_stored->setText(stored ? tr("A key is stored. Paste a new one to replace it.")
+                             : tr("No key stored yet. Paste your Claude API key."));
+    m_field->setPlaceholderText(stored ? tr("New key") : tr("sk-ant-…"));
+    m_field->setAccessibleDescription(m_stored->text());
 }
 
 void KeyEditor::save()

@@ -24,4 +24,5 @@ private:
     QLineEdit* m_field;
     QPushButton* m_save;
     QLabel* m_saved;
+    QLabel* m_stored;
 };

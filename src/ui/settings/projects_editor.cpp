@@ -21,7 +21,7 @@ ProjectsEditor::ProjectsEditor(AppState& state, QWidget* parent)
     , m_rows(new QVBoxLayout(m_list))
     , m_name(new QLineEdit(this))
     , m_aliases(new QLineEdit(this))
-    , m_add(new SecondaryButton(tr("Add"), this, 30))
+    , m_add(new SecondaryButton(tr("Add"), this, 32))
 {
     m_rows->setContentsMargins(0, 0, 0, 0);
     m_rows->setSpacing(2);
@@ -32,16 +32,18 @@ ProjectsEditor::ProjectsEditor(AppState& state, QWidget* parent)
     m_add->setAccessibleName(tr("Add"));
     m_add->setEnabled(false);
 
+    Texts::styleField(m_name);
+    Texts::styleField(m_aliases);
     auto* adding = new QHBoxLayout;
     adding->setSpacing(8);
-    adding->addWidget(m_name, 2);
-    adding->addWidget(m_aliases, 3);
+    adding->addWidget(m_aliases, 1);
     adding->addWidget(m_add);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(8);
     layout->addWidget(m_none);
     layout->addWidget(m_list);
+    layout->addWidget(m_name);
     layout->addLayout(adding);
 
     connect(m_name, &QLineEdit::textChanged, this, [this] { m_add->setEnabled(!m_name->text().trimmed().isEmpty()); });

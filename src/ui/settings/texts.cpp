@@ -1,6 +1,11 @@
 #include "texts.h"
 
+#include "ui/theme/theme.h"
+
 #include <QLabel>
+#include <QLineEdit>
+
+using namespace Qt::Literals::StringLiterals;
 
 namespace Texts {
 
@@ -35,6 +40,17 @@ QLabel* label(const QString& text, Style style, QWidget* parent)
     }
     label->setFont(font);
     return label;
+}
+
+void styleField(QLineEdit* field)
+{
+    field->setMinimumHeight(32);
+    QFont font = field->font();
+    font.setPixelSize(13);
+    field->setFont(font);
+    field->setStyleSheet(u"QLineEdit { background: %1; border: 1px solid %2; border-radius: 8px; padding: 0 8px; }"
+                         u" QLineEdit:focus { border: 1px solid %3; }"_s.arg(
+                             Theme::surface.name(), Theme::stone.name(), Theme::amberDeep.name()));
 }
 
 } // namespace Texts

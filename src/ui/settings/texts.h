@@ -1,6 +1,7 @@
 #pragma once
 
 class QLabel;
+class QLineEdit;
 class QString;
 class QWidget;
 
@@ -16,5 +17,7 @@ enum class Style {
 };
 
 QLabel* label(const QString& text, Style style, QWidget* parent);
+// A text field with a rounded border, as tall as the buttons beside it.
+void styleField(QLineEdit* field);
 
 } // namespace Texts
