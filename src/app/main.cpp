@@ -1,3 +1,4 @@
+#include "brindlow_version.h"
 #include "platform/single_instance.h"
 #include "platform/termination_signals.h"
 #include "shell.h"
@@ -6,15 +7,26 @@
 
 #include <QApplication>
 
+#include <cstdio>
+#include <cstring>
+
 using namespace Qt::Literals::StringLiterals;
 
 int main(int argc, char* argv[])
 {
+    // Answered before anything needs a display, so scripts and package checks can ask.
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--version") == 0) {
+            std::printf("brindlow %s\n", BRINDLOW_VERSION);
+            return 0;
+        }
+    }
     QApplication app(argc, argv);
+    QApplication::setApplicationVersion(QStringLiteral(BRINDLOW_VERSION));
     QApplication::setOrganizationName(u"Brindlow"_s);
     QApplication::setApplicationName(u"Brindlow"_s);
     QApplication::setApplicationDisplayName(QApplication::translate("main", "Brindlow"));
-    QGuiApplication::setDesktopFileName(u"brindlow"_s);
+    QGuiApplication::setDesktopFileName(QStringLiteral(BRINDLOW_APP_ID));
     // A second start only wakes the one already running.
     if (SingleInstance::handOff())
         return 0;

@@ -3,10 +3,12 @@
 #include "platform/clock.h"
 #include "schedule/dbus_notifications.h"
 #include "schedule/notifier.h"
+#include "ui/onboarding/onboarding_window.h"
 #include "ui/panel/menu_bar_label.h"
 #include "ui/panel/menu_view.h"
 #include "ui/panel/panel_window.h"
 #include "ui/review/review_window.h"
+#include "ui/settings/settings_window.h"
 
 #include <QApplication>
 #include <QDesktopServices>
@@ -39,6 +41,15 @@ bool Shell::start()
     m_state.setNotifier(new Notifier(service, &SystemClock::instance(), &m_state));
     connect(&m_state, &AppState::windowRequested, this, &Shell::openWindow);
     m_windows.add(u"review"_s, [this] { return new ReviewWindow(m_state); });
+    m_windows.add(u"onboarding"_s, [this] { return new OnboardingWindow(m_state); });
+    m_windows.add(u"settings"_s, [this] {
+        auto* settings = new SettingsWindow(m_state);
+        connect(settings, &SettingsWindow::windowRequested, this, &Shell::openWindow);
+        connect(settings, &SettingsWindow::folderRequested, this, [](const QString& path) {
+            QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+        });
+        return settings;
+    });
 
     m_panel = std::make_unique<PanelWindow>(m_state, tray ? PanelWindow::Mode::popup : PanelWindow::Mode::window);
     MenuView* view = m_panel->menuView();

@@ -1,5 +1,6 @@
 #include "commands.h"
 
+#include "brindlow_version.h"
 #include "controller/app_state.h"
 #include "model/store.h"
 #include "plan_view.h"
@@ -333,6 +334,10 @@ int run(const QStringList& arguments, QTextStream& out, QTextStream& err)
 {
     const QString command = arguments.value(1);
     const QStringList args = arguments.mid(2);
+    if (command == u"--version") {
+        out << "brindlow-cli " << BRINDLOW_VERSION << '\n';
+        return kOk;
+    }
     if (command == u"--help" || command == u"-h" || command == u"help") {
         printUsage(out);
         return kOk;

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QWidget>
+
+class AppState;
+class FolderChoices;
+
+// The second set-up step: the three preferences, the folders to sort and the model. Each choice
+// is stored as it is made, like in Settings.
+class PreferencesStep : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit PreferencesStep(AppState& state, QWidget* parent = nullptr);
+
+    FolderChoices* folders() const;
+
+private:
+    FolderChoices* m_folders;
+};

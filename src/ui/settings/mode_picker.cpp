@@ -1,0 +1,74 @@
+#include "mode_picker.h"
+
+#include "controller/app_state.h"
+#include "texts.h"
+
+#include <QButtonGroup>
+#include <QGridLayout>
+#include <QLabel>
+#include <QRadioButton>
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+ModePicker::ModePicker(AppState& state, QWidget* parent)
+    : QWidget(parent)
+    , m_state(state)
+    , m_group(new QButtonGroup(this))
+{
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(6);
+    layout->addWidget(Texts::label(tr("CLAUDE MODEL"), Texts::Style::caption, this));
+    auto* options = new QGridLayout;
+    options->setHorizontalSpacing(16);
+    options->setVerticalSpacing(2);
+    const std::tuple<QString, QString, QString> choices[] = {
+        {u"claude-haiku-5-5"_s, tr("Fast"), tr("Faster, great for most computers")},
+        {u"claude-sonnet-5-5"_s, tr("Careful"), tr("Slower, more careful with tricky files")},
+    };
+    for (const auto& [model, title, caption] : choices) {
+        auto* option = new QRadioButton(title, this);
+        option->setAccessibleName(title);
+        option->setAccessibleDescription(caption);
+        QFont font = option->font();
+        font.setPixelSize(13);
+        font.setWeight(QFont::DemiBold);
+        option->setFont(font);
+        QLabel* below = Texts::label(caption, Texts::Style::detail, this);
+        below->setBuddy(option);
+        // Under the option's text, not under its circle.
+        below->setIndent(22);
+        const int column = int(m_models.size());
+        options->addWidget(option, 0, column, Qt::AlignLeft);
+        options->addWidget(below, 1, column);
+        options->setColumnStretch(column, 1);
+        m_group->addButton(option, column);
+        m_models.append(model);
+    }
+    layout->addLayout(options);
+
+    connect(m_group, &QButtonGroup::idClicked, this, [this](int id) {
+        Profile profile = m_state.profile();
+        if (profile.model == m_models.value(id))
+            return;
+        profile.model = m_models.value(id);
+        m_state.setProfile(profile);
+    });
+    connect(&m_state, &AppState::profileChanged, this, &ModePicker::showProfile);
+    showProfile();
+}
+
+void ModePicker::showProfile()
+{
+    const qsizetype id = m_models.indexOf(m_state.profile().model);
+    if (QAbstractButton* option = m_group->button(int(id))) {
+        option->setChecked(true);
+        return;
+    }
+    // A model chosen elsewhere (by hand in the profile, say) is neither of ours: show no choice.
+    m_group->setExclusive(false);
+    for (QAbstractButton* option : m_group->buttons())
+        option->setChecked(false);
+    m_group->setExclusive(true);
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QWidget>
+
+class AppState;
+class QButtonGroup;
+
+// The choice of Claude model for sorting: a quick one and a careful one, each with a line on what
+// it is good for. Choosing stores the profile at once.
+class ModePicker : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit ModePicker(AppState& state, QWidget* parent = nullptr);
+
+private:
+    void showProfile();
+
+    AppState& m_state;
+    QButtonGroup* m_group;
+    QStringList m_models; // by button id
+};

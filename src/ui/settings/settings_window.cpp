@@ -1,0 +1,184 @@
+#include "settings_window.h"
+
+#include "brindlow_version.h"
+
+#include "controller/app_state.h"
+#include "folder_choices.h"
+#include "key_editor.h"
+#include "mode_picker.h"
+#include "model/recap_data.h"
+#include "model/store.h"
+#include "preference_rows.h"
+#include "projects_editor.h"
+#include "start_at_login_row.h"
+#include "texts.h"
+#include "toggle_row.h"
+#include "ui/theme/card.h"
+#include "ui/theme/secondary_button.h"
+#include "ui/theme/sunrise_mark.h"
+#include "usage_summary.h"
+
+#include <QFutureWatcher>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QVBoxLayout>
+#include <QtConcurrent>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int kColumnWidth = 400;
+
+QFrame* rule(QWidget* parent)
+{
+    auto* line = new QFrame(parent);
+    line->setFixedHeight(1);
+    line->setStyleSheet(u"background: #E4DCCD;"_s);
+    return line;
+}
+
+} // namespace
+
+SettingsWindow::SettingsWindow(AppState& state, const Clock* clock, const Autostart& autostart, QWidget* parent)
+    : QWidget(parent)
+    , m_state(state)
+{
+    setWindowTitle(tr("Brindlow Settings"));
+    setAccessibleName(tr("Brindlow Settings"));
+
+    auto* header = new QHBoxLayout;
+    header->setSpacing(10);
+    header->addWidget(new SunriseMark(32, this));
+    header->addWidget(Texts::label(tr("Settings"), Texts::Style::heading, this), 1);
+
+    auto* columns = new QHBoxLayout;
+    columns->setSpacing(16);
+    columns->addWidget(buildLeft(autostart), 0, Qt::AlignTop);
+    columns->addWidget(buildRight(clock), 0, Qt::AlignTop);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(24, 20, 24, 20);
+    layout->setSpacing(16);
+    layout->addLayout(header);
+    layout->addLayout(columns);
+    layout->addWidget(buildFooter());
+    // Sized to what it holds: it grows with a new project and shrinks when one goes.
+    layout->setSizeConstraint(QLayout::SetFixedSize);
+}
+
+QWidget* SettingsWindow::buildLeft(const Autostart& autostart)
+{
+    auto* column = new QWidget(this);
+    column->setFixedWidth(kColumnWidth);
+
+    auto* key = new Card(column);
+    key->content()->addWidget(new KeyEditor(m_state, key));
+
+    auto* preferences = new Card(column);
+    preferences->content()->addWidget(new PreferenceRows(m_state, preferences));
+    preferences->content()->addWidget(rule(preferences));
+    auto* reminder = new ToggleRow(tr("Sunday 9 AM reminder"),
+                                   tr("A gentle nudge: \"Don't forget to start the week fresh.\" Not needed when "
+                                      "Sunday Reset is on, since that already notifies you."),
+                                   preferences);
+    reminder->setOn(m_state.sundayReminderOn());
+    connect(reminder, &ToggleRow::toggled, this, [this](bool on) { m_state.setSundayReminderOn(on); });
+    preferences->content()->addWidget(reminder);
+    preferences->content()->addWidget(new StartAtLoginRow(autostart, preferences));
+
+    auto* layout = new QVBoxLayout(column);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(12);
+    layout->addWidget(key);
+    layout->addWidget(preferences);
+    return column;
+}
+
+QWidget* SettingsWindow::buildRight(const Clock* clock)
+{
+    auto* column = new QWidget(this);
+    column->setFixedWidth(kColumnWidth);
+
+    auto* sorting = new Card(column);
+    sorting->content()->addWidget(new FolderChoices(m_state, sorting));
+    sorting->content()->addSpacing(6);
+    sorting->content()->addWidget(new ModePicker(m_state, sorting));
+
+    auto* projects = new Card(column);
+    projects->content()->addWidget(Texts::label(tr("PROJECTS BRINDLOW KNOWS"), Texts::Style::caption, projects));
+    projects->content()->addWidget(new ProjectsEditor(m_state, projects));
+
+    auto* usage = new Card(column);
+    auto* summary = new UsageSummary(clock, usage);
+    // A refresh that just ended has added to the history.
+    connect(&m_state, &AppState::lastRunCostChanged, summary, &UsageSummary::reload);
+    usage->content()->addWidget(summary);
+
+    auto* layout = new QVBoxLayout(column);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(12);
+    layout->addWidget(sorting);
+    layout->addWidget(projects);
+    layout->addWidget(usage);
+    return column;
+}
+
+QWidget* SettingsWindow::buildFooter()
+{
+    auto* footer = new QWidget(this);
+    auto* history = new SecondaryButton(tr("Open move history"), footer, 32);
+    auto* recap = new SecondaryButton(tr("Preview recap"), footer, 32);
+    auto* animation = new SecondaryButton(tr("Preview animation"), footer, 32);
+    for (SecondaryButton* button : {history, recap, animation})
+        button->setAccessibleName(button->text());
+    connect(history, &QPushButton::clicked, this, &SettingsWindow::openMoveHistory);
+    connect(recap, &QPushButton::clicked, this, &SettingsWindow::previewRecap);
+    connect(animation, &QPushButton::clicked, this, [this] { Q_EMIT windowRequested(u"zen"_s); });
+    QLabel* version
+        = Texts::label(tr("Brindlow %1").arg(QStringLiteral(BRINDLOW_VERSION)), Texts::Style::detail, footer);
+    version->setWordWrap(false);
+    version->setObjectName(u"version"_s);
+
+    auto* layout = new QHBoxLayout(footer);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(8);
+    layout->addWidget(history);
+    layout->addWidget(recap);
+    layout->addWidget(animation);
+    layout->addStretch(1);
+    layout->addWidget(version);
+    return footer;
+}
+
+void SettingsWindow::openMoveHistory()
+{
+    // The logs folder is made when missing, which is disk work.
+    auto* watcher = new QFutureWatcher<QString>(this);
+    connect(watcher, &QFutureWatcher<QString>::finished, this, [this, watcher] {
+        watcher->deleteLater();
+        Q_EMIT folderRequested(watcher->result());
+    });
+    watcher->setFuture(QtConcurrent::run(&Store::logsDir));
+}
+
+RecapData SettingsWindow::sampleRecap()
+{
+    RecapData recap;
+    recap.result.moved = 214;
+    recap.result.renamed = 37;
+    recap.result.junkBytes = 2'300'000'000;
+    recap.result.needsYou = 6;
+    recap.groups
+        = {{u"Quorrel"_s, 82}, {u"Personal"_s, 51}, {u"Work Admin"_s, 34}, {u"Creator"_s, 29}, {u"Archive"_s, 18}};
+    recap.renameFrom = u"0aefeea7-a904-45aa-9f16.png"_s;
+    recap.renameTo = u"Quorrel - holographic dragon card art.png"_s;
+    recap.duplicates = 12;
+    return recap;
+}
+
+void SettingsWindow::previewRecap()
+{
+    m_state.setRecap(sampleRecap());
+    Q_EMIT windowRequested(u"recap"_s);
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "platform/autostart.h"
+
+#include <QWidget>
+
+class AppState;
+class Clock;
+struct RecapData;
+
+// "Brindlow Settings": the key, the preferences, the folders and model, the known projects, what
+// Claude has cost, and the way to the move history and the previews. Every control writes
+// through at once; there is no Save for the profile.
+class SettingsWindow : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit SettingsWindow(AppState& state,
+                            const Clock* clock = nullptr,
+                            const Autostart& autostart = Autostart(),
+                            QWidget* parent = nullptr);
+
+    // What "Preview recap" shows: a made-up but typical first refresh.
+    static RecapData sampleRecap();
+
+Q_SIGNALS:
+    // Open (or raise) the window of this id: "recap" or "zen".
+    void windowRequested(const QString& id);
+    // Show this folder in the person's file manager.
+    void folderRequested(const QString& path);
+
+private:
+    QWidget* buildLeft(const Autostart& autostart);
+    QWidget* buildRight(const Clock* clock);
+    QWidget* buildFooter();
+    void openMoveHistory();
+    void previewRecap();
+
+    AppState& m_state;
+};
