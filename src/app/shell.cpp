@@ -40,7 +40,7 @@ bool Shell::start()
     };
     m_state.setNotifier(new Notifier(service, &SystemClock::instance(), &m_state));
     connect(&m_state, &AppState::windowRequested, this, &Shell::openWindow);
-    m_windows.add(u"review"_s, [this] { return new ReviewWindow(m_state); });
+    m_windows.add(u"review"_s, [this] { return new ReviewWindow(m_state, &m_thumbs); });
     m_windows.add(u"onboarding"_s, [this] { return new OnboardingWindow(m_state); });
     m_windows.add(u"settings"_s, [this] {
         auto* settings = new SettingsWindow(m_state);

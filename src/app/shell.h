@@ -1,6 +1,7 @@
 #pragma once
 
 #include "controller/app_state.h"
+#include "controller/thumb_cache.h"
 #include "platform/single_instance.h"
 #include "window_registry.h"
 
@@ -32,6 +33,8 @@ private:
     void showFallbackNotice(const QString& identifier, const QString& title, const QString& body);
 
     AppState m_state;
+    // Thumbnails outlive the review window, so reopening it shows them at once.
+    ThumbCache m_thumbs;
     SingleInstance m_instance;
     WindowRegistry m_windows;
     std::unique_ptr<MenuBarLabel> m_label;

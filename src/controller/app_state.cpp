@@ -343,6 +343,7 @@ void AppState::setPlanInMemory(const QList<PlanItem>& plan)
 {
     Q_EMIT planAboutToBeReset();
     m_plan = plan;
+    m_suggestions.reset();
     m_rows.clear();
     m_rows.reserve(m_plan.size());
     for (int row = 0; row < m_plan.size(); ++row)
@@ -370,6 +371,7 @@ void AppState::setProfile(const Profile& changed)
         profile.homeBase = Profile::defaults(QDir::homePath()).homeBase;
     const bool reminderRuleChanged = profile.autoTidy != m_profile.autoTidy || profile.onboarded != m_profile.onboarded;
     m_profile = profile;
+    m_suggestions.reset();
     Store::saveProfile(m_profile);
     Q_EMIT profileChanged();
     if (reminderRuleChanged && m_profile.onboarded)

@@ -227,4 +227,6 @@ private:
     QHash<qint64, quint64> m_editedAt; // item id -> the edit that last changed it
     QSet<qint64> m_unsubmitted;
     QList<Lesson> m_pendingLessons;
+    // Only a new plan, a new project or a changed category can change the suggestions.
+    mutable std::optional<QList<GroupCount>> m_suggestions;
 };

@@ -142,6 +142,7 @@ void AppState::setDestination(const QList<qint64>& ids, const std::optional<QStr
         if (!destFolder) {
             item.approved = false;
         } else {
+            m_suggestions.reset();
             learn({item.src.fileName(), item.reason, *destFolder});
             item.destFolder = *destFolder;
             item.category = u"user"_s;
@@ -169,6 +170,7 @@ int AppState::addProject(const QString& typed)
         updated.projects.append(Project {QUuid::createUuid(), name, QString()});
         setProfile(updated);
     }
+    m_suggestions.reset();
     QList<int> rows;
     for (int row = 0; row < m_plan.size(); ++row) {
         PlanItem& item = m_plan[row];
@@ -192,6 +194,8 @@ int AppState::addProject(const QString& typed)
 
 QList<GroupCount> AppState::projectSuggestions() const
 {
+    if (m_suggestions)
+        return *m_suggestions;
     QHash<QString, int> counts;
     for (const PlanItem& item : m_plan) {
         if (undecidedOrGeneric(item) && item.suggestedProject)
@@ -208,5 +212,6 @@ QList<GroupCount> AppState::projectSuggestions() const
     std::sort(suggestions.begin(), suggestions.end(), [](const GroupCount& a, const GroupCount& b) {
         return a.count != b.count ? a.count > b.count : a.name < b.name;
     });
-    return suggestions.first(std::min<qsizetype>(3, suggestions.size()));
+    m_suggestions = suggestions.first(std::min<qsizetype>(3, suggestions.size()));
+    return *m_suggestions;
 }

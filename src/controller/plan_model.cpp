@@ -13,11 +13,12 @@ PlanModel::PlanModel(AppState* state, QObject* parent)
 {
     connect(state, &AppState::planAboutToBeReset, this, [this] { beginResetModel(); });
     connect(state, &AppState::planReset, this, [this] {
+        recountAll();
         endResetModel();
-        m_countsValid = false;
         Q_EMIT countsChanged();
     });
     connect(state, &AppState::planItemsChanged, this, &PlanModel::changed);
+    recountAll();
 }
 
 AppState* PlanModel::state() const
@@ -130,10 +131,57 @@ QHash<int, QByteArray> PlanModel::roleNames() const
     return names;
 }
 
+PlanModel::RowFacts PlanModel::factsOf(const PlanItem& item)
+{
+    RowFacts facts;
+    for (const PlanTab tab : {PlanTab::organize, PlanTab::rename, PlanTab::junk, PlanTab::needs}) {
+        if (PlanTabs::contains(tab, item))
+            facts.tabs |= quint8(1u << int(tab));
+    }
+    facts.approved = item.approved;
+    if (PlanTabs::isOrganized(item))
+        facts.group = item.group();
+    return facts;
+}
+
+void PlanModel::count(const RowFacts& facts, int sign)
+{
+    for (size_t tab = 0; tab < m_tabCounts.size(); ++tab)
+        m_tabCounts[tab] += sign * ((facts.tabs >> tab) & 1);
+    m_approved += sign * int(facts.approved);
+    if (facts.tabs & (1u << int(PlanTab::organize))) {
+        int& groupCount = m_groupCounts[facts.group];
+        groupCount += sign;
+        if (groupCount == 0)
+            m_groupCounts.remove(facts.group);
+    }
+    m_groups.reset();
+}
+
+void PlanModel::recountAll()
+{
+    m_facts.clear();
+    m_tabCounts.fill(0);
+    m_approved = 0;
+    m_groupCounts.clear();
+    if (!m_state)
+        return;
+    m_facts.reserve(m_state->plan().size());
+    for (const PlanItem& item : m_state->plan()) {
+        m_facts.append(factsOf(item));
+        count(m_facts.last(), +1);
+    }
+}
+
 void PlanModel::changed(const QList<int>& rows)
 {
     QList<int> sorted = rows;
     std::sort(sorted.begin(), sorted.end());
+    for (const int row : sorted) {
+        count(m_facts[row], -1);
+        m_facts[row] = factsOf(item(row));
+        count(m_facts[row], +1);
+    }
     // One signal per run of neighbouring rows, so a view repaints exactly what changed.
     for (qsizetype i = 0; i < sorted.size();) {
         qsizetype j = i;
@@ -142,47 +190,29 @@ void PlanModel::changed(const QList<int>& rows)
         Q_EMIT dataChanged(index(sorted[i]), index(sorted[j]));
         i = j + 1;
     }
-    m_countsValid = false;
     Q_EMIT countsChanged();
-}
-
-void PlanModel::recount() const
-{
-    if (m_countsValid)
-        return;
-    m_tabCounts.fill(0);
-    m_approved = 0;
-    QHash<QString, int> groups;
-    for (const PlanItem& it : m_state->plan()) {
-        for (const PlanTab tab : {PlanTab::organize, PlanTab::rename, PlanTab::junk, PlanTab::needs})
-            m_tabCounts[size_t(tab)] += PlanTabs::contains(tab, it);
-        m_approved += it.approved;
-        if (PlanTabs::isOrganized(it))
-            ++groups[it.group()];
-    }
-    m_groups.clear();
-    for (auto it = groups.cbegin(); it != groups.cend(); ++it)
-        m_groups.append({it.key(), it.value()});
-    std::sort(m_groups.begin(), m_groups.end(), [](const GroupCount& a, const GroupCount& b) {
-        return a.count != b.count ? a.count > b.count : a.name.localeAwareCompare(b.name) < 0;
-    });
-    m_countsValid = true;
 }
 
 int PlanModel::tabCount(PlanTab tab) const
 {
-    recount();
     return m_tabCounts[size_t(tab)];
 }
 
 int PlanModel::approvedCount() const
 {
-    recount();
     return m_approved;
 }
 
 QList<GroupCount> PlanModel::groups() const
 {
-    recount();
-    return m_groups;
+    if (!m_groups) {
+        QList<GroupCount> groups;
+        for (auto it = m_groupCounts.cbegin(); it != m_groupCounts.cend(); ++it)
+            groups.append({it.key(), it.value()});
+        std::sort(groups.begin(), groups.end(), [](const GroupCount& a, const GroupCount& b) {
+            return a.count != b.count ? a.count > b.count : a.name.localeAwareCompare(b.name) < 0;
+        });
+        m_groups = groups;
+    }
+    return *m_groups;
 }

@@ -7,6 +7,7 @@
 #include <QPointer>
 
 #include <array>
+#include <optional>
 
 class AppState;
 
@@ -58,12 +59,23 @@ Q_SIGNALS:
     void countsChanged();
 
 private:
+    // What one row adds to the counts; kept so that an edit adjusts them instead of recounting
+    // 25,000 rows.
+    struct RowFacts
+    {
+        quint8 tabs = 0; // a bit per PlanTab
+        bool approved = false;
+        QString group; // organized items only
+    };
+    static RowFacts factsOf(const PlanItem& item);
+    void count(const RowFacts& facts, int sign);
+    void recountAll();
     void changed(const QList<int>& rows);
-    void recount() const;
 
     QPointer<AppState> m_state;
-    mutable bool m_countsValid = false;
-    mutable std::array<int, 4> m_tabCounts {};
-    mutable int m_approved = 0;
-    mutable QList<GroupCount> m_groups;
+    QList<RowFacts> m_facts;
+    std::array<int, 4> m_tabCounts {};
+    int m_approved = 0;
+    QHash<QString, int> m_groupCounts;
+    mutable std::optional<QList<GroupCount>> m_groups; // sorted, made when asked for
 };
