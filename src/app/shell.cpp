@@ -6,12 +6,16 @@
 #include "ui/panel/menu_bar_label.h"
 #include "ui/panel/menu_view.h"
 #include "ui/panel/panel_window.h"
+#include "ui/recap/recap_window.h"
+#include "ui/recap/zen_preview.h"
 
 #include <QApplication>
 #include <QDesktopServices>
 #include <QSystemTrayIcon>
 #include <QTimer>
 #include <QUrl>
+
+using namespace Qt::Literals::StringLiterals;
 
 Shell::Shell(QObject* parent)
     : QObject(parent)
@@ -35,6 +39,8 @@ bool Shell::start()
     };
     m_state.setNotifier(new Notifier(service, &SystemClock::instance(), &m_state));
     connect(&m_state, &AppState::windowRequested, this, &Shell::openWindow);
+    m_windows.add(u"recap"_s, [this] { return new RecapWindow(m_state); });
+    m_windows.add(u"zen"_s, [] { return new ZenPreview; });
 
     m_panel = std::make_unique<PanelWindow>(m_state, tray ? PanelWindow::Mode::popup : PanelWindow::Mode::window);
     MenuView* view = m_panel->menuView();
