@@ -76,7 +76,9 @@ void CapsuleRow::paintEvent(QPaintEvent*)
     QColor dimOnDark = Theme::ivory;
     dimOnDark.setAlphaF(0.3);
     const QColor current = mix(Theme::ivory, Theme::charcoal, m_light);
-    const QColor other = mix(dimOnDark, Theme::hairline, m_light);
+    QColor dimOnLight = Theme::stone;
+    dimOnLight.setAlphaF(0.6);
+    const QColor other = mix(dimOnDark, dimOnLight, m_light);
     const qreal total = kLong + (m_count - 1) * (kShort + kGap);
     qreal x = (width() - total) / 2;
     for (int i = 0; i < m_count; ++i) {

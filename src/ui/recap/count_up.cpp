@@ -29,8 +29,8 @@ CountUp::CountUp(qint64 target, int pixelSize, const QColor& colour, int maxWidt
     // A screen reader has no use for the count on its way up.
     setAccessibleName(countText(double(target)));
 
-    m_animation.addPause(kDelayMs);
-    auto* count = new QVariantAnimation(&m_animation);
+    m_animation.addAnimation(Motion::hold(kDelayMs));
+    auto* count = new QVariantAnimation;
     count->setStartValue(0.0);
     count->setEndValue(double(target));
     count->setDuration(kDurationMs);

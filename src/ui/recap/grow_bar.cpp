@@ -13,8 +13,8 @@ GrowBar::GrowBar(double fraction, int delayMs, QWidget* parent)
     , m_fraction(std::clamp(fraction, 0.0, 1.0))
 {
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    m_animation.addPause(delayMs);
-    auto* grow = new QVariantAnimation(&m_animation);
+    m_animation.addAnimation(Motion::hold(delayMs));
+    auto* grow = new QVariantAnimation;
     grow->setStartValue(0.0);
     grow->setEndValue(1.0);
     grow->setDuration(Motion::kSpringMs);
@@ -23,6 +23,7 @@ GrowBar::GrowBar(double fraction, int delayMs, QWidget* parent)
         m_growth = value.toDouble();
         update();
     });
+    m_animation.addAnimation(grow);
     connect(grow, &QAbstractAnimation::stateChanged, this, [this](QAbstractAnimation::State state) {
         m_on = m_on || state == QAbstractAnimation::Running;
     });

@@ -2,6 +2,7 @@
 
 #include <QAbstractAnimation>
 #include <QPointF>
+#include <QVariantAnimation>
 
 #include <cmath>
 
@@ -64,11 +65,21 @@ QEasingCurve springCurve()
     return curve;
 }
 
+QVariantAnimation* hold(int ms)
+{
+    auto* animation = new QVariantAnimation;
+    animation->setStartValue(0.0);
+    animation->setEndValue(0.0);
+    animation->setDuration(ms);
+    return animation;
+}
+
 void playWhenShown(QAbstractAnimation& animation)
 {
     if (animation.state() == QAbstractAnimation::Paused)
         animation.resume();
-    else if (animation.state() == QAbstractAnimation::Stopped && animation.currentTime() == 0)
+    // A group's clock is not at 0 before its first start, so "not finished" is the test.
+    else if (animation.state() == QAbstractAnimation::Stopped && animation.currentTime() < animation.totalDuration())
         animation.start();
 }
 

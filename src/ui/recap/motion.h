@@ -3,6 +3,7 @@
 #include <QEasingCurve>
 
 class QAbstractAnimation;
+class QVariantAnimation;
 
 // The motion of the recap: its easing curves, its spring, and the rule that an animation plays
 // only while the person can see it.
@@ -24,6 +25,10 @@ double spring(double seconds, double response = kSpringResponse, double damping 
 double springOvershoot(double damping);
 // The spring as an easing curve over kSpringMs: exactly 0 at the start and exactly 1 at the end.
 QEasingCurve springCurve();
+
+// A wait of `ms` on animation time. Qt runs a bare QPauseAnimation on a wall-clock timer when
+// nothing else is moving, which would let a delay slip past a paused or test-driven clock.
+QVariantAnimation* hold(int ms);
 
 // A window out of sight spends nothing on motion: an animation starts or goes on when its
 // widget is shown, and waits, where it is, while it is hidden. One that has played stays done.

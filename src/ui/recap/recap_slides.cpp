@@ -19,6 +19,7 @@ namespace {
 
 constexpr int kContentWidth = 460;
 constexpr int kFigureSize = 96;
+constexpr int kNameWidth = 180;
 
 QLabel* text(const QString& words, int pixelSize, const QColor& colour, bool strong = false)
 {
@@ -36,15 +37,26 @@ QLabel* text(const QString& words, int pixelSize, const QColor& colour, bool str
 
 // A name that may be as long as a file system allows, cut in the middle where it would not fit;
 // the whole name stays in the tooltip and for screen readers.
-QLabel* name(const QString& words, int pixelSize, const QColor& colour, int width, Qt::Alignment align)
+QLabel*
+name(const QString& words, int pixelSize, const QColor& colour, int width, Qt::Alignment align, Qt::TextElideMode cut)
 {
     QLabel* label = text(words, pixelSize, colour);
-    label->setText(QFontMetrics(label->font()).elidedText(words, Qt::ElideMiddle, width));
+    label->setText(QFontMetrics(label->font()).elidedText(words, cut, width));
     label->setAlignment(align | Qt::AlignVCenter);
     label->setAccessibleName(words);
     if (label->text() != words)
         label->setToolTip(words);
     return label;
+}
+
+// A figure as large as will fit: a few hundred gigabytes must not touch the window's edges.
+void fit(QLabel* figure, int maxWidth)
+{
+    QFont font = figure->font();
+    const int wanted = QFontMetrics(font).horizontalAdvance(figure->text());
+    if (wanted > maxWidth)
+        font.setPixelSize(std::max(12, font.pixelSize() * maxWidth / wanted));
+    figure->setFont(font);
 }
 
 // A dark slide: its pieces stacked and centred, clear of the capsules above and the hint below.
@@ -117,7 +129,7 @@ QWidget* RecapSlides::groups(const RecapData& recap)
     const int shown = std::min<int>(int(recap.groups.size()), kMaxGroupRows);
     for (int row = 0; row < shown; ++row) {
         const GroupCount& group = recap.groups[row];
-        grid->addWidget(name(group.name, 15, Theme::ivory, 150, Qt::AlignLeft), row, 0);
+        grid->addWidget(name(group.name, 15, Theme::ivory, kNameWidth, Qt::AlignLeft, Qt::ElideRight), row, 0);
         auto* bar = new GrowBar(double(group.count) / largest, kGroupFirstDelayMs + row * kGroupDelayStepMs);
         bar->setAccessibleName(group.name);
         bar->setAccessibleDescription(group.count == 1 ? tr("1 file")
@@ -127,7 +139,7 @@ QWidget* RecapSlides::groups(const RecapData& recap)
         count->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
         grid->addWidget(count, row, 2);
     }
-    grid->setColumnMinimumWidth(0, 150);
+    grid->setColumnMinimumWidth(0, kNameWidth);
     QList<QWidget*> pieces {new Rise(text(tr("Where everything went"), 26, Theme::ivory, true), 0),
                             new Rise(rows, 150)};
     if (recap.groups.size() > shown) {
@@ -147,11 +159,11 @@ QWidget* RecapSlides::renamed(const RecapData& recap)
         auto* lines = new QVBoxLayout(example);
         lines->setContentsMargins(0, 0, 0, 0);
         lines->setSpacing(4);
-        lines->addWidget(name(*recap.renameFrom, 15, Theme::stone, kContentWidth, Qt::AlignHCenter));
+        lines->addWidget(name(*recap.renameFrom, 15, Theme::stone, kContentWidth, Qt::AlignHCenter, Qt::ElideMiddle));
         QLabel* arrow = text(u"\u2193"_s, 16, Theme::amber);
         arrow->setAccessibleName(tr("renamed to"));
         lines->addWidget(arrow);
-        lines->addWidget(name(*recap.renameTo, 15, Theme::ivory, kContentWidth, Qt::AlignHCenter));
+        lines->addWidget(name(*recap.renameTo, 15, Theme::ivory, kContentWidth, Qt::AlignHCenter, Qt::ElideMiddle));
         pieces.append(new Rise(example, 900));
     }
     return page(pieces, {4, 28});
@@ -166,6 +178,7 @@ QWidget* RecapSlides::clear(const RecapData& recap, const std::function<void()>&
     QFont font = figure->font();
     font.setWeight(QFont::Bold);
     figure->setFont(font);
+    fit(figure, kContentWidth);
     QLabel* note
         = text(tr("Nothing was deleted. It's waiting in your review folder whenever you're ready."), 15, Theme::stone);
     note->setWordWrap(true);

@@ -42,6 +42,9 @@ RecapView::RecapView(QWidget* parent)
     palette.setColor(QPalette::WindowText, Theme::stone);
     m_hint->setPalette(palette);
 
+    // Held on animation time rather than a timer, so it pauses with the window.
+    m_wait.setStartValue(0.0);
+    m_wait.setEndValue(0.0);
     m_wait.setDuration(kAutoAdvanceMs);
     connect(&m_wait, &QAbstractAnimation::finished, this, &RecapView::advance);
 

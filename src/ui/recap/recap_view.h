@@ -2,7 +2,6 @@
 
 #include "recap_slides.h"
 
-#include <QPauseAnimation>
 #include <QVariantAnimation>
 #include <QWidget>
 
@@ -70,7 +69,7 @@ private:
     CapsuleRow* m_capsules;
     QLabel* m_hint;
     FadeOverlay* m_overlay;
-    QPauseAnimation m_wait;
+    QVariantAnimation m_wait;
     QVariantAnimation m_transition;
     std::optional<QPoint> m_pressedAt;
     bool m_moved = false;

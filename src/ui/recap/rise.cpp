@@ -21,8 +21,8 @@ Rise::Rise(QWidget* content, int delayMs, int offset, QWidget* parent)
     m_opacity->setOpacity(0);
     setGraphicsEffect(m_opacity);
 
-    m_animation.addPause(delayMs);
-    auto* rise = new QVariantAnimation(&m_animation);
+    m_animation.addAnimation(Motion::hold(delayMs));
+    auto* rise = new QVariantAnimation;
     rise->setStartValue(0.0);
     rise->setEndValue(1.0);
     rise->setDuration(kDurationMs);
@@ -32,6 +32,7 @@ Rise::Rise(QWidget* content, int delayMs, int offset, QWidget* parent)
         m_opacity->setOpacity(m_progress);
         place();
     });
+    m_animation.addAnimation(rise);
     connect(rise, &QAbstractAnimation::stateChanged, this, [this](QAbstractAnimation::State state) {
         m_on = m_on || state == QAbstractAnimation::Running;
     });
