@@ -33,6 +33,7 @@ run: build
 screenshots: configure
 	@cmake --build $(BUILD_DIR) -j $(JOBS) --target panel_screenshots
 	QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/tests/panel_screenshots docs/screenshots
+	@cmake --build $(BUILD_DIR) -j $(JOBS) --target recap_screenshots && QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/tests/recap_screenshots docs/screenshots
 
 test: build
 	cd $(BUILD_DIR) && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -j $(JOBS)
