@@ -21,6 +21,11 @@ void FadeOverlay::setOpacity(double opacity)
     update();
 }
 
+double FadeOverlay::opacity() const
+{
+    return m_opacity;
+}
+
 void FadeOverlay::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);

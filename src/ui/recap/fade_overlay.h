@@ -14,6 +14,7 @@ public:
 
     void setPicture(const QPixmap& picture);
     void setOpacity(double opacity);
+    double opacity() const;
 
 protected:
     void paintEvent(QPaintEvent* event) override;

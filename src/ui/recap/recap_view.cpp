@@ -14,8 +14,6 @@
 
 namespace {
 
-// The next slide drifts in from the side by this much as the last one fades.
-constexpr int kDriftPx = 36;
 constexpr QSize kSmallest {600, 460};
 
 } // namespace
@@ -137,7 +135,7 @@ void RecapView::goTo(int index)
     m_from = m_index;
     m_index = index;
     QWidget* arriving = m_pages[m_index];
-    arriving->setGeometry(rect().translated(kDriftPx, 0));
+    arriving->setGeometry(rect());
     arriving->show();
     placeChrome();
     showTransition(0.0);
@@ -160,8 +158,6 @@ void RecapView::showTransition(double progress)
     const auto light = [this](int index) { return m_slides.value(index) == Slide::finale ? 1.0 : 0.0; };
     const double shade = light(m_from) + (light(m_index) - light(m_from)) * progress;
     m_overlay->setOpacity(1 - progress);
-    if (QWidget* page = currentPage())
-        page->move(qRound(kDriftPx * (1 - progress)), 0);
     m_capsules->setPosition(m_from + (m_index - m_from) * progress);
     m_capsules->setLight(shade);
     QPalette palette = m_hint->palette();

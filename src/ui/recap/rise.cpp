@@ -1,25 +1,19 @@
 #include "rise.h"
 
 #include "motion.h"
+#include "rise_effect.h"
 
-#include <QEvent>
-#include <QGraphicsOpacityEffect>
 #include <QVBoxLayout>
 #include <QVariantAnimation>
 
 Rise::Rise(QWidget* content, int delayMs, int offset, QWidget* parent)
     : QWidget(parent)
-    , m_content(content)
-    , m_offset(offset)
-    , m_opacity(new QGraphicsOpacityEffect(this))
+    , m_effect(new RiseEffect(offset, this))
 {
-    // The layout gives the content its size (and a wrapped label its height); the offset is
-    // applied on top of where the layout puts it.
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(content);
-    m_opacity->setOpacity(0);
-    setGraphicsEffect(m_opacity);
+    setGraphicsEffect(m_effect);
 
     m_animation.addAnimation(Motion::hold(delayMs));
     auto* rise = new QVariantAnimation;
@@ -29,8 +23,7 @@ Rise::Rise(QWidget* content, int delayMs, int offset, QWidget* parent)
     rise->setEasingCurve(Motion::easeOut());
     connect(rise, &QVariantAnimation::valueChanged, this, [this](const QVariant& value) {
         m_progress = value.toDouble();
-        m_opacity->setOpacity(m_progress);
-        place();
+        m_effect->setProgress(m_progress);
     });
     m_animation.addAnimation(rise);
     connect(rise, &QAbstractAnimation::stateChanged, this, [this](QAbstractAnimation::State state) {
@@ -48,24 +41,9 @@ double Rise::progress() const
     return m_progress;
 }
 
-void Rise::place()
-{
-    m_content->move(m_content->x(), contentsRect().top() + qRound(m_offset * (1 - m_progress)));
-}
-
-bool Rise::event(QEvent* event)
-{
-    const bool handled = QWidget::event(event);
-    // The layout has just put the content back at its resting place.
-    if (event->type() == QEvent::Resize || event->type() == QEvent::LayoutRequest)
-        place();
-    return handled;
-}
-
 void Rise::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
-    place();
     Motion::playWhenShown(m_animation);
 }
 

@@ -3,7 +3,7 @@
 #include <QSequentialAnimationGroup>
 #include <QWidget>
 
-class QGraphicsOpacityEffect;
+class RiseEffect;
 
 // Holds one piece of a slide that arrives by rising into its place out of nothing: lowered and
 // transparent at first, then, after its delay, lifted and made opaque.
@@ -21,17 +21,12 @@ public:
     static constexpr int kDurationMs = 800;
 
 protected:
-    bool event(QEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
 
 private:
-    void place();
-
-    QWidget* m_content;
-    const int m_offset;
     double m_progress = 0;
     bool m_on = false;
-    QGraphicsOpacityEffect* m_opacity;
+    RiseEffect* m_effect;
     QSequentialAnimationGroup m_animation;
 };
