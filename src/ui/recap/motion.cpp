@@ -78,7 +78,7 @@ void playWhenShown(QAbstractAnimation& animation)
 {
     if (animation.state() == QAbstractAnimation::Paused)
         animation.resume();
-    // A group's clock is not at 0 before its first start, so "not finished" is the test.
+    // Short of its end means it has yet to play (or was stopped part-way); at its end, it played.
     else if (animation.state() == QAbstractAnimation::Stopped && animation.currentTime() < animation.totalDuration())
         animation.start();
 }
