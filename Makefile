@@ -35,6 +35,7 @@ screenshots: configure
 	QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/tests/panel_screenshots docs/screenshots
 	@cmake --build $(BUILD_DIR) -j $(JOBS) --target review_screenshots && QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/tests/review_screenshots docs/screenshots
 	@cmake --build $(BUILD_DIR) -j $(JOBS) --target onboarding_screenshots && QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/tests/onboarding_screenshots docs/screenshots
+	@cmake --build $(BUILD_DIR) -j $(JOBS) --target recap_screenshots && QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/tests/recap_screenshots docs/screenshots
 
 test: build
 	cd $(BUILD_DIR) && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -j $(JOBS)

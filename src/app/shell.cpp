@@ -9,6 +9,8 @@
 #include "ui/panel/panel_window.h"
 #include "ui/review/review_window.h"
 #include "ui/settings/settings_window.h"
+#include "ui/recap/recap_window.h"
+#include "ui/recap/zen_preview.h"
 
 #include <QApplication>
 #include <QDesktopServices>
@@ -50,6 +52,8 @@ bool Shell::start()
         });
         return settings;
     });
+    m_windows.add(u"recap"_s, [this] { return new RecapWindow(m_state); });
+    m_windows.add(u"zen"_s, [] { return new ZenPreview; });
 
     m_panel = std::make_unique<PanelWindow>(m_state, tray ? PanelWindow::Mode::popup : PanelWindow::Mode::window);
     MenuView* view = m_panel->menuView();

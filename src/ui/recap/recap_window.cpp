@@ -1,0 +1,68 @@
+#include "recap_window.h"
+
+#include "controller/app_state.h"
+#include "recap_view.h"
+
+#include <QCursor>
+#include <QDesktopServices>
+#include <QGuiApplication>
+#include <QScreen>
+#include <QUrl>
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+RecapWindow::RecapWindow(AppState& state, QWidget* parent)
+    : QWidget(parent, Qt::Window | Qt::FramelessWindowHint)
+    , m_state(state)
+    , m_view(new RecapView(this))
+    , m_open([](const QString& path) { QDesktopServices::openUrl(QUrl::fromLocalFile(path)); })
+{
+    setWindowTitle(tr("Your recap"));
+    setAccessibleName(windowTitle());
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_view);
+
+    connect(m_view, &RecapView::doneRequested, this, &QWidget::close);
+    connect(m_view, &RecapView::homeFolderRequested, this, [this] { m_open(m_state.profile().homeBase); });
+    connect(m_view, &RecapView::reviewFolderRequested, this, [this] {
+        m_open(m_state.profile().homeBase + u"/Brindlow Review"_s);
+    });
+}
+
+void RecapWindow::setFolderOpener(FolderOpener opener)
+{
+    m_open = std::move(opener);
+}
+
+RecapView* RecapWindow::view() const
+{
+    return m_view;
+}
+
+void RecapWindow::showEvent(QShowEvent* event)
+{
+    // Brought forward while playing, the recap goes on; opened again, it starts over.
+    if (!m_playing) {
+        m_playing = true;
+        m_view->play(m_state.recap());
+        setFixedSize(sizeHint());
+        QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
+        if (!screen)
+            screen = QGuiApplication::primaryScreen();
+        if (screen) {
+            QRect frame(QPoint(), size());
+            frame.moveCenter(screen->availableGeometry().center());
+            move(frame.topLeft());
+        }
+    }
+    QWidget::showEvent(event);
+}
+
+void RecapWindow::closeEvent(QCloseEvent* event)
+{
+    m_view->stop();
+    m_playing = false;
+    QWidget::closeEvent(event);
+}
