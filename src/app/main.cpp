@@ -1,3 +1,5 @@
+#include "install_offer.h"
+#include "platform/program_launcher.h"
 #include "platform/single_instance.h"
 #include "platform/termination_signals.h"
 #include "shell.h"
@@ -20,6 +22,9 @@ int main(int argc, char* argv[])
         return 0;
     Theme::apply(app);
     QApplication::setWindowIcon(SunriseMark::icon());
+    // Accepted, the installed copy starts a moment after this one has gone.
+    if (InstallOffer(InstallOffer::currentPlaces(), SystemProgramLauncher::instance()).run())
+        return 0;
 
     Shell shell;
     if (!shell.start())

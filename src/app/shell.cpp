@@ -6,6 +6,8 @@
 #include "ui/panel/menu_bar_label.h"
 #include "ui/panel/menu_view.h"
 #include "ui/panel/panel_window.h"
+#include "update_dialog.h"
+#include "updater.h"
 
 #include <QApplication>
 #include <QDesktopServices>
@@ -57,6 +59,11 @@ bool Shell::start()
     }
 
     m_state.init();
+    // A build without a feed and key has no updater, and the update button does nothing.
+    if (Updater* updater = Updater::create(Updater::builtIn(), SystemClock::instance(), this)) {
+        UpdateDialog::attach(*updater, *view);
+        updater->start();
+    }
     QTimer::singleShot(kPanelDelayMs, this, &Shell::openPanel);
     return true;
 }
