@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
+#include <QStandardPaths>
 
 #include <memory>
 #include <vector>
@@ -29,6 +30,14 @@ bool isInside(const QString& path, const QString& folder)
         return false;
     const QString root = resolved(folder);
     return root != u"/" && path.startsWith(root + u'/');
+}
+
+// Qt keeps the trash in the data folder; were that folder missing, it would make a trash of
+// "files" and "info" in the working directory instead.
+bool moveToTrash(const QString& path)
+{
+    QDir().mkpath(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation));
+    return QFile::moveToTrash(path);
 }
 
 QString binFolder(const QString& home)
@@ -178,7 +187,7 @@ std::optional<QString> install(const Places& places, const QList<Icon>& icons)
 
     for (const auto& [from, to] : toInstall) {
         const QFileInfo old(to);
-        if ((old.exists() || old.isSymLink()) && !QFile::moveToTrash(to))
+        if ((old.exists() || old.isSymLink()) && !moveToTrash(to))
             return std::nullopt;
     }
     bool complete = true;
@@ -192,7 +201,7 @@ void trashDownloadedCopy(const Places& places)
     if (!isInside(resolved(places.program), places.downloads))
         return;
     for (const auto& [from, to] : programs(places))
-        QFile::moveToTrash(from);
+        moveToTrash(from);
 }
 
 QStringList relaunchArguments(const QString& program)
