@@ -1,4 +1,7 @@
 #include "brindlow_version.h"
+#include "install_offer.h"
+#include "platform/process_hardening.h"
+#include "platform/program_launcher.h"
 #include "platform/single_instance.h"
 #include "platform/termination_signals.h"
 #include "shell.h"
@@ -21,6 +24,8 @@ int main(int argc, char* argv[])
             return 0;
         }
     }
+    // The key is read at start-up: no core dump or debugger of another process may take it.
+    ProcessHardening::protectSecrets();
     QApplication app(argc, argv);
     QApplication::setApplicationVersion(QStringLiteral(BRINDLOW_VERSION));
     QApplication::setOrganizationName(u"Brindlow"_s);
@@ -32,6 +37,9 @@ int main(int argc, char* argv[])
         return 0;
     Theme::apply(app);
     QApplication::setWindowIcon(SunriseMark::icon());
+    // Accepted, the installed copy starts a moment after this one has gone.
+    if (InstallOffer(InstallOffer::currentPlaces(), SystemProgramLauncher::instance()).run())
+        return 0;
 
     Shell shell;
     if (!shell.start())

@@ -11,6 +11,8 @@
 #include "ui/settings/settings_window.h"
 #include "ui/recap/recap_window.h"
 #include "ui/recap/zen_preview.h"
+#include "update_dialog.h"
+#include "updater.h"
 
 #include <QApplication>
 #include <QDesktopServices>
@@ -76,6 +78,11 @@ bool Shell::start()
     }
 
     m_state.init();
+    // A build without a feed and key has no updater, and the update button does nothing.
+    if (Updater* updater = Updater::create(Updater::builtIn(), SystemClock::instance(), this)) {
+        UpdateDialog::attach(*updater, *view);
+        updater->start();
+    }
     QTimer::singleShot(kPanelDelayMs, this, &Shell::openPanel);
     return true;
 }

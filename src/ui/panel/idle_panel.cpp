@@ -162,11 +162,11 @@ QWidget* IdlePanel::buildMain()
     reset->addLayout(resetTexts, 1);
     reset->addWidget(m_sundayReset, 0, Qt::AlignVCenter);
 
-    auto* update = new QPushButton(tr("Check for updates"), box);
-    update->setFlat(true);
-    update->setAccessibleName(update->text());
-    update->setCursor(Qt::PointingHandCursor);
-    connect(update, &QPushButton::clicked, this, &IdlePanel::updateCheckRequested);
+    m_update = new QPushButton(box);
+    m_update->setFlat(true);
+    m_update->setCursor(Qt::PointingHandCursor);
+    setUpdateAvailable(false);
+    connect(m_update, &QPushButton::clicked, this, &IdlePanel::updateCheckRequested);
 
     auto* layout = new QVBoxLayout(box);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -185,7 +185,7 @@ QWidget* IdlePanel::buildMain()
     rows->addSpacing(6);
     rows->addLayout(reset);
     layout->addLayout(rows);
-    layout->addWidget(update, 0, Qt::AlignHCenter);
+    layout->addWidget(m_update, 0, Qt::AlignHCenter);
     return box;
 }
 
@@ -205,4 +205,10 @@ void IdlePanel::refresh()
     m_message->setVisible(message && !message->isEmpty());
     m_undo->setDetail(m_state.lastLogText());
     m_sundayReset->setChecked(profile.autoTidy);
+}
+
+void IdlePanel::setUpdateAvailable(bool available)
+{
+    m_update->setText(available ? tr("Update available") : tr("Check for updates"));
+    m_update->setAccessibleName(m_update->text());
 }

@@ -20,6 +20,8 @@ public:
     explicit IdlePanel(AppState& state, QWidget* parent = nullptr);
 
     void refresh();
+    // The update button reads "Update available" while a newer release is known.
+    void setUpdateAvailable(bool available);
 
 Q_SIGNALS:
     void windowRequested(const QString& id);
@@ -40,4 +42,5 @@ private:
     QLabel* m_message;
     MenuRow* m_undo;
     QCheckBox* m_sundayReset;
+    QPushButton* m_update;
 };

@@ -1,0 +1,102 @@
+#include "install_offer.h"
+
+#include "platform/program_launcher.h"
+#include "ui/theme/sunrise_mark.h"
+
+#include <QBuffer>
+#include <QDir>
+#include <QEventLoop>
+#include <QFutureWatcher>
+#include <QImage>
+#include <QMessageBox>
+#include <QPainter>
+#include <QPushButton>
+#include <QStandardPaths>
+#include <QtConcurrent>
+
+using namespace Qt::Literals::StringLiterals;
+
+InstallOffer::InstallOffer(SelfInstall::Places places, const ProgramLauncher& launcher, Presenter present)
+    : m_places(std::move(places))
+    , m_launcher(launcher)
+    , m_present(present ? std::move(present) : Presenter([](QMessageBox& box) { box.exec(); }))
+{ }
+
+SelfInstall::Places InstallOffer::currentPlaces()
+{
+    return {QCoreApplication::applicationFilePath(),
+            QDir::homePath(),
+            QStringLiteral(BRINDLOW_INSTALL_PREFIX),
+            QStandardPaths::writableLocation(QStandardPaths::DownloadLocation)};
+}
+
+QList<SelfInstall::Icon> InstallOffer::icons()
+{
+    QList<SelfInstall::Icon> icons;
+    for (const int size : {16, 24, 32, 48, 64, 128, 256, 512}) {
+        QImage image(size, size, QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+        QPainter painter(&image);
+        SunriseMark::paint(painter, QRectF(0, 0, size, size), true);
+        painter.end();
+        QByteArray png;
+        QBuffer buffer(&png);
+        buffer.open(QIODevice::WriteOnly);
+        image.save(&buffer, "PNG");
+        icons.append({size, png});
+    }
+    return icons;
+}
+
+bool InstallOffer::run()
+{
+    if (SelfInstall::isInstalled(m_places) || !accepted())
+        return false;
+    const std::optional<QString> installed = installInBackground();
+    if (!installed) {
+        showFailure();
+        return false;
+    }
+    SelfInstall::trashDownloadedCopy(m_places);
+    // The new copy would only hand off to this one if it started while this one still runs.
+    if (!m_launcher.startDetached(u"/bin/sh"_s, SelfInstall::relaunchArguments(*installed)))
+        qWarning("Could not start the installed Brindlow; it can be opened from the application menu");
+    return true;
+}
+
+bool InstallOffer::accepted()
+{
+    QMessageBox box;
+    box.setIcon(QMessageBox::Question);
+    box.setText(tr("Move Brindlow to Applications?"));
+    box.setInformativeText(
+        tr("It will live in your Applications folder and in your menu bar, and keep itself up to date."));
+    QPushButton* move = box.addButton(tr("Move to Applications"), QMessageBox::AcceptRole);
+    QPushButton* notNow = box.addButton(tr("Not Now"), QMessageBox::RejectRole);
+    box.setDefaultButton(move);
+    box.setEscapeButton(notNow);
+    m_present(box);
+    return box.clickedButton() == move;
+}
+
+void InstallOffer::showFailure()
+{
+    QMessageBox box;
+    box.setIcon(QMessageBox::Warning);
+    box.setText(tr("Couldn't move Brindlow"));
+    box.setInformativeText(tr("Drag Brindlow into your Applications folder yourself, then open it from there."));
+    box.setDefaultButton(box.addButton(QMessageBox::Ok));
+    m_present(box);
+}
+
+std::optional<QString> InstallOffer::installInBackground()
+{
+    // Copying a large program off the UI thread keeps the desktop's "not responding" away.
+    QFutureWatcher<std::optional<QString>> watcher;
+    QEventLoop loop;
+    QObject::connect(&watcher, &QFutureWatcherBase::finished, &loop, &QEventLoop::quit);
+    watcher.setFuture(QtConcurrent::run(&SelfInstall::install, m_places, icons()));
+    if (!watcher.isFinished())
+        loop.exec();
+    return watcher.result();
+}
