@@ -7,7 +7,7 @@ ifneq ($(CI),)
 CMAKE_FLAGS += -DBRINDLOW_WERROR=ON
 endif
 
-.PHONY: all setup configure build run test bench format clean screenshots
+.PHONY: all setup configure build run test bench format clean screenshots package
 
 all: build
 
@@ -44,6 +44,10 @@ test: build
 bench: build
 	@scripts/setup --bench
 	@for b in $(BUILD_DIR)/bench/*; do [ -x "$$b" ] && "$$b"; done; true
+
+# A Debian package of both programs: build/brindlow_<version>_<arch>.deb
+package: build
+	cd $(BUILD_DIR) && cpack
 
 format:
 	@git ls-files '*.cpp' '*.h' | xargs -r clang-format -i
