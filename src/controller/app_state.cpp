@@ -102,17 +102,17 @@ bool AppState::acquireLock()
 
 QString AppState::otherProcessBusyText()
 {
-    return u"Brindlow is already busy with your files in another window. Try again when it's done."_s;
+    return tr("Brindlow is already busy with your files in another window. Try again when it's done.");
 }
 
 QString AppState::planNotSavedText()
 {
-    return u"The plan could not be saved: the disk may be full. Nothing was moved."_s;
+    return tr("The plan could not be saved: the disk may be full. Nothing was moved.");
 }
 
 QString AppState::refreshStoppedText()
 {
-    return u"Refresh stopped. Nothing was moved."_s;
+    return tr("Refresh stopped. Nothing was moved.");
 }
 
 QDateTime AppState::now() const
@@ -310,8 +310,14 @@ void AppState::setPhase(Phase phase)
     }
 }
 
-void AppState::setStatus(const QString& status)
+QString AppState::estimatingText()
 {
+    return tr("Estimating time left\u2026");
+}
+
+void AppState::setStatus(const QString& status, bool learning)
+{
+    m_statusIsLearning = learning;
     if (m_status != status) {
         m_status = status;
         Q_EMIT statusChanged();
@@ -388,6 +394,7 @@ void AppState::setSundayReminderOn(bool on)
     Notifier::setReminderOn(on);
     if (m_profile.onboarded)
         setUpNotifications();
+    Q_EMIT sundayReminderChanged();
 }
 
 void AppState::saveKey(const QString& key)
@@ -475,8 +482,8 @@ void AppState::refreshNewFiles()
 QString AppState::lastRunText() const
 {
     if (!m_profile.lastRun)
-        return u"Ready for a fresh start"_s;
-    return u"Last refresh "_s + RelativeTime::format(*m_profile.lastRun, now());
+        return tr("Ready for a fresh start");
+    return tr("Last refresh %1").arg(RelativeTime::format(*m_profile.lastRun, now()));
 }
 
 QString AppState::lastLogText() const
@@ -511,23 +518,23 @@ std::optional<QString> AppState::timeLeftText() const
     const double elapsed = double(m_classifyStart->msecsTo(now())) / 1000.0;
     const int done = m_decided - m_classifyBaseline;
     if (elapsed <= 6 || done < 1)
-        return u"Estimating time left\u2026"_s;
+        return estimatingText();
     const double remaining = (m_total - m_decided) / (done / elapsed);
     if (remaining >= 60)
-        return u"About "_s + QString::number(qint64(remaining / 60)) + u" min left"_s;
-    return u"Less than a minute left"_s;
+        return tr("About %1 min left").arg(qint64(remaining / 60));
+    return tr("Less than a minute left");
 }
 
 QString AppState::calmStatus() const
 {
     if (m_phase == Phase::applying)
-        return u"Putting everything in its place"_s;
+        return tr("Putting everything in its place");
     const std::optional<QString> left = timeLeftText();
-    if (left && *left != u"Estimating time left\u2026")
+    if (left && *left != estimatingText())
         return *left;
-    if (m_status.startsWith(u"Learning"_s) || m_status.startsWith(u"Found "_s))
-        return u"Learning what you work on\u2026"_s;
+    if (m_statusIsLearning)
+        return tr("Learning what you work on\u2026");
     if (!m_classifyStart)
-        return u"Getting started\u2026"_s;
-    return u"Estimating time left\u2026"_s;
+        return tr("Getting started\u2026");
+    return estimatingText();
 }

@@ -162,10 +162,14 @@ Q_SIGNALS:
     void windowRequested(const QString& id);
     // "Connected." or the reason the key or the connection failed.
     void connectionTested(bool ok, const QString& text);
+    void sundayReminderChanged();
 
 private:
     void setPhase(Phase phase);
-    void setStatus(const QString& status);
+    // `learning`: the status is about finding files or projects, which the calm line words as
+    // learning what the person works on.
+    void setStatus(const QString& status, bool learning = false);
+    static QString estimatingText();
     void setMessage(const std::optional<QString>& message);
     void resetProgress();
     // Replaces the plan in memory and on disk.
@@ -187,7 +191,7 @@ private:
     void learn(const Lesson& lesson);
     // Takes the lock shared by every Brindlow process; tells the person when another holds it.
     bool acquireLock();
-    void startMoving(const QString& status);
+    void startMoving(const QString& status, bool undoing);
     void refreshLastLogText();
     QDateTime now() const;
 
@@ -196,6 +200,7 @@ private:
     QString m_apiKey;
     Phase m_phase = Phase::idle;
     QString m_status;
+    bool m_statusIsLearning = false;
     int m_decided = 0;
     int m_total = 0;
     QMap<QString, int> m_liveCounts;

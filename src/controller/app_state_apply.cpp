@@ -57,19 +57,20 @@ RecapData recapOf(const QList<PlanItem>& items, bool includeRenames)
 QString AppState::undoText(const UndoResult& result)
 {
     QString text = result.restored < 1
-        ? u"Nothing to undo."_s
-        : u"Restored "_s + QLocale::system().toString(result.restored) + u" files to where they were."_s;
+        ? tr("Nothing to undo.")
+        : tr("Restored %1 files to where they were.").arg(QLocale::system().toString(result.restored));
     if (result.notRestored > 0)
-        text += u" "_s + QLocale::system().toString(result.notRestored)
-            + u" could not go back: something else is in their place now."_s;
+        text += u' '
+            + tr("%1 could not go back: something else is in their place now.")
+                  .arg(QLocale::system().toString(result.notRestored));
     for (const QString& name : result.setAside)
-        text += u" A damaged move log was set aside as \u201C"_s + QFileInfo(name).fileName() + u"\u201D."_s;
+        text += u' ' + tr("A damaged move log was set aside as \u201C%1\u201D.").arg(QFileInfo(name).fileName());
     return text;
 }
 
-void AppState::startMoving(const QString& status)
+void AppState::startMoving(const QString& status, bool undoing)
 {
-    m_undoing = status == u"Putting files back";
+    m_undoing = undoing;
     setPhase(Phase::applying);
     setStatus(status);
     m_cancellation = std::make_shared<Cancellation>();
@@ -82,7 +83,7 @@ void AppState::apply(bool includeRenames)
     if (!acquireLock())
         return;
     submitEdits();
-    startMoving(u"Moving files"_s);
+    startMoving(tr("Moving files"), false);
     const QList<PlanItem> items = m_plan;
     RecapData recap = recapOf(items, includeRenames);
 
@@ -132,7 +133,7 @@ void AppState::undoLast()
         return;
     if (!acquireLock())
         return;
-    startMoving(u"Putting files back"_s);
+    startMoving(tr("Putting files back"), true);
     auto* watcher = new QFutureWatcher<UndoResult>(this);
     connect(watcher, &QFutureWatcher<UndoResult>::finished, this, [this, watcher] {
         const UndoResult result = watcher->result();

@@ -32,7 +32,9 @@ RefreshPipeline::Reports AppState::reportsToThisThread()
             Qt::QueuedConnection);
     };
     RefreshPipeline::Reports reports;
-    reports.status = [post](const QString& status) { post([status](AppState& s) { s.setStatus(status); }); };
+    reports.status = [post](const QString& status, bool learning) {
+        post([status, learning](AppState& s) { s.setStatus(status, learning); });
+    };
     reports.total = [post](int total) {
         post([total](AppState& s) {
             s.m_total = total;
@@ -44,7 +46,7 @@ RefreshPipeline::Reports AppState::reportsToThisThread()
             Profile updated = s.m_profile;
             updated.projects += added;
             s.setProfile(updated);
-            s.setStatus(status);
+            s.setStatus(status, true);
         });
     };
     reports.progress = [post](int decided, int total, const QMap<QString, int>& counts) {
@@ -65,7 +67,7 @@ void AppState::start(TidyMode mode)
     if (!acquireLock())
         return;
     setPhase(Phase::scanning);
-    setStatus(u"Looking through your folders"_s);
+    setStatus(tr("Looking through your folders"));
     resetProgress();
     setMessage(std::nullopt);
     // The waiting plan stays on disk until the new one is there, so a stopped refresh or a quit
@@ -159,7 +161,7 @@ void AppState::testConnection(const QString& typedKey)
     connect(watcher, &QFutureWatcher<std::optional<QString>>::finished, this, [this, watcher] {
         const std::optional<QString> failure = watcher->result();
         watcher->deleteLater();
-        Q_EMIT connectionTested(!failure, failure.value_or(u"Connected."_s));
+        Q_EMIT connectionTested(!failure, failure.value_or(tr("Connected.")));
     });
     watcher->setFuture(QtConcurrent::run([key, model, clock]() -> std::optional<QString> {
         ClaudeAPI api(key, model);

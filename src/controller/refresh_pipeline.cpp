@@ -5,6 +5,7 @@
 #include "understanding/claude_api.h"
 #include "understanding/discovery.h"
 
+#include <QCoreApplication>
 #include <QJsonObject>
 #include <QLocale>
 #include <QSet>
@@ -20,6 +21,11 @@ const QString kDiscoveryModel = u"claude-opus-5-5"_s;
 QString number(qsizetype n)
 {
     return QLocale::system().toString(qint64(n));
+}
+
+QString text(const char* source)
+{
+    return QCoreApplication::translate("RefreshPipeline", source);
 }
 
 bool cancelled(const Request& request)
@@ -47,7 +53,8 @@ std::optional<QString> capToNewest(QList<ScannedItem>& items)
     std::stable_sort(
         items.begin(), items.end(), [](const ScannedItem& a, const ScannedItem& b) { return a.modified > b.modified; });
     items.resize(kMaxItems);
-    return u"Sorted your newest "_s + number(kMaxItems) + u" files. Run it again for the rest."_s;
+    return text(QT_TRANSLATE_NOOP("RefreshPipeline", "Sorted your newest %1 files. Run it again for the rest."))
+        .arg(number(kMaxItems));
 }
 
 // Learns projects when asked for or when none are known; returns the profile to classify with.
@@ -56,7 +63,7 @@ Profile learnProjects(const Request& request, const QList<ScannedItem>& items, c
     Profile current = request.profile;
     if (request.mode != TidyMode::deep && !current.projects.isEmpty())
         return current;
-    reports.status(u"Learning what you work on"_s);
+    reports.status(text(QT_TRANSLATE_NOOP("RefreshPipeline", "Learning what you work on")), true);
     Discovery::Options options;
     options.clock = request.clock;
     options.cancellation = request.cancellation;
@@ -75,7 +82,7 @@ Profile learnProjects(const Request& request, const QList<ScannedItem>& items, c
     QStringList names;
     for (const Project& project : added.first(std::min<qsizetype>(4, added.size())))
         names.append(project.name);
-    reports.learned(added, u"Found "_s + names.join(u", "_s));
+    reports.learned(added, text(QT_TRANSLATE_NOOP("RefreshPipeline", "Found %1")).arg(names.join(u", "_s)));
     return current;
 }
 
@@ -115,7 +122,9 @@ Outcome run(const Request& request, const Reports& reports)
 
     QList<ScannedItem> items = Scanner::run(
         request.scan,
-        [&reports](int found) { reports.status(u"Found "_s + number(found) + u" files"_s); },
+        [&reports](int found) {
+            reports.status(text(QT_TRANSLATE_NOOP("RefreshPipeline", "Found %1 files")).arg(number(found)), true);
+        },
         request.cancellation.get());
     if (cancelled(request)) {
         outcome.cancelled = true;
@@ -132,7 +141,9 @@ Outcome run(const Request& request, const Reports& reports)
         outcome.cancelled = true;
         return outcome;
     }
-    reports.status(count > 0 ? u"Looking at "_s + number(count) + u" files"_s : u"Nothing new to sort"_s);
+    reports.status(count > 0 ? text(QT_TRANSLATE_NOOP("RefreshPipeline", "Looking at %1 files")).arg(number(count))
+                             : text(QT_TRANSLATE_NOOP("RefreshPipeline", "Nothing new to sort")),
+                   false);
 
     Classifier classifier(request.apiKey, current);
     classifier.setClock(request.clock);

@@ -33,7 +33,8 @@ struct Request
 // Called on the worker thread; the controller forwards them to its own thread.
 struct Reports
 {
-    std::function<void(const QString& status)> status;
+    // `learning`: finding files or projects, as opposed to classifying them.
+    std::function<void(const QString& status, bool learning)> status;
     std::function<void(int total)> total;
     // New projects the refresh learned, with the status that names them.
     std::function<void(const QList<Project>& added, const QString& status)> learned;
