@@ -192,6 +192,12 @@ std::optional<QString> sha(const QString& path, qint64 size)
     return hex(digest, length);
 }
 
+QList<std::optional<QString>> shas(const QList<std::pair<QString, qint64>>& files)
+{
+    return QtConcurrent::blockingMapped(
+        files, [](const std::pair<QString, qint64>& file) { return sha(file.first, file.second); });
+}
+
 void markDuplicates(QList<ScannedItem>& items)
 {
     QList<CachedFacts> facts(items.size());

@@ -13,13 +13,18 @@
 namespace Scanner {
 
 constexpr qint64 kWholeHashLimit = 500000000;
-constexpr qint64 kHashChunk = 1048576;
+// Reads of this size stay in the core's own cache between the read and the hash, which makes
+// hashing several percent faster than with megabyte reads.
+constexpr qint64 kHashChunk = 262144;
 constexpr qint64 kSampleBytes = 4000000;
 constexpr qint64 kPrefixBytes = 4096;
 
 // SHA-256 of the file's content as 64 lower-case hex digits: the whole file up to 500,000,000
 // bytes, above that its size and three samples (start, middle, end). Nothing if unreadable.
 std::optional<QString> sha(const QString& path, qint64 size);
+// sha() of each (path, size), on every core: hashing is bound by the processor, not the disk,
+// once the files are in the page cache.
+QList<std::optional<QString>> shas(const QList<std::pair<QString, qint64>>& files);
 
 // The first eight bytes of the SHA-256 of `bytes`, big-endian. Kept in the scan cache, so it must
 // come out the same in every build and every process.

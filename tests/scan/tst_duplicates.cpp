@@ -91,6 +91,23 @@ private Q_SLOTS:
         QCOMPARE(Scanner::prefixHash(m_dir.path() + u"/big.bin"_s), qFromBigEndian<quint64>(head.constData()));
     }
 
+    void keysOfSeveralFilesAtOnce()
+    {
+        QList<std::pair<QString, qint64>> files;
+        QStringList expected;
+        for (int n = 0; n < 9; ++n) {
+            const QByteArray bytes = noise(Scanner::kHashChunk * (n % 3) + 5 * n + 1, quint32(10 + n));
+            files.append({file(u"many%1.bin"_s.arg(n), bytes), bytes.size()});
+            expected.append(QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex()));
+        }
+        files.insert(4, {m_dir.path() + u"/missing"_s, 3});
+        const QList<std::optional<QString>> keys = Scanner::shas(files);
+        QCOMPARE(keys.size(), files.size());
+        QCOMPARE(keys[4], std::nullopt);
+        for (qsizetype n = 0; n < expected.size(); ++n)
+            QCOMPARE(keys[n < 4 ? n : n + 1], std::optional(expected[n]));
+    }
+
     void keptCopyOrder()
     {
         QList<ScannedItem> items {
