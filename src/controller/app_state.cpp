@@ -1,12 +1,12 @@
 #include "app_state.h"
 
 #include "model/store.h"
-#include "plan_saver.h"
 #include "platform/clock.h"
 #include "platform/file_io.h"
 #include "platform/relative_time.h"
 #include "schedule/dbus_notifications.h"
 #include "schedule/notifier.h"
+#include "store_writer.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -69,13 +69,13 @@ AppState::AppState(const Clock* clock, QObject* parent)
     : QObject(parent)
     , m_clock(clock ? clock : &SystemClock::instance())
     , m_profile(Profile::defaults())
-    , m_saver(new PlanSaver(this))
+    , m_writer(new StoreWriter(this))
 {
     m_saveTimer.setSingleShot(true);
     m_saveTimer.setInterval(kSaveDelayMs);
     connect(&m_saveTimer, &QTimer::timeout, this, &AppState::submitEdits);
-    connect(m_saver, &PlanSaver::reloaded, this, &AppState::adoptOutsidePlan);
-    connect(m_saver, &PlanSaver::planWritten, this, [this](bool landed) {
+    connect(m_writer, &StoreWriter::reloaded, this, &AppState::adoptOutsidePlan);
+    connect(m_writer, &StoreWriter::planWritten, this, [this](bool landed) {
         if (!landed && !m_plan.isEmpty())
             setMessage(planNotSavedText());
     });
@@ -148,7 +148,7 @@ void AppState::init()
     m_watcher.addPath(Store::dir());
     connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this, [this] {
         if (!isBusy())
-            m_saver->checkForOutsideChange();
+            m_writer->checkForOutsideChange();
     });
     if (!m_notifier)
         m_notifier = new Notifier(new DBusNotifications(this), m_clock, this);
@@ -161,7 +161,7 @@ void AppState::init()
 
 void AppState::loadPendingPlan()
 {
-    const PlanSaver::Stamp stamp = PlanSaver::planFileStamp();
+    const StoreWriter::Stamp stamp = StoreWriter::planFileStamp();
     const QList<PlanItem> stored = Store::loadPlan();
     const QList<PlanItem> pending = movableOnly(existingOnly(stored));
     const bool stale = std::any_of(pending.cbegin(), pending.cend(), [](const PlanItem& item) {
@@ -173,9 +173,9 @@ void AppState::loadPendingPlan()
     }
     setPlanInMemory(pending);
     if (pending.size() == stored.size())
-        m_saver->adopt(stored, stamp);
+        m_writer->adopt(stored, stamp);
     else
-        m_saver->replace(pending, m_generation);
+        m_writer->replace(pending, m_generation);
     if (!pending.isEmpty())
         setPhase(Phase::review);
 }
@@ -366,7 +366,7 @@ void AppState::replacePlan(const QList<PlanItem>& plan)
     m_editedAt.clear();
     setPlanInMemory(plan);
     m_submitted = ++m_generation;
-    m_saver->replace(m_plan, m_generation);
+    m_writer->replace(m_plan, m_generation);
 }
 
 void AppState::setProfile(const Profile& changed)
@@ -378,7 +378,7 @@ void AppState::setProfile(const Profile& changed)
     const bool reminderRuleChanged = profile.autoTidy != m_profile.autoTidy || profile.onboarded != m_profile.onboarded;
     m_profile = profile;
     m_suggestions.reset();
-    Store::saveProfile(m_profile);
+    m_writer->saveProfile(m_profile);
     Q_EMIT profileChanged();
     if (reminderRuleChanged && m_profile.onboarded)
         setUpNotifications();
@@ -400,7 +400,7 @@ void AppState::setSundayReminderOn(bool on)
 void AppState::saveKey(const QString& key)
 {
     m_apiKey = key.trimmed();
-    Store::saveKey(m_apiKey);
+    m_writer->saveKey(m_apiKey);
     Q_EMIT apiKeyChanged();
 }
 

@@ -23,7 +23,7 @@
 
 class Clock;
 class Notifier;
-class PlanSaver;
+class StoreWriter;
 namespace RefreshPipeline {
 struct Outcome;
 struct Reports;
@@ -224,7 +224,7 @@ private:
     QFuture<void> m_pipeline;
     Notifier* m_notifier = nullptr;
 
-    PlanSaver* m_saver = nullptr;
+    StoreWriter* m_writer = nullptr;
     QTimer m_saveTimer;
     QFileSystemWatcher m_watcher;
     quint64 m_generation = 0; // one per edit

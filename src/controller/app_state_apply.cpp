@@ -3,10 +3,10 @@
 
 #include "model/plan_tab.h"
 #include "model/store.h"
-#include "plan_saver.h"
 #include "planning/apply_options.h"
 #include "planning/mover.h"
 #include "platform/clock.h"
+#include "store_writer.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -88,7 +88,7 @@ void AppState::apply(bool includeRenames)
     RecapData recap = recapOf(items, includeRenames);
 
     const Clock* clock = m_clock;
-    PlanSaver* saver = m_saver;
+    StoreWriter* writer = m_writer;
     auto* watcher = new QFutureWatcher<ApplyResult>(this);
     connect(watcher, &QFutureWatcher<ApplyResult>::finished, this, [this, watcher, recap]() mutable {
         const ApplyResult result = watcher->result();
@@ -118,9 +118,9 @@ void AppState::apply(bool includeRenames)
     options.includeRenames = includeRenames;
     options.cancellation = m_cancellation;
     options.now = [clock] { return clock->now(); };
-    const QFuture<ApplyResult> work = QtConcurrent::run([items, options, saver] {
+    const QFuture<ApplyResult> work = QtConcurrent::run([items, options, writer] {
         // The reviewed plan is on disk before the first file moves.
-        saver->waitUntilWritten();
+        writer->waitUntilWritten();
         return Mover::apply(items, options);
     });
     m_pipeline = QFuture<void>(work);

@@ -2,10 +2,10 @@
 #include "app_state.h"
 
 #include "model/store.h"
-#include "plan_saver.h"
 #include "platform/clock.h"
 #include "refresh_pipeline.h"
 #include "schedule/notifier.h"
+#include "store_writer.h"
 #include "understanding/claude_api.h"
 #include "understanding/usage.h"
 

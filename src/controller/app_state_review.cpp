@@ -2,8 +2,8 @@
 #include "app_state.h"
 
 #include "model/plan_tab.h"
-#include "plan_saver.h"
 #include "planning/planner.h"
+#include "store_writer.h"
 
 #include <QUuid>
 
@@ -38,27 +38,27 @@ void AppState::submitEdits()
 {
     m_saveTimer.stop();
     if (!m_pendingLessons.isEmpty())
-        m_saver->addLessons(std::exchange(m_pendingLessons, {}));
+        m_writer->addLessons(std::exchange(m_pendingLessons, {}));
     if (m_unsubmitted.isEmpty())
         return;
     QList<PlanItem> changed;
     changed.reserve(m_unsubmitted.size());
     for (const qint64 id : std::exchange(m_unsubmitted, {}))
         changed.append(m_plan[rowOf(id)]);
-    m_saver->update(changed, m_generation);
+    m_writer->update(changed, m_generation);
     m_submitted = m_generation;
 }
 
 bool AppState::flushEdits()
 {
     submitEdits();
-    m_saver->waitUntilWritten();
-    return m_saver->lastPlanWriteLanded();
+    m_writer->waitUntilWritten();
+    return m_writer->lastPlanWriteLanded();
 }
 
 int AppState::planWrites() const
 {
-    return m_saver->planWrites();
+    return m_writer->planWrites();
 }
 
 void AppState::adoptOutsidePlan(const QList<PlanItem>& plan, quint64 generation)
@@ -66,7 +66,7 @@ void AppState::adoptOutsidePlan(const QList<PlanItem>& plan, quint64 generation)
     // A refresh, an apply or an undo in this process owns the plan until it ends.
     if (isBusy())
         return;
-    // Edits made here after the saver's snapshot are newer than anything in the file.
+    // Edits made here after the writer's snapshot are newer than anything in the file.
     QList<PlanItem> merged = plan;
     for (PlanItem& item : merged) {
         if (m_editedAt.value(item.id, 0) > generation) {

@@ -2,6 +2,7 @@
 
 #include "model/lesson.h"
 #include "model/plan_item.h"
+#include "model/profile.h"
 
 #include <QHash>
 #include <QObject>
@@ -12,21 +13,22 @@
 #include <optional>
 #include <thread>
 
-// Keeps the plan file and the lessons on disk without making the caller wait: one writer thread
-// that always writes the newest state handed to it, so a burst of edits costs a few writes.
+// Keeps the plan file, the lessons, the profile and the key on disk without making the caller
+// (the UI thread) wait: one writer thread that always writes the newest state handed to it, so a
+// burst of edits costs a few writes.
 //
 // The command line and the tray program may both edit the plan. Every write happens under a
 // lock shared by all Brindlow processes, and an edit is written as "these items changed" on top
 // of what the file holds, so edits another process made to other items are kept. When the file
 // changed under us, the merged plan comes back through `reloaded`.
-class PlanSaver : public QObject
+class StoreWriter : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit PlanSaver(QObject* parent = nullptr);
+    explicit StoreWriter(QObject* parent = nullptr);
     // Writes everything handed over, then stops.
-    ~PlanSaver() override;
+    ~StoreWriter() override;
 
     struct Stamp
     {
@@ -49,6 +51,8 @@ public:
     // and the next edit does not have to copy it.
     void update(const QList<PlanItem>& changed, quint64 generation);
     void addLessons(const QList<Lesson>& lessons);
+    void saveProfile(const Profile& profile);
+    void saveKey(const QString& key);
     // Reads the file again when another process has written it since.
     void checkForOutsideChange();
     // Blocks until everything handed over is on disk (before an apply, at quit).
@@ -78,6 +82,7 @@ private:
     template <typename Change>
     void changeJob(Change change);
     void work();
+    bool hasWork() const; // with the mutex held
     void writePlan(const PlanJob& job);
     void reloadIfChanged();
 
@@ -86,6 +91,8 @@ private:
     std::condition_variable m_idle;
     std::optional<PlanJob> m_planJob;
     QList<Lesson> m_lessons;
+    std::optional<Profile> m_profile;
+    std::optional<QString> m_key;
     bool m_check = false;
     bool m_working = false;
     bool m_stopping = false;

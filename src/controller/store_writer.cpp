@@ -1,4 +1,4 @@
-#include "plan_saver.h"
+#include "store_writer.h"
 
 #include "model/store.h"
 #include "platform/process_lock.h"
@@ -32,12 +32,12 @@ QList<PlanItem> overlay(QList<PlanItem> base, const QHash<qint64, PlanItem>& cha
 
 } // namespace
 
-PlanSaver::PlanSaver(QObject* parent)
+StoreWriter::StoreWriter(QObject* parent)
     : QObject(parent)
     , m_thread([this] { work(); })
 { }
 
-PlanSaver::~PlanSaver()
+StoreWriter::~StoreWriter()
 {
     {
         const std::lock_guard lock(m_mutex);
@@ -47,7 +47,7 @@ PlanSaver::~PlanSaver()
     m_thread.join();
 }
 
-PlanSaver::Stamp PlanSaver::stampOf(const QString& path)
+StoreWriter::Stamp StoreWriter::stampOf(const QString& path)
 {
     struct stat info
     { };
@@ -60,7 +60,7 @@ PlanSaver::Stamp PlanSaver::stampOf(const QString& path)
 }
 
 template <typename Change>
-void PlanSaver::changeJob(Change change)
+void StoreWriter::changeJob(Change change)
 {
     {
         const std::lock_guard lock(m_mutex);
@@ -71,12 +71,12 @@ void PlanSaver::changeJob(Change change)
     m_wake.notify_all();
 }
 
-PlanSaver::Stamp PlanSaver::planFileStamp()
+StoreWriter::Stamp StoreWriter::planFileStamp()
 {
     return stampOf(Store::planPath());
 }
 
-void PlanSaver::adopt(const QList<PlanItem>& plan, const Stamp& readAfter)
+void StoreWriter::adopt(const QList<PlanItem>& plan, const Stamp& readAfter)
 {
     changeJob([&](PlanJob& job) {
         job.adopted = plan;
@@ -84,7 +84,7 @@ void PlanSaver::adopt(const QList<PlanItem>& plan, const Stamp& readAfter)
     });
 }
 
-void PlanSaver::replace(const QList<PlanItem>& plan, quint64 generation)
+void StoreWriter::replace(const QList<PlanItem>& plan, quint64 generation)
 {
     changeJob([&](PlanJob& job) {
         job.whole = plan;
@@ -93,7 +93,7 @@ void PlanSaver::replace(const QList<PlanItem>& plan, quint64 generation)
     });
 }
 
-void PlanSaver::update(const QList<PlanItem>& changed, quint64 generation)
+void StoreWriter::update(const QList<PlanItem>& changed, quint64 generation)
 {
     // Jobs waiting for the writer are merged: the newest value of each item wins.
     changeJob([&](PlanJob& job) {
@@ -103,7 +103,7 @@ void PlanSaver::update(const QList<PlanItem>& changed, quint64 generation)
     });
 }
 
-void PlanSaver::addLessons(const QList<Lesson>& lessons)
+void StoreWriter::addLessons(const QList<Lesson>& lessons)
 {
     if (lessons.isEmpty())
         return;
@@ -114,7 +114,25 @@ void PlanSaver::addLessons(const QList<Lesson>& lessons)
     m_wake.notify_all();
 }
 
-void PlanSaver::checkForOutsideChange()
+void StoreWriter::saveProfile(const Profile& profile)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_profile = profile;
+    }
+    m_wake.notify_all();
+}
+
+void StoreWriter::saveKey(const QString& key)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_key = key;
+    }
+    m_wake.notify_all();
+}
+
+void StoreWriter::checkForOutsideChange()
 {
     {
         const std::lock_guard lock(m_mutex);
@@ -123,34 +141,45 @@ void PlanSaver::checkForOutsideChange()
     m_wake.notify_all();
 }
 
-void PlanSaver::waitUntilWritten()
+void StoreWriter::waitUntilWritten()
 {
     std::unique_lock lock(m_mutex);
-    m_idle.wait(lock, [this] { return !m_working && !m_planJob && m_lessons.isEmpty() && !m_check; });
+    m_idle.wait(lock, [this] { return !m_working && !hasWork(); });
 }
 
-int PlanSaver::planWrites() const
+bool StoreWriter::hasWork() const
+{
+    return m_planJob || !m_lessons.isEmpty() || m_check || m_profile || m_key;
+}
+
+int StoreWriter::planWrites() const
 {
     return m_planWrites.load();
 }
 
-bool PlanSaver::lastPlanWriteLanded() const
+bool StoreWriter::lastPlanWriteLanded() const
 {
     return m_lastLanded.load();
 }
 
-void PlanSaver::work()
+void StoreWriter::work()
 {
     std::unique_lock lock(m_mutex);
     for (;;) {
-        m_wake.wait(lock, [this] { return m_stopping || m_planJob || !m_lessons.isEmpty() || m_check; });
-        if (!m_planJob && m_lessons.isEmpty() && !m_check)
+        m_wake.wait(lock, [this] { return m_stopping || hasWork(); });
+        if (!hasWork())
             return; // stopping, with nothing left to write
         std::optional<PlanJob> job = std::exchange(m_planJob, std::nullopt);
         const QList<Lesson> lessons = std::exchange(m_lessons, {});
+        const std::optional<Profile> profile = std::exchange(m_profile, std::nullopt);
+        const std::optional<QString> key = std::exchange(m_key, std::nullopt);
         const bool check = std::exchange(m_check, false);
         m_working = true;
         lock.unlock();
+        if (key)
+            Store::saveKey(*key);
+        if (profile)
+            Store::saveProfile(*profile);
         {
             const ProcessLock shared = ProcessLock::acquire(lockPath());
             if (!lessons.isEmpty())
@@ -163,12 +192,12 @@ void PlanSaver::work()
         job.reset(); // the snapshot is let go here, not while the next edit is made
         lock.lock();
         m_working = false;
-        if (!m_planJob && m_lessons.isEmpty() && !m_check)
+        if (!hasWork())
             m_idle.notify_all();
     }
 }
 
-void PlanSaver::writePlan(const PlanJob& job)
+void StoreWriter::writePlan(const PlanJob& job)
 {
     const QString path = Store::planPath();
     if (job.adopted) {
@@ -205,7 +234,7 @@ void PlanSaver::writePlan(const PlanJob& job)
     }
 }
 
-void PlanSaver::reloadIfChanged()
+void StoreWriter::reloadIfChanged()
 {
     const Stamp now = stampOf(Store::planPath());
     if (now == m_known)
