@@ -85,11 +85,11 @@ struct Run
     QByteArrayList trashed() const
     {
         const QDir trash(path(u".local/share/Trash/files"_s));
-        QByteArrayList contents;
+        QByteArrayList files;
         for (const QString& name : trash.entryList(QDir::Files))
-            contents.append(contents(trash.filePath(name)));
-        std::sort(contents.begin(), contents.end());
-        return contents;
+            files.append(contents(trash.filePath(name)));
+        std::sort(files.begin(), files.end());
+        return files;
     }
 };
 
