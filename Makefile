@@ -29,13 +29,12 @@ run: build
 		$(BUILD_DIR)/bin/brindlow-cli status; \
 	fi
 
-# Pictures of the panel in each phase, drawn offscreen with sample files.
+# Pictures of each window, drawn offscreen with sample files.
 screenshots: configure
-	@cmake --build $(BUILD_DIR) -j $(JOBS) --target panel_screenshots
-	QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/tests/panel_screenshots docs/screenshots
-	@cmake --build $(BUILD_DIR) -j $(JOBS) --target review_screenshots && QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/tests/review_screenshots docs/screenshots
-	@cmake --build $(BUILD_DIR) -j $(JOBS) --target onboarding_screenshots && QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/tests/onboarding_screenshots docs/screenshots
-	@cmake --build $(BUILD_DIR) -j $(JOBS) --target recap_screenshots && QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/tests/recap_screenshots docs/screenshots
+	@cmake --build $(BUILD_DIR) -j $(JOBS) --target panel_screenshots review_screenshots onboarding_screenshots recap_screenshots
+	@for n in panel review onboarding recap; do \
+		QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/tools/$${n}_screenshots docs/screenshots || exit 1; \
+	done
 
 test: build
 	cd $(BUILD_DIR) && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -j $(JOBS)

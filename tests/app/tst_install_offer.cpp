@@ -1,5 +1,6 @@
 #include "app/install_offer.h"
 #include "platform/program_launcher.h"
+#include "support/file_factory.h"
 #include "support/temp_home.h"
 #include "support/tmpfs_mount.h"
 
@@ -25,11 +26,7 @@ const QByteArray kProgram(256 * 1024, 'B');
 const QByteArray kCli = "the command line";
 const QByteArray kOlder = "an older Brindlow";
 
-QByteArray readAll(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-}
+using FileFactory::contents;
 
 class RecordingLauncher final : public ProgramLauncher
 {
@@ -88,11 +85,11 @@ struct Run
     QByteArrayList trashed() const
     {
         const QDir trash(path(u".local/share/Trash/files"_s));
-        QByteArrayList contents;
+        QByteArrayList files;
         for (const QString& name : trash.entryList(QDir::Files))
-            contents.append(readAll(trash.filePath(name)));
-        std::sort(contents.begin(), contents.end());
-        return contents;
+            files.append(contents(trash.filePath(name)));
+        std::sort(files.begin(), files.end());
+        return files;
     }
 };
 
@@ -116,11 +113,11 @@ private Q_SLOTS:
         QCOMPARE(run.seen, QStringList {kOffer});
 
         const QString installed = run.path(u".local/bin/brindlow"_s);
-        QCOMPARE(readAll(installed), kProgram);
-        QCOMPARE(readAll(run.path(u".local/bin/brindlow-cli"_s)), kCli);
+        QCOMPARE(contents(installed), kProgram);
+        QCOMPARE(contents(run.path(u".local/bin/brindlow-cli"_s)), kCli);
         QVERIFY(QFileInfo(installed).isExecutable()
                 && QFileInfo(run.path(u".local/bin/brindlow-cli"_s)).isExecutable());
-        const QByteArray entry = readAll(run.path(u".local/share/applications/org.brindlow.Brindlow.desktop"_s));
+        const QByteArray entry = contents(run.path(u".local/share/applications/org.brindlow.Brindlow.desktop"_s));
         QVERIFY(entry.startsWith("[Desktop Entry]\n"));
         QVERIFY2(entry.contains(QByteArray("\nExec=" + installed.toUtf8() + "\nIcon=org.brindlow.Brindlow\n")),
                  entry.constData());
@@ -146,8 +143,8 @@ private Q_SLOTS:
         QVERIFY(QDir().mkpath(run.places.home));
         QVERIFY(run.offer());
         const QString installed = run.places.home + u"/.local/bin/brindlow"_s;
-        QCOMPARE(readAll(installed), kProgram);
-        QCOMPARE(readAll(run.places.program), kProgram);
+        QCOMPARE(contents(installed), kProgram);
+        QCOMPARE(contents(run.places.program), kProgram);
         QVERIFY(run.trashed().isEmpty());
 
         QProcess shell;
@@ -155,7 +152,7 @@ private Q_SLOTS:
         QVERIFY(shell.waitForFinished());
         QCOMPARE(QString::fromUtf8(shell.readAllStandardOutput()), installed);
         const QByteArray entry
-            = readAll(run.places.home + u"/.local/share/applications/org.brindlow.Brindlow.desktop"_s);
+            = contents(run.places.home + u"/.local/share/applications/org.brindlow.Brindlow.desktop"_s);
         QVERIFY2(entry.contains("/a \\\\\"b\\\\\" \\\\$c\\\\`d\\\\`\\\\\\\\e/.local/bin/brindlow\"\n"),
                  entry.constData());
     }
@@ -168,7 +165,7 @@ private Q_SLOTS:
         QVERIFY(!run.offer());
         QCOMPARE(run.seen, (QStringList {kOffer, kOffer}));
         QVERIFY(!QFileInfo::exists(run.path(u".local"_s)));
-        QCOMPARE(readAll(run.places.program), kProgram);
+        QCOMPARE(contents(run.places.program), kProgram);
         QVERIFY(run.launcher.started.isEmpty());
     }
 
@@ -199,9 +196,9 @@ private Q_SLOTS:
         QCOMPARE(run.seen, (QStringList {kOffer, kFailure}));
         QCOMPARE(QDir(run.path(u".local/bin"_s)).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
                  QStringList {u"brindlow"_s});
-        QCOMPARE(readAll(run.path(u".local/bin/brindlow"_s)), kOlder);
+        QCOMPARE(contents(run.path(u".local/bin/brindlow"_s)), kOlder);
         QVERIFY(!QFileInfo::exists(run.path(u".local/share/applications/org.brindlow.Brindlow.desktop"_s)));
-        QCOMPARE(readAll(run.places.program), kProgram);
+        QCOMPARE(contents(run.places.program), kProgram);
         QVERIFY(run.trashed().isEmpty());
         QVERIFY(run.launcher.started.isEmpty());
     }

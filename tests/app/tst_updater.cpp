@@ -252,9 +252,7 @@ private Q_SLOTS:
     void panelButtonShowsTheRelease()
     {
         TempHome home;
-        Profile profile = Profile::defaults(home.path());
-        profile.onboarded = true;
-        Store::saveProfile(profile);
+        home.saveProfile();
         Feed feed;
         AppState state(&feed.clock);
         state.init();

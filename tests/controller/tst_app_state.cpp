@@ -1,6 +1,7 @@
 #include "controller/app_state.h"
 #include "model/store.h"
 #include "platform/process_lock.h"
+#include "support/app_driver.h"
 #include "support/fake_claude_server.h"
 #include "support/file_factory.h"
 #include "support/plan_factory.h"
@@ -23,10 +24,7 @@ namespace {
 
 QJsonObject personal(qint64)
 {
-    return {{"category"_L1, u"personal"_s},
-            {"sub"_L1, u"Documents"_s},
-            {"confidence"_L1, u"high"_s},
-            {"reason"_L1, u"a letter"_s}};
+    return FakeClaudeServer::decision(u"personal"_s, u"Documents"_s, u"a letter"_s);
 }
 
 // A set-up person with a home of real files, the fake service and a clock of the test's own.
@@ -40,33 +38,14 @@ public:
 
     Fixture()
     {
-        Profile profile = Profile::defaults(home.path());
-        profile.onboarded = true;
-        profile.projects = {{QUuid::createUuid(), u"Quorrel"_s, QString()}};
-        Store::saveProfile(profile);
+        home.saveProfile(true, {{QUuid::createUuid(), u"Quorrel"_s, QString()}});
         Store::saveKey(u"sk-test"_s);
-        server.setHandler([](const FakeClaudeServer::Request& request) {
-            if (request.json().value("system"_L1).toString() == u"Reply with OK.")
-                return FakeClaudeServer::reply(u"OK"_s, 10, 1);
-            return FakeClaudeServer::sortingReply(request, personal);
-        });
+        server.setHandler(FakeClaudeServer::sorting(personal));
     }
 
     std::unique_ptr<AppState> state()
     {
-        auto created = std::make_unique<AppState>(&clock);
-        QObject::connect(created.get(), &AppState::windowRequested, created.get(), [this](const QString& id) {
-            windows.append(id);
-        });
-        created->init();
-        return created;
-    }
-
-    static bool refresh(AppState& state, TidyMode mode)
-    {
-        QSignalSpy finished(&state, &AppState::refreshFinished);
-        state.start(mode);
-        return finished.wait(20000);
+        return AppDriver::start(&clock, &windows);
     }
 
     // Paths of every file named in the sorting requests.
@@ -106,21 +85,15 @@ private Q_SLOTS:
         fresh.onboarded = true;
         state->setProfile(fresh);
         {
-            // Another process holds the lock: nothing starts, and the person is told why.
-            const ProcessLock other = ProcessLock::tryAcquire(Store::dir() + u"/busy.lock"_s);
-            QVERIFY(other.held());
-            state->start(TidyMode::quick);
-            QCOMPARE(state->phase(), Phase::idle);
-            QCOMPARE(state->message(), AppState::otherProcessBusyText());
-        }
-        {
-            // The same from another process; its lock goes with it, however it ends.
+            // Another process holds the lock: nothing starts, the person is told why, and the lock
+            // goes with that process however it ends.
             QProcess holder;
             holder.start(u"flock"_s, {u"--close"_s, Store::dir() + u"/busy.lock"_s, u"sleep"_s, u"30"_s});
             QVERIFY(holder.waitForStarted());
             QTRY_VERIFY(!ProcessLock::tryAcquire(Store::dir() + u"/busy.lock"_s).held());
             state->start(TidyMode::quick);
             QCOMPARE(state->phase(), Phase::idle);
+            QCOMPARE(state->message(), AppState::otherProcessBusyText());
             holder.kill();
             holder.waitForFinished();
             QTRY_VERIFY(ProcessLock::tryAcquire(Store::dir() + u"/busy.lock"_s).held());
@@ -148,7 +121,7 @@ private Q_SLOTS:
         FileFactory::write(f.home.path() + u"/Music/song.txt"_s, "not a scan folder");
         Usage::shared().reset();
         auto state = f.state();
-        QVERIFY(Fixture::refresh(*state, TidyMode::quick));
+        QVERIFY(AppDriver::refresh(*state, TidyMode::quick));
         QCOMPARE(state->phase(), Phase::review);
         // The first quick refresh looks at every scan folder, never at what is already filed.
         QCOMPARE(f.sentPaths(), (QStringList {u"~/Desktop/letter to bank.txt"_s, u"~/Documents/old notes.txt"_s}));
@@ -170,7 +143,7 @@ private Q_SLOTS:
         FileFactory::setModified(f.home.path() + u"/Desktop/letter to bank.txt"_s,
                                  QDateTime::currentDateTime().addDays(-2));
         const int requestsBefore = f.server.requestCount();
-        QVERIFY(Fixture::refresh(*state, TidyMode::quick));
+        QVERIFY(AppDriver::refresh(*state, TidyMode::quick));
         QStringList later;
         for (const FakeClaudeServer::Request& request : f.server.requests().mid(requestsBefore))
             later.append(request.userText());
@@ -181,7 +154,7 @@ private Q_SLOTS:
         // Deep and junk-only refreshes look at every scan folder, whatever their age.
         state->discardPlan();
         const int beforeDeep = f.server.requestCount();
-        QVERIFY(Fixture::refresh(*state, TidyMode::deep));
+        QVERIFY(AppDriver::refresh(*state, TidyMode::deep));
         QStringList deep;
         for (const FakeClaudeServer::Request& request : f.server.requests().mid(beforeDeep))
             deep.append(request.userText());
@@ -201,7 +174,7 @@ private Q_SLOTS:
         profile = state->profile();
         profile.lastRun = QDateTime::currentDateTime().addSecs(5);
         state->setProfile(profile);
-        QVERIFY(Fixture::refresh(*state, TidyMode::quick));
+        QVERIFY(AppDriver::refresh(*state, TidyMode::quick));
         QCOMPARE(state->phase(), Phase::done);
         QCOMPARE(state->lastResult(), ApplyResult {});
         QCOMPARE(state->profile().lastRun, f.clock.now());
@@ -214,7 +187,7 @@ private Q_SLOTS:
         FileFactory::write(f.home.path() + u"/Desktop/a.txt"_s, "a");
         f.server.setHandler([](const FakeClaudeServer::Request&) { return FakeClaudeServer::Response {401, "{}", 0}; });
         auto state = f.state();
-        QVERIFY(Fixture::refresh(*state, TidyMode::deep));
+        QVERIFY(AppDriver::refresh(*state, TidyMode::deep));
         QCOMPARE(state->phase(), Phase::idle);
         QCOMPARE(state->message(), u"Brindlow couldn't sign in to Claude (error 401). Nothing was moved."_s);
         QCOMPARE(f.server.requestCount(), 1); // the connection check alone
@@ -222,11 +195,11 @@ private Q_SLOTS:
 
         // The check passes, classification dies of a fatal error: nothing planned, cost recorded.
         f.server.setHandler([](const FakeClaudeServer::Request& request) {
-            if (request.json().value("system"_L1).toString() == u"Reply with OK.")
+            if (request.isConnectionCheck())
                 return FakeClaudeServer::reply(u"OK"_s);
             return FakeClaudeServer::Response {400, R"({"error":"credit balance too low"})", 0};
         });
-        QVERIFY(Fixture::refresh(*state, TidyMode::quick));
+        QVERIFY(AppDriver::refresh(*state, TidyMode::quick));
         QCOMPARE(state->phase(), Phase::idle);
         QVERIFY(state->message()->startsWith(u"Your Claude credits ran out."_s));
         QVERIFY(state->lastRunCost().has_value());
@@ -245,7 +218,7 @@ private Q_SLOTS:
         }
         // Empty files are settled by the rules, so no request is needed for them.
         auto state = f.state();
-        QVERIFY(Fixture::refresh(*state, TidyMode::junkOnly));
+        QVERIFY(AppDriver::refresh(*state, TidyMode::junkOnly));
         QCOMPARE(state->total(), 25000);
         QCOMPARE(state->plan().size(), 25000);
         QCOMPARE(state->message(), u"Sorted your newest 25,000 files. Run it again for the rest."_s);
@@ -346,7 +319,7 @@ private Q_SLOTS:
         QCOMPARE(state->message(), AppState::refreshStoppedText());
         f.server.setLatency(0);
         f.server.setHandler([](const FakeClaudeServer::Request& request) {
-            if (request.json().value("system"_L1).toString() != u"Reply with OK.")
+            if (!request.isConnectionCheck())
                 QThread::msleep(400);
             return FakeClaudeServer::sortingReply(request, personal);
         });

@@ -1,6 +1,7 @@
 #include "controller/app_state.h"
 #include "model/store.h"
 #include "platform/file_mover_hooks.h"
+#include "support/app_driver.h"
 #include "support/file_factory.h"
 #include "support/temp_home.h"
 #include "support/test_clock.h"
@@ -26,10 +27,7 @@ public:
 
     Fixture()
     {
-        Profile profile = Profile::defaults(home.path());
-        profile.onboarded = true;
-        profile.projects = {{QUuid::createUuid(), u"Clients/Quorrel"_s, QString()}};
-        Store::saveProfile(profile);
+        home.saveProfile(true, {{QUuid::createUuid(), u"Clients/Quorrel"_s, QString()}});
     }
 
     PlanItem& add(const QString& name, FileKind kind, const QString& category, const QString& destFolder)
@@ -57,12 +55,7 @@ public:
     std::unique_ptr<AppState> state()
     {
         Store::savePlan(items);
-        auto created = std::make_unique<AppState>(&clock);
-        QObject::connect(created.get(), &AppState::windowRequested, created.get(), [this](const QString& id) {
-            windows.append(id);
-        });
-        created->init();
-        return created;
+        return AppDriver::start(&clock, &windows);
     }
 };
 

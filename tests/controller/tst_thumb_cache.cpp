@@ -76,13 +76,6 @@ QString entryFor(const QString& path, const QString& size)
         + QString::fromLatin1(QCryptographicHash::hash(uri, QCryptographicHash::Md5).toHex()) + u".png"_s;
 }
 
-int modeOf(const QString& path)
-{
-    struct stat info
-    { };
-    return ::stat(QFile::encodeName(path).constData(), &info) == 0 ? int(info.st_mode & 07777) : -1;
-}
-
 // Other programs' PNG readers drop a text chunk whose checksum is wrong, so each is checked here.
 bool checksumsHold(const QByteArray& png)
 {
@@ -248,9 +241,9 @@ void TestThumbCache::desktopThumbnailCache()
     QVERIFY(png.contains(timeChunk));
     QVERIFY(checksumsHold(png));
     QCOMPARE(QImage::fromData(png).size(), QSize(256, 192));
-    QCOMPARE(modeOf(entry), 0600);
-    QCOMPARE(modeOf(thumbnailFolder(u"large"_s)), 0700);
-    QCOMPARE(modeOf(thumbnailFolder({})), 0700);
+    QCOMPARE(FileFactory::mode(entry), 0600);
+    QCOMPARE(FileFactory::mode(thumbnailFolder(u"large"_s)), 0700);
+    QCOMPARE(FileFactory::mode(thumbnailFolder({})), 0700);
     QCOMPARE(QDir(thumbnailFolder(u"large"_s)).entryList(QDir::Files | QDir::Hidden).size(), 1);
 
     // Reopening the review finds it there instead of making it again.

@@ -118,32 +118,18 @@ private Q_SLOTS:
         QCOMPARE(item.relPath(u"/Users/ann"_s), u"/Volumes/Disk/x.pdf"_s);
     }
 
+    // Plans on disk name kinds by these texts, in the enumeration's order; nothing else passes.
     void fileKindRawTexts()
     {
-        const QStringList raw {u"pdf"_s,
-                               u"image"_s,
-                               u"video"_s,
-                               u"audio"_s,
-                               u"design"_s,
-                               u"doc"_s,
-                               u"sheet"_s,
-                               u"slides"_s,
-                               u"archive"_s,
-                               u"installer"_s,
-                               u"code"_s,
-                               u"font"_s,
-                               u"partial"_s,
-                               u"bundle"_s,
-                               u"project"_s,
-                               u"folder"_s,
-                               u"other"_s};
+        const QStringList raw = u"pdf image video audio design doc sheet slides archive installer code font partial "
+                                u"bundle project folder other"_s.split(u' ');
+        QCOMPARE(raw.size(), int(FileKind::other) + 1);
         for (int code = 0; code < raw.size(); ++code) {
             QCOMPARE(rawValue(static_cast<FileKind>(code)), raw[code]);
             QCOMPARE(fileKindFromRaw(raw[code]), std::optional(static_cast<FileKind>(code)));
         }
-        QCOMPARE(fileKindFromRaw(u"PDF"), std::nullopt);
-        QCOMPARE(fileKindFromRaw(u"picture"), std::nullopt);
-        QCOMPARE(fileKindFromRaw(u""), std::nullopt);
+        for (const QString& unknown : {u"PDF"_s, u"picture"_s, QString()})
+            QCOMPARE(fileKindFromRaw(unknown), std::nullopt);
     }
 
     void profileJson()
@@ -190,10 +176,6 @@ private Q_SLOTS:
     void dates()
     {
         Profile profile = Profile::defaults(u"/home/ann"_s);
-        QCOMPARE(profile.homeBase, u"/home/ann/Documents"_s);
-        QCOMPARE(profile.model, u"claude-haiku-5-5"_s);
-        QVERIFY(profile.renameFiles && !profile.onboarded && !profile.autoTidy && !profile.keepInstallers);
-
         // Milliseconds are dropped and other zones are written in UTC.
         const QDateTime berlin(QDate(2026, 3, 1), QTime(10, 0, 12, 987), QTimeZone(3600));
         profile.lastRun = berlin;
@@ -270,7 +252,6 @@ private Q_SLOTS:
                                  QDateTime(QDate(2025, 3, 9), QTime(8, 15, 2), Qt::UTC)};
         const QJsonObject encoded = record.toJson();
         QCOMPARE(encoded.value("at"_L1).toString(), u"2025-03-09T08:15:02Z"_s);
-        QCOMPARE(encoded.value("from"_L1).toString(), record.from);
         QCOMPARE(MoveRecord::fromJson(encoded), record);
         QVERIFY(!MoveRecord::fromJson(withValue(encoded, "at"_L1, QJsonValue::Undefined)));
     }

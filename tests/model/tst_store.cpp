@@ -1,4 +1,5 @@
 #include "model/store.h"
+#include "support/file_factory.h"
 #include "support/temp_home.h"
 
 #include <QDir>
@@ -21,18 +22,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-QByteArray readAll(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-}
-
-mode_t modeOf(const QString& path)
-{
-    struct stat info
-    { };
-    return ::stat(QFile::encodeName(path).constData(), &info) == 0 ? (info.st_mode & 07777) : 0;
-}
+using FileFactory::contents;
+using FileFactory::mode;
 
 PlanItem planItem(qint64 id, const QString& path)
 {
@@ -84,8 +75,7 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(home.supportDir()));
         QCOMPARE(Store::dir(), home.supportDir());
         QVERIFY(QFileInfo(home.supportDir()).isDir());
-        QCOMPARE(modeOf(home.supportDir()), mode_t(0700));
-        QCOMPARE(Store::dir(), home.supportDir());
+        QCOMPARE(mode(home.supportDir()), 0700);
         QCOMPARE(Store::logsDir(), home.supportDir() + u"/logs"_s);
         QVERIFY(QFileInfo(Store::logsDir()).isDir());
     }
@@ -102,8 +92,8 @@ private Q_SLOTS:
         const QString key = u"sk-ant-\"quoted\"\\slash/é"_s;
         Store::saveKey(key);
         QCOMPARE(Store::loadKey(), key);
-        QCOMPARE(modeOf(config), mode_t(0600));
-        QCOMPARE(readAll(config), QJsonDocument(QJsonObject {{"apiKey"_L1, key}}).toJson(QJsonDocument::Compact));
+        QCOMPARE(mode(config), 0600);
+        QCOMPARE(contents(config), QJsonDocument(QJsonObject {{"apiKey"_L1, key}}).toJson(QJsonDocument::Compact));
         QCOMPARE(QDir(home.supportDir()).entryList(QDir::Files | QDir::Hidden), QStringList {u"config.json"_s});
 
         const QList<QByteArray> refused {
@@ -140,8 +130,8 @@ private Q_SLOTS:
                     const auto* event = reinterpret_cast<const inotify_event*>(buffer + at);
                     if (event->len > 0) {
                         ++seen;
-                        const mode_t mode = modeOf(folder + u'/' + QFile::decodeName(event->name));
-                        if (mode & 077)
+                        const int created = mode(folder + u'/' + QFile::decodeName(event->name));
+                        if (created != -1 && (created & 077)) // a file renamed away meanwhile is not there
                             ++exposed;
                     }
                     at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
@@ -174,8 +164,8 @@ private Q_SLOTS:
         profile.lastRun = QDateTime(QDate(2026, 3, 1), QTime(9, 0, 12), Qt::UTC);
         Store::saveProfile(profile);
         QCOMPARE(Store::loadProfile(), profile);
-        QVERIFY2(readAll(file).contains("\n    \"homeBase\": "), "profile.json is pretty-printed");
-        QVERIFY(readAll(file).contains("\"lastRun\": \"2026-03-01T09:00:12Z\""));
+        QVERIFY2(contents(file).contains("\n    \"homeBase\": "), "profile.json is pretty-printed");
+        QVERIFY(contents(file).contains("\"lastRun\": \"2026-03-01T09:00:12Z\""));
 
         // A profile lacking a required key is not the person's profile: start over with defaults.
         QJsonObject lacking = profile.toJson();
@@ -183,7 +173,7 @@ private Q_SLOTS:
         home.writeFile(u".local/share/Brindlow/profile.json"_s, QJsonDocument(lacking).toJson());
         const QDateTime before = QFileInfo(file).lastModified();
         QCOMPARE(Store::loadProfile(), Profile::defaults(home.path()));
-        QCOMPARE(readAll(file), QJsonDocument(lacking).toJson());
+        QCOMPARE(contents(file), QJsonDocument(lacking).toJson());
         QCOMPARE(QFileInfo(file).lastModified(), before);
     }
 
@@ -255,9 +245,9 @@ private Q_SLOTS:
                                     planItem(1, u"/home/ann/Desktop/Scan #2?.pdf"_s)};
         Store::savePlan(plan);
         QCOMPARE(Store::loadPlan(), plan);
-        QVERIFY(!readAll(home.supportDir() + u"/pending-plan.json"_s).contains('\n'));
+        QVERIFY(!contents(home.supportDir() + u"/pending-plan.json"_s).contains('\n'));
         Store::savePlan({});
-        QCOMPARE(readAll(home.supportDir() + u"/pending-plan.json"_s), QByteArray("[]"));
+        QCOMPARE(contents(home.supportDir() + u"/pending-plan.json"_s), QByteArray("[]"));
         QCOMPARE(Store::loadPlan(), QList<PlanItem>());
 
         for (int i = 0; i < Store::kMaxLessons + 1; ++i)
@@ -320,7 +310,7 @@ private Q_SLOTS:
             QVERIFY2(Store::loadLessons().isEmpty(), label);
             QVERIFY2(Store::loadNotes().isEmpty(), label);
             for (const QString& name : files)
-                QVERIFY2(readAll(home.supportDir() + u'/' + name) == content, qPrintable(name));
+                QVERIFY2(contents(home.supportDir() + u'/' + name) == content, qPrintable(name));
         }
 
         // One bad item spoils the whole plan rather than leaving a plan with holes.

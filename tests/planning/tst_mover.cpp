@@ -26,12 +26,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-}
-
 PlanItem planned(const QString& source, const QString& destFolder, const QString& category = u"personal"_s)
 {
     PlanItem item;
@@ -62,7 +56,7 @@ QMap<QString, QByteArray> filesUnder(const QString& dir)
     QMap<QString, QByteArray> files;
     for (QDirIterator it(dir, QDir::Files, QDirIterator::Subdirectories); it.hasNext();) {
         const QString path = it.next();
-        files.insert(QDir(dir).relativeFilePath(path), contentOf(path));
+        files.insert(QDir(dir).relativeFilePath(path), FileFactory::contents(path));
     }
     return files;
 }
@@ -136,10 +130,10 @@ private Q_SLOTS:
         QDir().mkpath(d + u"/emptydir"_s);
         QCOMPARE(FileMover::move(d + u"/a.txt"_s, d + u"/taken.txt"_s), FileMover::Outcome::destinationTaken);
         QCOMPARE(FileMover::move(d + u"/a.txt"_s, d + u"/emptydir"_s), FileMover::Outcome::destinationTaken);
-        QCOMPARE(contentOf(d + u"/taken.txt"_s), QByteArray("theirs"));
+        QCOMPARE(FileFactory::contents(d + u"/taken.txt"_s), QByteArray("theirs"));
         QCOMPARE(FileMover::move(d + u"/gone.txt"_s, d + u"/b.txt"_s), FileMover::Outcome::failed);
         QCOMPARE(FileMover::move(d + u"/a.txt"_s, d + u"/b.txt"_s), FileMover::Outcome::moved);
-        QCOMPARE(contentOf(d + u"/b.txt"_s), QByteArray("mine"));
+        QCOMPARE(FileFactory::contents(d + u"/b.txt"_s), QByteArray("mine"));
         QVERIFY(!QFileInfo::exists(d + u"/a.txt"_s));
     }
 
@@ -198,14 +192,14 @@ private Q_SLOTS:
         QCOMPARE(result.skippedItems.at(7),
                  (SkippedMove {u"id_ed25519"_s, u".ssh"_s, u"It is not in one of the folders Brindlow sorts."_s}));
         QCOMPARE(result.stoppedBecause, std::nullopt);
-        QCOMPARE(contentOf(home.path() + u"/.ssh/id_ed25519"_s), QByteArray("secret"));
-        QCOMPARE(contentOf(down + u"/sub/deep.txt"_s), QByteArray("deep"));
-        QCOMPARE(contentOf(base + u"/Personal/report (3).pdf"_s), QByteArray("new report"));
-        QCOMPARE(contentOf(base + u"/Personal/report.pdf"_s), QByteArray("old report"));
-        QCOMPARE(contentOf(base + u"/Personal/Photos/Team offsite.jpg"_s), QByteArray("photo"));
-        QCOMPARE(contentOf(base + u"/Personal/Albums/album/one.jpg"_s), QByteArray("one"));
-        QCOMPARE(contentOf(down + u"/protected.pdf"_s), QByteArray("keep"));
-        QCOMPARE(contentOf(down + u"/stay.txt"_s), QByteArray("stay"));
+        QCOMPARE(FileFactory::contents(home.path() + u"/.ssh/id_ed25519"_s), QByteArray("secret"));
+        QCOMPARE(FileFactory::contents(down + u"/sub/deep.txt"_s), QByteArray("deep"));
+        QCOMPARE(FileFactory::contents(base + u"/Personal/report (3).pdf"_s), QByteArray("new report"));
+        QCOMPARE(FileFactory::contents(base + u"/Personal/report.pdf"_s), QByteArray("old report"));
+        QCOMPARE(FileFactory::contents(base + u"/Personal/Photos/Team offsite.jpg"_s), QByteArray("photo"));
+        QCOMPARE(FileFactory::contents(base + u"/Personal/Albums/album/one.jpg"_s), QByteArray("one"));
+        QCOMPARE(FileFactory::contents(down + u"/protected.pdf"_s), QByteArray("keep"));
+        QCOMPARE(FileFactory::contents(down + u"/stay.txt"_s), QByteArray("stay"));
         QCOMPARE(logNames().size(), 1);
         const QList<MoveRecord> records = MoveLog::read(Store::logsDir() + u'/' + logNames().first())->moved;
         QCOMPARE(records.size(), 6);
@@ -217,30 +211,30 @@ private Q_SLOTS:
         PlanItem second = planned(down + u"/IMG_2.jpg"_s, u"Personal/Photos"_s);
         second.newName = u"Never used.jpg"_s;
         QCOMPARE(Mover::apply({second}, options(base, {down}, false)).renamed, 0);
-        QCOMPARE(contentOf(base + u"/Personal/Photos/IMG_2.jpg"_s), QByteArray("photo 2"));
+        QCOMPARE(FileFactory::contents(base + u"/Personal/Photos/IMG_2.jpg"_s), QByteArray("photo 2"));
         QCOMPARE(logNames().size(), 2); // the same second gets a second log
 
         // Undo walks back: first the second apply, then the first, with taken places and gone folders.
         QCOMPARE(Mover::undoLatest().restored, 1);
-        QCOMPARE(contentOf(down + u"/IMG_2.jpg"_s), QByteArray("photo 2"));
+        QCOMPARE(FileFactory::contents(down + u"/IMG_2.jpg"_s), QByteArray("photo 2"));
         FileFactory::write(down + u"/report.pdf"_s, "a newcomer");
         QVERIFY(QDir(base + u"/Personal/Albums/album"_s).exists());
         QVERIFY(QDir(down).rename(u"album"_s, u"gone"_s) || true);
         QDir(down + u"/gone"_s).removeRecursively();
         QFile::remove(base + u"/Brindlow Review/Duplicates - Review First/dup.jpg"_s); // the person emptied it
         QCOMPARE(Mover::undoLatest().restored, 5);
-        QCOMPARE(contentOf(down + u"/report.pdf"_s), QByteArray("a newcomer"));
-        QCOMPARE(contentOf(down + u"/report (2).pdf"_s), QByteArray("new report"));
-        QCOMPARE(contentOf(down + u"/IMG_1.jpg"_s), QByteArray("photo"));
-        QCOMPARE(contentOf(down + u"/album/one.jpg"_s), QByteArray("one"));
-        QCOMPARE(contentOf(base + u"/Personal/report.pdf"_s), QByteArray("old report"));
+        QCOMPARE(FileFactory::contents(down + u"/report.pdf"_s), QByteArray("a newcomer"));
+        QCOMPARE(FileFactory::contents(down + u"/report (2).pdf"_s), QByteArray("new report"));
+        QCOMPARE(FileFactory::contents(down + u"/IMG_1.jpg"_s), QByteArray("photo"));
+        QCOMPARE(FileFactory::contents(down + u"/album/one.jpg"_s), QByteArray("one"));
+        QCOMPARE(FileFactory::contents(base + u"/Personal/report.pdf"_s), QByteArray("old report"));
         QCOMPARE(Mover::undoLatest(), UndoResult {}); // every log is undone now
 
         // A folder is never moved into itself.
         FileFactory::write(base + u"/Stuff/keep.txt"_s, "keep");
         const ApplyResult inside = Mover::apply({planned(base + u"/Stuff"_s, u"Stuff/Inner"_s)}, options(base, {base}));
         QCOMPARE(inside.skipped, 1);
-        QCOMPARE(contentOf(base + u"/Stuff/keep.txt"_s), QByteArray("keep"));
+        QCOMPARE(FileFactory::contents(base + u"/Stuff/keep.txt"_s), QByteArray("keep"));
         const QStringList names = logNames();
         QCOMPARE(names.size(), 2);
         QVERIFY(names.at(0).startsWith(u"undone-moves-"_s) && names.at(1).startsWith(u"undone-moves-"_s));
@@ -278,8 +272,8 @@ private Q_SLOTS:
         QJsonArray array;
         for (const MoveRecord& record : moved)
             array.append(record.toJson());
-        QCOMPARE(contentOf(path), QJsonDocument(array).toJson(QJsonDocument::Indented));
-        QCOMPARE(contentOf(path), MoveLog::encode(moved));
+        QCOMPARE(FileFactory::contents(path), QJsonDocument(array).toJson(QJsonDocument::Indented));
+        QCOMPARE(FileFactory::contents(path), MoveLog::encode(moved));
         QCOMPARE(MoveLog::read(path)->moved, moved);
         QCOMPARE(MoveLog::read(path)->inDoubt, std::nullopt);
     }
@@ -398,7 +392,7 @@ private Q_SLOTS:
         // What nobody touched moves whole: contents, permissions, times, attributes, links.
         QCOMPARE(result.moved, 1);
         const QByteArray deck = QFile::encodeName(base + u"/Work/deck.pdf"_s);
-        QCOMPARE(contentOf(QFile::decodeName(deck)), QByteArray(3 << 20, 'p'));
+        QCOMPARE(FileFactory::contents(QFile::decodeName(deck)), QByteArray(3 << 20, 'p'));
         QCOMPARE(QFileInfo(QFile::decodeName(deck)).lastModified().toUTC(), stamp);
         struct stat info
         { };
@@ -409,21 +403,21 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(down + u"/deck.pdf"_s));
         QCOMPARE(result.skipped, 2);
         QVERIFY(result.skippedItems.at(0).reason.startsWith(u"Part of it changed"_s));
-        QCOMPARE(contentOf(down + u"/site/index.html"_s), QByteArray("<html>edited"));
-        QCOMPARE(contentOf(base + u"/Work/site/index.html"_s), QByteArray("<html>"));
-        QCOMPARE(contentOf(base + u"/Work/site/img/logo.png"_s), QByteArray("png"));
+        QCOMPARE(FileFactory::contents(down + u"/site/index.html"_s), QByteArray("<html>edited"));
+        QCOMPARE(FileFactory::contents(base + u"/Work/site/index.html"_s), QByteArray("<html>"));
+        QCOMPARE(FileFactory::contents(base + u"/Work/site/img/logo.png"_s), QByteArray("png"));
         QVERIFY(!QFileInfo::exists(down + u"/site/img"_s));
         // Whether the new file made it into the copy depends on the folder's order; never lost.
         QVERIFY(QFileInfo::exists(down + u"/site/new.txt"_s) || QFileInfo::exists(base + u"/Work/site/new.txt"_s));
-        QCOMPARE(contentOf(down + u"/notes.txt"_s), QByteArray("notes, more"));
+        QCOMPARE(FileFactory::contents(down + u"/notes.txt"_s), QByteArray("notes, more"));
         QVERIFY(!QFileInfo::exists(base + u"/Work/notes.txt"_s));
         QCOMPARE(partialsUnder(base), 0);
 
         // The copy is in the log, and comes back beside what stayed.
         QCOMPARE(Mover::undoLatest().restored, 2);
         QCOMPARE(QFileInfo(down + u"/deck.pdf"_s).lastModified().toUTC(), stamp);
-        QCOMPARE(contentOf(down + u"/site (2)/index.html"_s), QByteArray("<html>"));
-        QCOMPARE(contentOf(down + u"/site/index.html"_s), QByteArray("<html>edited"));
+        QCOMPARE(FileFactory::contents(down + u"/site (2)/index.html"_s), QByteArray("<html>"));
+        QCOMPARE(FileFactory::contents(down + u"/site/index.html"_s), QByteArray("<html>edited"));
     }
 
     void damagedNewestLogIsSetAside_data()
@@ -457,8 +451,9 @@ private Q_SLOTS:
         const UndoResult undone = Mover::undoLatest();
         QCOMPARE(undone.restored, 1);
         QCOMPARE(undone.setAside, QStringList {u"damaged-moves-2999-01-01_000000 (2).json"_s});
-        QCOMPARE(contentOf(down + u"/a.txt"_s), QByteArray("a"));
-        QCOMPARE(contentOf(logs + u"/damaged-moves-2999-01-01_000000.json"_s), QByteArray("set aside before"));
+        QCOMPARE(FileFactory::contents(down + u"/a.txt"_s), QByteArray("a"));
+        QCOMPARE(FileFactory::contents(logs + u"/damaged-moves-2999-01-01_000000.json"_s),
+                 QByteArray("set aside before"));
         struct stat info
         { };
         QCOMPARE(::lstat(QFile::encodeName(logs + u'/' + undone.setAside.first()).constData(), &info), 0);

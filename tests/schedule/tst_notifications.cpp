@@ -2,6 +2,7 @@
 #include "model/store.h"
 #include "schedule/dbus_notifications.h"
 #include "schedule/notifier.h"
+#include "support/app_driver.h"
 #include "support/fake_claude_server.h"
 #include "support/fake_notification_service.h"
 #include "support/file_factory.h"
@@ -97,31 +98,17 @@ private Q_SLOTS:
         TempHome home;
         FakeNotificationService service;
         FakeClaudeServer server;
-        server.setHandler([](const FakeClaudeServer::Request& request) {
-            if (request.json().value("system"_L1).toString() == u"Reply with OK.")
-                return FakeClaudeServer::reply(u"OK"_s);
-            return FakeClaudeServer::sortingReply(request, [](qint64) {
-                return QJsonObject {
-                    {"category"_L1, u"admin"_s}, {"confidence"_L1, u"high"_s}, {"reason"_L1, u"form"_s}};
-            });
-        });
-        Profile profile = Profile::defaults(home.path());
-        profile.onboarded = true;
-        profile.projects = {{QUuid::createUuid(), u"Quorrel"_s, QString()}};
-        Store::saveProfile(profile);
+        server.setHandler(
+            FakeClaudeServer::sorting([](qint64) { return FakeClaudeServer::decision(u"admin"_s, {}, u"form"_s); }));
+        home.saveProfile(true, {{QUuid::createUuid(), u"Quorrel"_s, QString()}});
         for (int i = 0; i < 3; ++i)
             FileFactory::write(home.path() + u"/Downloads/form %1.txt"_s.arg(i), "form");
 
         TestClock clock;
-        AppState state(&clock);
         QStringList windows;
-        QObject::connect(
-            &state, &AppState::windowRequested, &state, [&windows](const QString& id) { windows.append(id); });
-        state.init();
-        QSignalSpy finished(&state, &AppState::refreshFinished);
-        state.start(TidyMode::quick);
-        QVERIFY(finished.wait(10000));
-        QCOMPARE(state.phase(), Phase::review);
+        const auto state = AppDriver::start(&clock, &windows);
+        QVERIFY(AppDriver::refresh(*state));
+        QCOMPARE(state->phase(), Phase::review);
         QTRY_COMPARE(service.shown.size(), 1);
         QCOMPARE(service.shown[0].summary, u"Your fresh start is ready"_s);
         QCOMPARE(service.shown[0].body, u"3 changes are waiting. Nothing moves until you say so."_s);
@@ -129,21 +116,9 @@ private Q_SLOTS:
         // Clicking it, or even an old reminder, opens the review while a plan waits.
         service.click(service.shown[0].id);
         QTRY_COMPARE(windows, QStringList {u"review"_s});
-        state.handleNotification(u"sunday-reminder"_s);
+        state->handleNotification(u"sunday-reminder"_s);
         QCOMPARE(windows, (QStringList {u"review"_s, u"review"_s}));
-        QCOMPARE(state.phase(), Phase::review);
-
-        // Switching the weekly refresh on or the reminder off takes effect at once.
-        QVERIFY(state.notifier()->reminderScheduled());
-        Profile weekly = state.profile();
-        weekly.autoTidy = true;
-        state.setProfile(weekly);
-        QVERIFY(!state.notifier()->reminderScheduled());
-        weekly.autoTidy = false;
-        state.setProfile(weekly);
-        QVERIFY(state.notifier()->reminderScheduled());
-        state.setSundayReminderOn(false);
-        QVERIFY(!state.notifier()->reminderScheduled());
+        QCOMPARE(state->phase(), Phase::review);
         QCOMPARE(Notifier::planReadyBody(1234), u"1,234 changes are waiting. Nothing moves until you say so."_s);
     }
 

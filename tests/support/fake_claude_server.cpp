@@ -129,6 +129,11 @@ int FakeClaudeServer::Request::imageCount() const
     return images;
 }
 
+bool FakeClaudeServer::Request::isConnectionCheck() const
+{
+    return json().value("system"_L1).toString() == u"Reply with OK.";
+}
+
 FakeClaudeServer::FakeClaudeServer()
     : m_thread(std::make_unique<QThread>())
 {
@@ -212,7 +217,9 @@ FakeClaudeServer::Response FakeClaudeServer::reply(const QString& text, int inpu
 }
 
 FakeClaudeServer::Response FakeClaudeServer::sortingReply(const Request& request,
-                                                          const std::function<QJsonObject(qint64)>& decide)
+                                                          const std::function<QJsonObject(qint64)>& decide,
+                                                          int inputTokens,
+                                                          int outputTokens)
 {
     static const QRegularExpression ids(uR"("id":\s*(\d+)|= id (\d+):)"_s);
     QJsonArray decisions;
@@ -225,5 +232,20 @@ FakeClaudeServer::Response FakeClaudeServer::sortingReply(const Request& request
         decision.insert("id"_L1, id);
         decisions.append(decision);
     }
-    return reply(QString::fromUtf8(QJsonDocument(decisions).toJson(QJsonDocument::Compact)));
+    return reply(QString::fromUtf8(QJsonDocument(decisions).toJson(QJsonDocument::Compact)), inputTokens, outputTokens);
+}
+
+FakeClaudeServer::Handler FakeClaudeServer::sorting(std::function<QJsonObject(qint64)> decide)
+{
+    return [decide = std::move(decide)](const Request& request) {
+        return request.isConnectionCheck() ? reply(u"OK"_s, 10, 1) : sortingReply(request, decide);
+    };
+}
+
+QJsonObject FakeClaudeServer::decision(const QString& category, const QString& sub, const QString& reason)
+{
+    QJsonObject decided {{"category"_L1, category}, {"confidence"_L1, u"high"_s}, {"reason"_L1, reason}};
+    if (!sub.isEmpty())
+        decided.insert("sub"_L1, sub);
+    return decided;
 }

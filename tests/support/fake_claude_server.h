@@ -29,6 +29,8 @@ public:
         // The user turn's text blocks, joined by line breaks.
         QString userText() const;
         int imageCount() const;
+        // Whether this is the connection check that opens every refresh.
+        bool isConnectionCheck() const;
     };
 
     struct Response
@@ -59,7 +61,14 @@ public:
     static Response reply(const QString& text, int inputTokens = 100, int outputTokens = 20);
     // Decisions for every item id the request mentions, in text lines ("id": n) and contact
     // sheet listings (= id n:), each made by `decide`.
-    static Response sortingReply(const Request& request, const std::function<QJsonObject(qint64)>& decide);
+    static Response sortingReply(const Request& request,
+                                 const std::function<QJsonObject(qint64)>& decide,
+                                 int inputTokens = 100,
+                                 int outputTokens = 20);
+    // A handler that passes the connection check and answers every sorting request by `decide`.
+    static Handler sorting(std::function<QJsonObject(qint64)> decide);
+    // One sure decision, as the model writes it; an empty `sub` is left out.
+    static QJsonObject decision(const QString& category, const QString& sub, const QString& reason);
 
     class Worker;
 

@@ -25,6 +25,10 @@ void jpeg(const QString& path, int width, int height);
 // (QImage's own text support cannot store keys with colons such as "Thumb::MTime").
 void pngWithText(const QString& path, const QImage& image, const QByteArray& key, const QByteArray& value);
 void setModified(const QString& path, const QDateTime& moment);
+// What a file holds, or "<missing>" when it cannot be read, so that comparisons name the trouble.
+QByteArray contents(const QString& path);
+// The permission bits of `path`, or -1 when it is not there.
+int mode(const QString& path);
 void setOriginAttribute(const QString& path, const QByteArray& value);
 
 } // namespace FileFactory

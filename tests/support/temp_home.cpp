@@ -1,5 +1,7 @@
 #include "temp_home.h"
 
+#include "model/store.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -50,4 +52,13 @@ QString TempHome::writeFile(const QString& relativePath, const QByteArray& bytes
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size())
         qFatal("TempHome: cannot write %s", qPrintable(full));
     return full;
+}
+
+Profile TempHome::saveProfile(bool onboarded, const QList<Project>& projects) const
+{
+    Profile profile = Profile::defaults(path());
+    profile.onboarded = onboarded;
+    profile.projects = projects;
+    Store::saveProfile(profile);
+    return profile;
 }

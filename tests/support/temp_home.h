@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/profile.h"
+
 #include <QByteArray>
 #include <QHash>
 #include <QString>
@@ -22,6 +24,8 @@ public:
     QString supportDir() const;
     // Writes `bytes` to `relativePath` below the home, creating folders on the way.
     QString writeFile(const QString& relativePath, const QByteArray& bytes) const;
+    // Stores this home's default profile, set up or not, knowing `projects`, and returns it.
+    Profile saveProfile(bool onboarded = true, const QList<Project>& projects = {}) const;
 
 private:
     QTemporaryDir m_dir;
