@@ -59,7 +59,7 @@ def wait_for(what, condition, timeout, alive=()):
                 raise Failure(f"{name} ended with code {process.returncode} while waiting for {what}")
         if time.monotonic() > deadline:
             raise Failure(f"gave up after {timeout} s waiting for {what}")
-        time.sleep(0.05)
+        time.sleep(0.1)
 
 
 class Session:
@@ -101,9 +101,8 @@ class Session:
     def spawn(self, name, arguments, **options):
         log = open(os.path.join(self.scratch.name, name + ".log"), "w+b")
         self.logs[name] = log
-        process = subprocess.Popen(
-            arguments, env=self.env, stderr=log, start_new_session=True, **options
-        )
+        options.setdefault("stdout", log)
+        process = subprocess.Popen(arguments, env=self.env, stderr=log, start_new_session=True, **options)
         self.processes.append((name, process))
         return process
 
@@ -154,7 +153,7 @@ class Session:
         self.env["BRINDLOW_API_URL"] = url
 
     def start_program(self):
-        return self.spawn("brindlow", [self.program_path], stdout=subprocess.DEVNULL)
+        return self.spawn("brindlow", [self.program_path])
 
     def bus(self):
         from gi.repository import Gio
