@@ -317,6 +317,6 @@ int main(int argc, char* argv[])
     // The refresh is still waiting on the silent service, and the X server ends with this
     // process; the figures are out, so leave without tearing the shell down.
     out << Qt::flush;
-    std::fflush(stdout);
+    scratch.remove();
     ::_exit(0);
 }
