@@ -1,0 +1,267 @@
+"""A throw-away desktop for driving the real tray program the way a person (or Orca) does.
+
+Runs inside a private session bus (the tests are started by dbus-run-session) and brings up
+everything else itself: a headless X server, the accessibility bus, a temporary home that the
+fake Messages API helper fills and serves, and the program. Every process it starts runs in a
+process group of its own and is ended, with all its children, when the session closes.
+"""
+
+import importlib.util
+import os
+import select
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+
+SKIP = 77
+
+
+class Failure(Exception):
+    pass
+
+
+def skip_unless_available():
+    """Ends the test as skipped when the machine cannot host it at all."""
+    if not shutil.which("Xvfb"):
+        print("SKIP: Xvfb is not installed (Debian package xvfb)")
+        sys.exit(SKIP)
+    # Only looked up here: importing it connects to the accessibility bus, which is not up yet.
+    if importlib.util.find_spec("pyatspi") is None:
+        print(f"SKIP: pyatspi is not importable by {sys.executable} (Debian package python3-pyatspi)")
+        sys.exit(SKIP)
+    if not os.environ.get("DBUS_SESSION_BUS_ADDRESS"):
+        raise Failure("no session bus: run this under dbus-run-session")
+
+
+def pump():
+    """Lets GLib deliver D-Bus calls to services this process exports."""
+    from gi.repository import GLib
+
+    context = GLib.MainContext.default()
+    while context.iteration(False):
+        pass
+
+
+def wait_for(what, condition, timeout, alive=()):
+    """Polls `condition` until it returns something true; fails after `timeout` seconds, or at
+    once when one of the `alive` processes has ended, since nothing will change after that."""
+    deadline = time.monotonic() + timeout
+    while True:
+        pump()
+        result = condition()
+        if result:
+            return result
+        for name, process in alive:
+            if process.poll() is not None:
+                raise Failure(f"{name} ended with code {process.returncode} while waiting for {what}")
+        if time.monotonic() > deadline:
+            raise Failure(f"gave up after {timeout} s waiting for {what}")
+        time.sleep(0.1)
+
+
+class Session:
+    def __init__(self, program, fake_service):
+        self.program_path = program
+        self.fake_service_path = fake_service
+        self.scratch = tempfile.TemporaryDirectory(prefix="brindlow-e2e-")
+        self.home = os.path.join(self.scratch.name, "home")
+        self.runtime = os.path.join(self.scratch.name, "runtime")
+        os.mkdir(self.home)
+        os.mkdir(self.runtime, 0o700)
+        self.processes = []
+        self.logs = {}
+        self.env = dict(os.environ)
+        self.env.update(
+            HOME=self.home,
+            XDG_DATA_HOME=os.path.join(self.home, ".local/share"),
+            XDG_CONFIG_HOME=os.path.join(self.home, ".config"),
+            XDG_CACHE_HOME=os.path.join(self.home, ".cache"),
+            # The program's single-instance socket lives here; a real session's copy must not answer.
+            XDG_RUNTIME_DIR=self.runtime,
+            QT_QPA_PLATFORM="xcb",
+            QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1",
+        )
+        for name in ("WAYLAND_DISPLAY", "QT_QPA_PLATFORMTHEME", "XDG_CURRENT_DESKTOP", "BRINDLOW_API_URL"):
+            self.env.pop(name, None)
+        # Signalled by CTest's timeout: end through `close` rather than leave an X server behind.
+        signal.signal(signal.SIGTERM, lambda *_: sys.exit("terminated"))
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, kind, value, trace):
+        if kind is not None:
+            self.print_logs()
+        self.close()
+        return False
+
+    def spawn(self, name, arguments, **options):
+        log = open(os.path.join(self.scratch.name, name + ".log"), "w+b")
+        self.logs[name] = log
+        options.setdefault("stdout", log)
+        process = subprocess.Popen(arguments, env=self.env, stderr=log, start_new_session=True, **options)
+        self.processes.append((name, process))
+        return process
+
+    def start_display(self):
+        read_end, write_end = os.pipe()
+        self.spawn(
+            "Xvfb",
+            ["Xvfb", "-displayfd", str(write_end), "-nolisten", "tcp", "-screen", "0", "1280x800x24"],
+            pass_fds=(write_end,),
+            stdout=subprocess.DEVNULL,
+        )
+        os.close(write_end)
+        number = b""
+        deadline = time.monotonic() + 20
+        while not number.endswith(b"\n"):
+            ready, _, _ = select.select([read_end], [], [], max(0.0, deadline - time.monotonic()))
+            chunk = os.read(read_end, 16) if ready else b""
+            if not chunk:
+                os.close(read_end)
+                raise Failure("Xvfb did not report a display")
+            number += chunk
+        os.close(read_end)
+        self.env["DISPLAY"] = ":" + number.decode().strip()
+        os.environ["DISPLAY"] = self.env["DISPLAY"]
+
+    def start_accessibility_bus(self):
+        launcher = next(
+            (path for path in ("/usr/libexec/at-spi-bus-launcher", "/usr/lib/at-spi2-core/at-spi-bus-launcher")
+             if os.access(path, os.X_OK)),
+            None,
+        )
+        if not launcher:
+            raise Failure("at-spi-bus-launcher not found (Debian package at-spi2-core)")
+        # Started by hand rather than by bus activation, so that it and its bus end with the test.
+        process = self.spawn("at-spi-bus-launcher", [launcher, "--launch-immediately", "--a11y=1"])
+        wait_for("the accessibility bus", lambda: self.name_owner("org.a11y.Bus"), 20,
+                 alive=[("at-spi-bus-launcher", process)])
+
+    def start_fake_service(self):
+        """Fills the home and serves the Messages API until this session closes its input."""
+        process = self.spawn(
+            "fake_service", [self.fake_service_path], stdin=subprocess.PIPE, stdout=subprocess.PIPE
+        )
+        ready, _, _ = select.select([process.stdout], [], [], 20)
+        url = process.stdout.readline().decode().strip() if ready else ""
+        if not url.startswith("http://"):
+            raise Failure("the fake Messages API did not start")
+        self.env["BRINDLOW_API_URL"] = url
+
+    def start_program(self):
+        return self.spawn("brindlow", [self.program_path])
+
+    def bus(self):
+        from gi.repository import Gio
+
+        return Gio.bus_get_sync(Gio.BusType.SESSION, None)
+
+    def name_owner(self, name):
+        from gi.repository import GLib
+
+        reply = self.bus().call_sync(
+            "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameHasOwner",
+            GLib.Variant("(s)", (name,)), GLib.VariantType("(b)"), 0, 5000, None,
+        )
+        return reply.unpack()[0]
+
+    def name_pid(self, name):
+        from gi.repository import GLib
+
+        reply = self.bus().call_sync(
+            "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+            "GetConnectionUnixProcessID", GLib.Variant("(s)", (name,)), GLib.VariantType("(u)"), 0, 5000, None,
+        )
+        return reply.unpack()[0]
+
+    def print_logs(self):
+        for name, log in self.logs.items():
+            log.seek(0)
+            text = log.read().decode(errors="replace").strip()
+            if text:
+                print(f"--- {name} ---\n{text[-4000:]}", file=sys.stderr)
+
+    def close(self):
+        for name, process in reversed(self.processes):
+            if process.stdin:
+                process.stdin.close()
+            self._signal_group(process, signal.SIGTERM)
+        deadline = time.monotonic() + 5
+        for name, process in reversed(self.processes):
+            try:
+                process.wait(max(0.1, deadline - time.monotonic()))
+            except subprocess.TimeoutExpired:
+                pass
+            # Children of the group (the accessibility bus, its registry) go too, even when the
+            # leader has already gone.
+            self._signal_group(process, signal.SIGKILL)
+            process.wait()
+            if process.stdout:
+                process.stdout.close()
+        for log in self.logs.values():
+            log.close()
+        self.scratch.cleanup()
+
+    @staticmethod
+    def _signal_group(process, number):
+        try:
+            os.killpg(process.pid, number)
+        except (ProcessLookupError, PermissionError):
+            pass
+
+
+class Accessible:
+    """The program as a screen reader sees it over AT-SPI."""
+
+    def __init__(self, pid):
+        import pyatspi
+
+        self.pyatspi = pyatspi
+        self.pid = pid
+        self.app = None
+
+    def application(self):
+        if self.app is None:
+            from gi.repository import Atspi
+
+            desktop = self.pyatspi.Registry.getDesktop(0)
+            for index in range(desktop.childCount):
+                app = desktop.getChildAtIndex(index)
+                if app is not None and app.get_process_id() == self.pid:
+                    # States and children change under us; ask the program every time.
+                    app.set_cache_mask(Atspi.Cache.NONE)
+                    self.app = app
+        return self.app
+
+    def showing(self, name, role=None):
+        """The control a person can see with this accessible name, or None."""
+        app = self.application()
+        if app is None:
+            return None
+        try:
+            stack = [app]
+            while stack:
+                node = stack.pop()
+                if node is None:
+                    continue
+                states = node.getState()
+                if not states.contains(self.pyatspi.STATE_SHOWING) and node is not app:
+                    continue
+                if node.name == name and (role is None or node.getRole() == role):
+                    return node
+                stack.extend(node.getChildAtIndex(i) for i in range(node.childCount))
+        except Exception:  # the tree changed while we walked it; the next poll sees the new one
+            return None
+        return None
+
+    def press(self, node):
+        action = node.queryAction()
+        for index in range(action.nActions):
+            if action.getName(index) == "Press":
+                action.doAction(index)
+                return
+        raise Failure(f"{node.name!r} cannot be pressed")
