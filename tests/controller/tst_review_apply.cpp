@@ -163,7 +163,7 @@ private Q_SLOTS:
 
         QCOMPARE(state->addProject(u"Acme: Ads"_s), 0);
         QCOMPARE(state->profile().projects.last().name, u"Acme: Ads"_s);
-        QCOMPARE(Store::loadProfile().projects.size(), 2);
+        QTRY_COMPARE(Store::loadProfile().projects.size(), 2);
         QCOMPARE(state->addProject(u"KSTL"_s), 3);
         QCOMPARE(byId(*state, 5).destFolder, u"Projects/KSTL/Images"_s);
         QVERIFY(state->projectSuggestions().isEmpty());

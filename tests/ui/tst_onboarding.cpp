@@ -88,7 +88,7 @@ private Q_SLOTS:
         QVERIFY(tested.wait(10000));
         QVERIFY(label(*window, u"Connection test result"_s).startsWith(u"Brindlow couldn't sign in to Claude"_s));
         click(control(*window, u"Continue"_s));
-        QCOMPARE(Store::loadKey(), std::optional(u"sk-wrong"_s));
+        QTRY_COMPARE(Store::loadKey(), std::optional(u"sk-wrong"_s));
         QVERIFY(!control<QLineEdit>(*window, u"Claude API key"_s));
         QVERIFY(control<QWidget>(*window, u"Step 2 of 2"_s));
         QVERIFY(control(*window, u"Start my first refresh"_s));
@@ -111,23 +111,24 @@ private Q_SLOTS:
         QVERIFY(!control(*window, u"Videos"_s)->isChecked());
 
         click(control(*window, u"Documents"_s));
-        QCOMPARE(Store::loadProfile().scanFolders, (QStringList {u"Desktop"_s, u"Downloads"_s}));
+        QTRY_COMPARE(Store::loadProfile().scanFolders, (QStringList {u"Desktop"_s, u"Downloads"_s}));
         click(control(*window, u"Downloads"_s));
         click(control(*window, u"Documents"_s));
-        QCOMPARE(Store::loadProfile().scanFolders,
-                 (QStringList {u"Desktop"_s, u"Downloads"_s, u"Téléchargements"_s, u"Documents"_s}));
+        QTRY_COMPARE(Store::loadProfile().scanFolders,
+                     (QStringList {u"Desktop"_s, u"Downloads"_s, u"Téléchargements"_s, u"Documents"_s}));
         QVERIFY(control(*window, u"Documents"_s)->isChecked());
 
         click(control(*window, u"Keep app installers"_s));
         click(control(*window, u"Rename unclear files by what's in them"_s));
         click(control(*window, u"Careful"_s));
+        f.state->flushEdits();
         const Profile stored = Store::loadProfile();
         QVERIFY(stored.keepInstallers);
         QVERIFY(!stored.renameFiles);
         QCOMPARE(stored.model, u"claude-sonnet-5-5"_s);
         QVERIFY(!stored.onboarded);
         click(control(*window, u"Fast"_s));
-        QCOMPARE(Store::loadProfile().model, u"claude-haiku-5-5"_s);
+        QTRY_COMPARE(Store::loadProfile().model, u"claude-haiku-5-5"_s);
     }
 
     // "Start my first refresh" with Sunday Reset off and no reminder preference: set-up is done,
@@ -147,9 +148,10 @@ private Q_SLOTS:
 
         QSignalSpy finished(f.state.get(), &AppState::refreshFinished);
         click(control(*window, u"Start my first refresh"_s));
-        QVERIFY(Store::loadProfile().onboarded);
-        QVERIFY(f.state->notifier()->reminderScheduled());
         QCOMPARE(f.state->phase(), Phase::scanning);
+        QVERIFY(f.state->notifier()->reminderScheduled());
+        f.state->flushEdits();
+        QVERIFY(Store::loadProfile().onboarded);
         QVERIFY(!window->isVisible());
         QVERIFY(finished.wait(20000));
         // Only a deep refresh learns projects again when some are known already.

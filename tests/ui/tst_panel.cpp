@@ -148,9 +148,9 @@ private Q_SLOTS:
         QVERIFY(sunday);
         QVERIFY(!sunday->isChecked());
         click(sunday);
-        QVERIFY(Store::loadProfile().autoTidy);
+        QTRY_VERIFY(Store::loadProfile().autoTidy);
         click(sunday);
-        QVERIFY(!Store::loadProfile().autoTidy);
+        QTRY_VERIFY(!Store::loadProfile().autoTidy);
     }
 
     void refreshStopsAndUndoWaits()

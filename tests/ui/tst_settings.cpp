@@ -66,7 +66,7 @@ private Q_SLOTS:
         type(key, u"sk-replacement"_s);
         QCOMPARE(key->echoMode(), QLineEdit::Password);
         click(control(*window, u"Save key"_s));
-        QCOMPARE(Store::loadKey(), std::optional(u"sk-replacement"_s));
+        QTRY_COMPARE(Store::loadKey(), std::optional(u"sk-replacement"_s));
         QVERIFY(key->text().isEmpty());
         QVERIFY(shownTexts(*window).contains(u"Saved."_s));
         type(key, u"s"_s);
@@ -75,7 +75,7 @@ private Q_SLOTS:
         QVERIFY(f.state->notifier()->reminderScheduled());
         QVERIFY(control(*window, u"Sunday 9 AM reminder"_s)->isChecked());
         click(control(*window, u"Sunday Reset"_s));
-        QVERIFY(Store::loadProfile().autoTidy);
+        QTRY_VERIFY(Store::loadProfile().autoTidy);
         QVERIFY(!f.state->notifier()->reminderScheduled());
         click(control(*window, u"Sunday 9 AM reminder"_s));
         QCOMPARE(Fixture::storedReminder(), std::optional(false));
@@ -99,6 +99,7 @@ private Q_SLOTS:
         type(control<QLineEdit>(*window, u"Add a project"_s), u"Harbor Fest"_s);
         type(control<QLineEdit>(*window, u"Other names, comma separated"_s), u"harbor, HF 2026"_s);
         click(control(*window, u"Add"_s));
+        f.state->flushEdits();
         QList<Project> stored = Store::loadProfile().projects;
         QCOMPARE(stored.size(), 2);
         QCOMPARE(stored.last().name, u"Harbor Fest"_s);
@@ -107,12 +108,13 @@ private Q_SLOTS:
         QVERIFY(shownTexts(*window).contains(u"Harbor Fest"_s));
 
         click(control(*window, u"Remove Quorrel"_s));
+        f.state->flushEdits();
         stored = Store::loadProfile().projects;
         QCOMPARE(stored.size(), 1);
         QCOMPARE(stored.first().name, u"Harbor Fest"_s);
         QVERIFY(!shownTexts(*window).contains(u"Quorrel"_s));
         click(control(*window, u"Remove Harbor Fest"_s));
-        QVERIFY(Store::loadProfile().projects.isEmpty());
+        QTRY_VERIFY(Store::loadProfile().projects.isEmpty());
         QVERIFY(shownTexts(*window).contains(none));
     }
 
