@@ -64,7 +64,7 @@ void PanelWindow::showNear(const QRect& anchor)
 void PanelWindow::toggle(const QRect& anchor)
 {
     if (isVisible()) {
-        hide();
+        hideOnPurpose();
         return;
     }
     if (m_closedByFocus.isValid() && m_closedByFocus.elapsed() < 300)
@@ -72,10 +72,18 @@ void PanelWindow::toggle(const QRect& anchor)
     showNear(anchor);
 }
 
+void PanelWindow::hideOnPurpose()
+{
+    m_hidingOnPurpose = true;
+    hide();
+    m_hidingOnPurpose = false;
+    m_closedByFocus.invalidate();
+}
+
 void PanelWindow::keyPressEvent(QKeyEvent* event)
 {
     if (event->key() == Qt::Key_Escape && m_mode == Mode::popup) {
-        hide();
+        hideOnPurpose();
         return;
     }
     QWidget::keyPressEvent(event);
@@ -84,7 +92,8 @@ void PanelWindow::keyPressEvent(QKeyEvent* event)
 void PanelWindow::changeEvent(QEvent* event)
 {
     QWidget::changeEvent(event);
-    if (event->type() == QEvent::ActivationChange && m_mode == Mode::popup && isVisible() && !isActiveWindow()) {
+    if (event->type() == QEvent::ActivationChange && m_mode == Mode::popup && isVisible() && !isActiveWindow()
+        && !m_hidingOnPurpose) {
         hide();
         m_closedByFocus.start();
     }

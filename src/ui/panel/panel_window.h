@@ -38,5 +38,10 @@ private:
     MenuView* m_view;
     // When the popup last closed because it lost focus; a click on the tray icon takes focus
     // first, and that click should close the panel rather than open it again.
+    // Closed by the person (the icon, Escape), not by the focus moving away: the deactivation
+    // this causes must not swallow their next click on the icon.
+    void hideOnPurpose();
+
     QElapsedTimer m_closedByFocus;
+    bool m_hidingOnPurpose = false;
 };
