@@ -3,6 +3,7 @@
 // `make screenshots`.
 #include "controller/app_state.h"
 #include "model/store.h"
+#include "screenshots.h"
 #include "support/fake_claude_server.h"
 #include "support/temp_home.h"
 #include "support/test_clock.h"
@@ -54,10 +55,7 @@ void waitFor(auto* sender, auto signal)
 int main(int argc, char* argv[])
 {
     QApplication app(argc, argv);
-    const QString folder = argc > 1 ? QString::fromLocal8Bit(argv[1]) : u"docs/screenshots"_s;
-    QDir().mkpath(folder);
-    QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
-    Theme::apply(app);
+    const QString folder = Screenshots::prepare(app, argc, argv);
     TempHome home;
     FakeClaudeServer server;
     server.setHandler([](const FakeClaudeServer::Request&) { return FakeClaudeServer::reply(u"OK"_s, 10, 1); });

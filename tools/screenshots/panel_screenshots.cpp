@@ -2,6 +2,7 @@
 // to PNG files for the README and for checking the look by eye. Not a test: `make screenshots`.
 #include "controller/app_state.h"
 #include "model/store.h"
+#include "screenshots.h"
 #include "support/fake_claude_server.h"
 #include "support/manual_animation_driver.h"
 #include "support/temp_home.h"
@@ -28,22 +29,14 @@ QJsonObject decide(qint64 id)
             {"new_name"_L1, id % 3 == 0 ? u"2026-03 Sample %1.pdf"_s.arg(id) : QString()}};
 }
 
-bool save(QWidget& view, const QString& folder, const QString& name)
-{
-    view.adjustSize();
-    QCoreApplication::processEvents();
-    return view.grab().save(folder + u'/' + name + u".png"_s);
-}
+using Screenshots::save;
 
 } // namespace
 
 int main(int argc, char* argv[])
 {
     QApplication app(argc, argv);
-    const QString folder = argc > 1 ? QString::fromLocal8Bit(argv[1]) : u"docs/screenshots"_s;
-    QDir().mkpath(folder);
-    QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
-    Theme::apply(app);
+    const QString folder = Screenshots::prepare(app, argc, argv);
     ManualAnimationDriver driver;
     TempHome home;
     FakeClaudeServer server;

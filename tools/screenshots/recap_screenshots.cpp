@@ -1,6 +1,7 @@
 // Renders every slide of the recap and the refresh-animation preview to PNG files, for the README
 // and for checking the look by eye. Not a test: `make screenshots`.
 #include "controller/app_state.h"
+#include "screenshots.h"
 #include "support/manual_animation_driver.h"
 #include "support/temp_home.h"
 #include "ui/recap/recap_view.h"
@@ -57,10 +58,7 @@ bool playThrough(AppState& state, ManualAnimationDriver& driver, const QString& 
 int main(int argc, char* argv[])
 {
     QApplication app(argc, argv);
-    const QString folder = argc > 1 ? QString::fromLocal8Bit(argv[1]) : u"docs/screenshots"_s;
-    QDir().mkpath(folder);
-    QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
-    Theme::apply(app);
+    const QString folder = Screenshots::prepare(app, argc, argv);
     ManualAnimationDriver driver;
     TempHome home;
     AppState state;

@@ -3,6 +3,7 @@
 // `make screenshots`.
 #include "controller/app_state.h"
 #include "model/store.h"
+#include "screenshots.h"
 #include "support/file_factory.h"
 #include "support/plan_factory.h"
 #include "support/temp_home.h"
@@ -116,10 +117,7 @@ QList<PlanItem> samplePlan(const QString& home)
 int main(int argc, char* argv[])
 {
     QApplication app(argc, argv);
-    const QString folder = argc > 1 ? QString::fromLocal8Bit(argv[1]) : u"docs/screenshots"_s;
-    QDir().mkpath(folder);
-    QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
-    Theme::apply(app);
+    const QString folder = Screenshots::prepare(app, argc, argv);
     TempHome home;
     Profile profile = Profile::defaults(home.path());
     profile.onboarded = true;
