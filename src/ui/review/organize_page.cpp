@@ -7,6 +7,7 @@
 #include "review_header.h"
 #include "tile_delegate.h"
 
+#include <QEvent>
 #include <QLabel>
 #include <QLocale>
 #include <QScrollBar>
@@ -37,6 +38,7 @@ OrganizePage::OrganizePage(AppState& state, PlanModel& plan, ThumbCache& thumbs,
         thumbs, [this](const QString& path, const QModelIndex& index) { want(path, index); }, m_grid));
     m_grid->setModel(m_model);
     m_grid->verticalScrollBar()->setSingleStep(40);
+    m_grid->viewport()->installEventFilter(this);
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -53,6 +55,23 @@ OrganizePage::OrganizePage(AppState& state, PlanModel& plan, ThumbCache& thumbs,
     connect(m_model, &QAbstractItemModel::rowsRemoved, this, &OrganizePage::updateHeader);
     connect(m_model, &QAbstractItemModel::layoutChanged, this, &OrganizePage::updateHeader);
     updateHeader();
+}
+
+bool OrganizePage::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == m_grid->viewport() && event->type() == QEvent::Resize)
+        spreadColumns();
+    return QWidget::eventFilter(watched, event);
+}
+
+void OrganizePage::spreadColumns()
+{
+    const QSize smallest = TileDelegate::tileSize() + QSize(8, 8);
+    const int room = m_grid->viewport()->width() - 2 * m_grid->spacing();
+    const int columns = std::max(1, room / smallest.width());
+    const int width = std::max(smallest.width(), room / columns);
+    if (m_grid->gridSize().width() != width)
+        m_grid->setGridSize(QSize(width, smallest.height()));
 }
 
 void OrganizePage::setGroup(const std::optional<QString>& group)

@@ -34,7 +34,13 @@ public:
 Q_SIGNALS:
     void openRequested(const QModelIndex& index);
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
+    // Shares the room left over in a row among its tiles, so the grid fills the window evenly
+    // instead of leaving a wide empty band on the right.
+    void spreadColumns();
     void updateHeader();
     void want(const QString& path, const QModelIndex& index);
     void arrived(const QString& path);
