@@ -267,7 +267,16 @@ private Q_SLOTS:
             + QString::number(f.clock.now().toSecsSinceEpoch()) + u".json"_s;
         QVERIFY(QFile::exists(renamed));
 
-        FileFactory::write(import, QJsonDocument(QJsonArray {item.toJson(), gone.toJson()}).toJson());
+        // A plan written by anyone else only ever names files directly inside the scan folders.
+        PlanItem secret = item;
+        secret.id = 2;
+        secret.src = QUrl::fromLocalFile(f.home.writeFile(u".ssh/id_ed25519"_s, "key"));
+        PlanItem nested = item;
+        nested.id = 3;
+        nested.src = QUrl::fromLocalFile(f.home.writeFile(u"Desktop/deep/inside.txt"_s, "x"));
+        FileFactory::write(
+            import,
+            QJsonDocument(QJsonArray {item.toJson(), gone.toJson(), secret.toJson(), nested.toJson()}).toJson());
         f.clock.advance(std::chrono::seconds(1));
         auto imported = f.state();
         QCOMPARE(imported->phase(), Phase::review);

@@ -1,6 +1,7 @@
 #include "controller/app_state.h"
 #include "model/store.h"
 #include "platform/file_mover_hooks.h"
+#include "platform/process_lock.h"
 #include "support/app_driver.h"
 #include "support/file_factory.h"
 #include "support/temp_home.h"
@@ -113,6 +114,13 @@ private Q_SLOTS:
         QCOMPARE(byId(*state, 0).destFolder, u"Personal/Travel"_s);
         QVERIFY(byId(*state, 0).approved);
         state->setDestination(0, u"Archive/2024"_s);
+        {
+            // Another Brindlow may be moving these very files: the plan is not dropped under it.
+            const ProcessLock other = ProcessLock::tryAcquire(Store::dir() + u"/busy.lock"_s);
+            state->discardPlan();
+            QCOMPARE(state->plan().size(), 2);
+            QCOMPARE(state->message(), AppState::otherProcessBusyText());
+        }
         // Folders that would climb out of the home base are refused, whoever asks.
         state->setDestination(0, u"../../Desktop/x"_s);
         QCOMPARE(state->addProject(u"../x"_s), 0);
