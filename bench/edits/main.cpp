@@ -3,6 +3,7 @@
 // the baseline every edit used to pay: the whole plan written and synced before returning.
 //
 //   build/bench/bench_edits [--items 25000]
+#include "common/figures.h"
 #include "controller/app_state.h"
 #include "controller/plan_filter_model.h"
 #include "controller/plan_model.h"
@@ -24,19 +25,11 @@ namespace {
 
 QTextStream out(stdout);
 
-double millis(const std::function<void()>& work)
-{
-    QElapsedTimer timer;
-    timer.start();
-    work();
-    return double(timer.nsecsElapsed()) / 1e6;
-}
+using Figures::millis;
 
 void report(const QString& what, double ms, const QString& target)
 {
-    out << qSetFieldWidth(44) << Qt::left << what << qSetFieldWidth(0) << QString::number(ms, 'f', 2) << " ms"
-        << "   (target " << target << ")\n"
-        << Qt::flush;
+    Figures::report(what, ms, u"ms"_s, target, 44);
 }
 
 // Realistic items: every fourth undecided, some junk, some renames, long reasons and paths.

@@ -12,6 +12,8 @@
 #include "ui/review/review_window.h"
 #include "ui/theme/theme.h"
 
+#include "common/figures.h"
+
 #include <QAbstractButton>
 #include <QApplication>
 #include <QCommandLineParser>
@@ -34,20 +36,8 @@ namespace {
 
 QTextStream out(stdout);
 
-double millis(const std::function<void()>& work)
-{
-    QElapsedTimer timer;
-    timer.start();
-    work();
-    return double(timer.nsecsElapsed()) / 1e6;
-}
-
-void report(const QString& what, double value, const QString& unit, const QString& target)
-{
-    out << qSetFieldWidth(58) << Qt::left << what << qSetFieldWidth(0) << QString::number(value, 'f', 2) << ' ' << unit
-        << "   (target " << target << ")\n"
-        << Qt::flush;
-}
+using Figures::millis;
+using Figures::report;
 
 QList<PlanItem> makePlan(const QString& downloads, int count, int photos)
 {
