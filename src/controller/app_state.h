@@ -121,7 +121,6 @@ public:
     std::optional<QString> timeLeftText() const;
     QString calmStatus() const;
 
-    static constexpr int kMaxItems = 25000;
     static constexpr int kCheckIntervalMs = 600 * 1000;
     static constexpr int kSaveDelayMs = 250;
     // Shown when another Brindlow process is refreshing, applying or undoing right now.

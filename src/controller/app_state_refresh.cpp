@@ -6,12 +6,10 @@
 #include "refresh_pipeline.h"
 #include "schedule/notifier.h"
 #include "store_writer.h"
-#include "understanding/claude_api.h"
 #include "understanding/usage.h"
 
 #include <QDir>
 #include <QFutureWatcher>
-#include <QJsonObject>
 #include <QPointer>
 #include <QtConcurrent>
 
@@ -164,12 +162,8 @@ void AppState::testConnection(const QString& typedKey)
         Q_EMIT connectionTested(!failure, failure.value_or(tr("Connected.")));
     });
     watcher->setFuture(QtConcurrent::run([key, model, clock]() -> std::optional<QString> {
-        ClaudeAPI api(key, model);
-        api.setClock(clock);
-        const ClaudeAPI::Result result
-            = api.send(u"Reply with OK."_s, {QJsonObject {{"type"_L1, u"text"_s}, {"text"_L1, u"ping"_s}}}, 5);
-        if (const APIError* error = std::get_if<APIError>(&result))
-            return error->errorDescription();
+        if (const std::optional<APIError> failure = RefreshPipeline::checkConnection(key, model, clock, {}))
+            return failure->errorDescription();
         return std::nullopt;
     }));
 }

@@ -33,18 +33,6 @@ bool cancelled(const Request& request)
     return request.cancellation && request.cancellation->isCancelled();
 }
 
-std::optional<APIError> checkConnection(const Request& request)
-{
-    ClaudeAPI ping(request.apiKey, request.profile.model);
-    ping.setClock(request.clock);
-    ping.setCancellation(request.cancellation);
-    const ClaudeAPI::Result check
-        = ping.send(u"Reply with OK."_s, {QJsonObject {{"type"_L1, u"text"_s}, {"text"_L1, u"ping"_s}}}, 5);
-    if (const APIError* error = std::get_if<APIError>(&check))
-        return *error;
-    return std::nullopt;
-}
-
 // Keeps the newest items when there are more than one refresh can sort; returns the notice.
 std::optional<QString> capToNewest(QList<ScannedItem>& items)
 {
@@ -110,10 +98,24 @@ ScanOptions scanOptions(const Profile& profile, TidyMode mode, const QString& ho
     return options;
 }
 
+std::optional<APIError>
+checkConnection(const QString& apiKey, const QString& model, const Clock* clock, const CancellationPtr& cancellation)
+{
+    ClaudeAPI ping(apiKey, model);
+    ping.setClock(clock);
+    ping.setCancellation(cancellation);
+    const ClaudeAPI::Result check
+        = ping.send(u"Reply with OK."_s, {QJsonObject {{"type"_L1, u"text"_s}, {"text"_L1, u"ping"_s}}}, 5);
+    if (const APIError* error = std::get_if<APIError>(&check))
+        return *error;
+    return std::nullopt;
+}
+
 Outcome run(const Request& request, const Reports& reports)
 {
     Outcome outcome;
-    if (std::optional<APIError> failure = checkConnection(request)) {
+    if (std::optional<APIError> failure
+        = checkConnection(request.apiKey, request.profile.model, request.clock, request.cancellation)) {
         outcome.cancelled = cancelled(request);
         outcome.failure = std::move(failure);
         outcome.connectionFailed = true;

@@ -58,6 +58,10 @@ ScanOptions scanOptions(const Profile& profile, TidyMode mode, const QString& ho
 
 Outcome run(const Request& request, const Reports& reports);
 
+// One tiny request that proves the key and the connection; nothing when they work.
+std::optional<APIError>
+checkConnection(const QString& apiKey, const QString& model, const Clock* clock, const CancellationPtr& cancellation);
+
 constexpr int kMaxItems = 25000;
 
 } // namespace RefreshPipeline
