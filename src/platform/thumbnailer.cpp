@@ -2,6 +2,7 @@
 
 #include "camera_photos.h"
 #include "file_io.h"
+#include "pdf_documents.h"
 
 #include <QBuffer>
 #include <QCryptographicHash>
@@ -77,7 +78,7 @@ QImage fromVideo(const QString& path, QSize box)
 
 QImage fromPdf(const QString& path, QSize box)
 {
-    const std::unique_ptr<Poppler::Document> document = Poppler::Document::load(path);
+    const std::unique_ptr<Poppler::Document> document = PdfDocuments::open(path);
     if (!document || document->isLocked() || document->numPages() < 1)
         return {};
     const std::unique_ptr<Poppler::Page> page = document->page(0);

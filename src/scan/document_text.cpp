@@ -1,5 +1,7 @@
 #include "document_text.h"
 
+#include "platform/pdf_documents.h"
+
 #include <QFile>
 #include <QRegularExpression>
 
@@ -13,16 +15,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace DocumentText {
 
 namespace {
-
-void silencePoppler()
-{
-    // Damaged PDFs are common in a Downloads folder; their complaints are not ours to print.
-    static const bool silenced = [] {
-        Poppler::setDebugErrorFunction([](const QString&, const QVariant&) {}, QVariant());
-        return true;
-    }();
-    Q_UNUSED(silenced);
-}
 
 // The entry patterns of office files: "*" for any run of characters, "?" for one.
 QRegularExpression entryPattern(const QString& pattern)
@@ -59,8 +51,7 @@ struct ZipFileCloser
 
 std::optional<QString> pdfText(const QString& path, int pages, qsizetype maxCharacters)
 {
-    silencePoppler();
-    const std::unique_ptr<Poppler::Document> document = Poppler::Document::load(path);
+    const std::unique_ptr<Poppler::Document> document = PdfDocuments::open(path);
     if (!document || document->isLocked())
         return std::nullopt;
     QString text;

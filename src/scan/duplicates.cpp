@@ -95,11 +95,35 @@ struct ContentClass
 // each newcomer with every class costs more than hashing it.
 constexpr qsizetype kMaxComparedClasses = 8;
 
-// Splits a group of files with equal size and equal first 4 KiB into sets of identical files
-// and gives every member of a set its content key. One file per set is hashed; the others are
-// compared byte for byte with it, which is several times cheaper than hashing them and yields
-// the same key. Files above the whole-hash limit are matched by their sampled keys instead, as
-// their keys do not cover every byte.
+// What a file was already known to be identical to: its content key, or else the group it was
+// found byte-identical with. The two never equal each other.
+std::optional<QString> knownIdentity(const CachedFacts& facts)
+{
+    if (facts.contentKey)
+        return u'k' + *facts.contentKey;
+    if (facts.identicalGroup)
+        return u'g' + *facts.identicalGroup;
+    return std::nullopt;
+}
+
+// A name for a group of files found identical by comparison: taken from one member's path and
+// version, so no other group made from another file, or from another version of it, shares it.
+QString newGroupName(const QString& path, const FileStamp& stamp)
+{
+    const QByteArray seed = QFile::encodeName(path) + '\0' + QByteArray::number(stamp.size) + ':'
+        + QByteArray::number(stamp.modifiedNs) + ':' + QByteArray::number(stamp.inode) + ':'
+        + QByteArray::number(stamp.changedNs);
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    unsigned int length = 0;
+    EVP_Digest(seed.constData(), size_t(seed.size()), digest, &length, EVP_sha256(), nullptr);
+    return hex(digest, 16);
+}
+
+// Splits a group of files with equal size and equal first 4 KiB into sets of identical files.
+// Files are compared byte for byte, which is several times cheaper than hashing them and says
+// the same; what was found is remembered as a shared group name, so that files that stay
+// unchanged are not read again by later scans. Files above the whole-hash limit are matched by
+// their sampled keys instead, as those keys do not cover every byte.
 QList<QList<qsizetype>>
 identicalSets(const QList<qsizetype>& group, const QList<ScannedItem>& items, QList<CachedFacts>& facts)
 {
@@ -111,40 +135,68 @@ identicalSets(const QList<qsizetype>& group, const QList<ScannedItem>& items, QL
             facts[position].contentKey = sha(pathOf(position), size);
         return facts[position].contentKey;
     };
-
-    QList<ContentClass> classes;
-    auto place = [&](qsizetype position) {
-        const bool byKey = !compareBytes || facts[position].contentKey || classes.size() >= kMaxComparedClasses;
-        for (ContentClass& candidate : classes) {
-            const bool same = byKey ? keyOf(position) && keyOf(candidate.representative) == keyOf(position)
-                                    : sameContent(pathOf(candidate.representative), pathOf(position));
-            if (same) {
-                candidate.members.append(position);
-                return;
-            }
-        }
-        if (!byKey || keyOf(position))
-            classes.append(ContentClass {position, {position}});
+    auto same = [&](qsizetype a, qsizetype b, bool byKey) {
+        if (byKey || (facts[a].contentKey && facts[b].contentKey))
+            return keyOf(a) && keyOf(b) == keyOf(a);
+        return sameContent(pathOf(a), pathOf(b));
     };
-    // Files whose keys are already known go first, so later ones can join them by key.
+
+    // Files known from earlier scans form their classes without being read. Classes of
+    // different names may still hold equal files (found in scans of different folders), so
+    // their representatives are compared once.
+    QList<ContentClass> classes;
+    QHash<QString, qsizetype> classOfIdentity;
     for (const qsizetype position : group) {
-        if (facts[position].contentKey)
-            place(position);
+        const std::optional<QString> identity = knownIdentity(facts[position]);
+        if (!identity)
+            continue;
+        const auto known = classOfIdentity.constFind(*identity);
+        if (known != classOfIdentity.cend()) {
+            classes[*known].members.append(position);
+            continue;
+        }
+        const auto equal = std::find_if(classes.begin(), classes.end(), [&](const ContentClass& candidate) {
+            return same(candidate.representative, position, !compareBytes);
+        });
+        if (equal != classes.end()) {
+            equal->members.append(position);
+            classOfIdentity.insert(*identity, equal - classes.begin());
+        } else {
+            classOfIdentity.insert(*identity, classes.size());
+            classes.append(ContentClass {position, {position}});
+        }
     }
     for (const qsizetype position : group) {
-        if (!facts[position].contentKey)
-            place(position);
+        if (knownIdentity(facts[position]))
+            continue;
+        const bool byKey = !compareBytes || classes.size() >= kMaxComparedClasses;
+        const auto equal = std::find_if(classes.begin(), classes.end(), [&](const ContentClass& candidate) {
+            return same(candidate.representative, position, byKey);
+        });
+        if (equal != classes.end())
+            equal->members.append(position);
+        else if (!byKey || keyOf(position))
+            classes.append(ContentClass {position, {position}});
     }
 
     QList<QList<qsizetype>> sets;
     for (ContentClass& found : classes) {
         if (found.members.size() < 2)
             continue;
-        const std::optional<QString> key = keyOf(found.representative);
-        if (!key)
-            continue;
-        for (const qsizetype member : std::as_const(found.members))
+        // One name for the whole set: a content key when any member has one (equal files have
+        // equal keys), otherwise a group name.
+        std::optional<QString> key;
+        std::optional<QString> name;
+        for (const qsizetype member : std::as_const(found.members)) {
+            key = key ? key : facts[member].contentKey;
+            name = name ? name : facts[member].identicalGroup;
+        }
+        if (!key && !name)
+            name = newGroupName(pathOf(found.representative), facts[found.representative].stamp);
+        for (const qsizetype member : std::as_const(found.members)) {
             facts[member].contentKey = key;
+            facts[member].identicalGroup = key ? std::nullopt : name;
+        }
         sets.append(found.members);
     }
     return sets;

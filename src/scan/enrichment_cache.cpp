@@ -14,7 +14,9 @@ namespace {
 
 constexpr char kMagic[] = "BRINDLOW-SCAN-CACHE";
 // 4: prefix hashes became SHA-256 based; those of older caches would never match fresh ones.
-constexpr qint32 kVersion = 4;
+// 5: groups of files found identical by comparison. Caches of version 4 still load.
+constexpr qint32 kVersion = 5;
+constexpr qint32 kOldestReadable = 4;
 constexpr qint64 kMaxFileBytes = 512 * 1024 * 1024;
 
 QByteArray checksum(QByteArrayView payload)
@@ -114,7 +116,7 @@ EnrichmentCache EnrichmentCache::load(const QString& file)
     Input in(QByteArrayView(*bytes).sliced(headerSize));
     const qint32 version = in.number<qint32>();
     const qint64 count = in.number<qint64>();
-    if (!in.ok() || version != kVersion || count < 0 || count > kMaxEntries)
+    if (!in.ok() || version < kOldestReadable || version > kVersion || count < 0 || count > kMaxEntries)
         return cache;
     QHash<QString, Entry> entries;
     entries.reserve(count);
@@ -133,6 +135,8 @@ EnrichmentCache EnrichmentCache::load(const QString& file)
         facts.contentKey = in.text();
         const quint8 marker = in.number<quint8>();
         facts.projectMarker = marker == 0 ? std::nullopt : std::optional(marker == 2);
+        if (version >= 5)
+            facts.identicalGroup = in.text();
         if (path)
             entries.insert(*path, Entry {facts, false});
     }
@@ -164,6 +168,7 @@ void EnrichmentCache::save(const QString& file) const
         out.number<quint64>(facts.prefixHash.value_or(0));
         out.text(facts.contentKey);
         out.number<quint8>(facts.projectMarker ? (*facts.projectMarker ? 2 : 1) : 0);
+        out.text(facts.identicalGroup);
     }
     const QByteArray& payload = out.bytes();
     if (FileIo::writeAtomic(file, QByteArray(kMagic, sizeof kMagic) + checksum(payload) + payload))
@@ -192,6 +197,8 @@ void EnrichmentCache::put(const QString& path, const CachedFacts& facts)
 void EnrichmentCache::pruneMissing()
 {
     const qsizetype removed = m_entries.removeIf([](const auto& entry) {
+        if (entry.value().seen)
+            return false;
         struct stat info
         { };
         return ::lstat(QFile::encodeName(entry.key()).constData(), &info) != 0;

@@ -25,6 +25,9 @@ struct CachedFacts
     std::optional<QString> whereFrom;
     std::optional<quint64> prefixHash; // of the first 4 KiB, to rule out most same-size files
     std::optional<QString> contentKey; // SHA-256, hex
+    // Shared by files found byte-identical by comparison rather than by key: they stay identical
+    // for as long as none of them changes, which saves hashing them at all.
+    std::optional<QString> identicalGroup;
     std::optional<bool> projectMarker; // a folder holds .git, package.json, ...; its entries changed if not
 
     bool operator==(const CachedFacts&) const = default;

@@ -293,7 +293,7 @@ QList<ScannedItem> run(const ScanOptions& options, const Progress& progress, con
         items[i].id = i;
         const CachedFacts* cached = cache.find(items[i].url.toLocalFile(), found[i].stamp);
         known[i] = cached != nullptr;
-        facts[i] = cached ? *cached : CachedFacts {found[i].stamp, {}, {}, {}, {}, {}};
+        facts[i] = cached ? *cached : CachedFacts {found[i].stamp, {}, {}, {}, {}, {}, {}};
         facts[i].projectMarker = found[i].projectMarker;
     }
     found.clear();
