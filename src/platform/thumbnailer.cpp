@@ -241,8 +241,10 @@ std::optional<QSize> imageSize(const QString& path)
 
 bool hasReaderFor(const QString& path)
 {
+    // The plugins are found once per process; asking again walks them all.
+    static const QList<QByteArray> formats = QImageReader::supportedImageFormats();
     const QString suffix = QFileInfo(path).suffix().toLower();
-    return CameraPhotos::handles(suffix) || QImageReader::supportedImageFormats().contains(suffix.toLatin1())
+    return CameraPhotos::handles(suffix) || formats.contains(suffix.toLatin1())
         || !QImageReader::imageFormat(path).isEmpty();
 }
 

@@ -293,23 +293,34 @@ void markDuplicates(QList<ScannedItem>& items, QList<CachedFacts>& facts)
     for (const auto& partition : partitions)
         sets.append(partition);
 
-    for (QList<qsizetype> set : std::as_const(sets)) {
-        std::sort(set.begin(), set.end()); // listing order, so the stable sort below is repeatable
-        std::stable_sort(set.begin(), set.end(), [&items](qsizetype a, qsizetype b) {
-            const ScannedItem& x = items[a];
-            const ScannedItem& y = items[b];
-            const bool xCopy = x.junkHints.contains(u"copy-style-name"_s);
-            const bool yCopy = y.junkHints.contains(u"copy-style-name"_s);
-            if (xCopy != yCopy)
-                return !xCopy;
-            const qsizetype xLength = Graphemes::count(x.name);
-            const qsizetype yLength = Graphemes::count(y.name);
-            if (xLength != yLength)
-                return xLength < yLength;
-            return x.url.toLocalFile() < y.url.toLocalFile();
+    struct Candidate
+    {
+        qsizetype position;
+        bool copyStyle;
+        qsizetype length;
+        QString path;
+    };
+    for (const QList<qsizetype>& set : std::as_const(sets)) {
+        QList<Candidate> order;
+        for (const qsizetype position : set) {
+            const ScannedItem& item = items[position];
+            order.append({position,
+                          item.junkHints.contains(u"copy-style-name"_s),
+                          Graphemes::count(item.name),
+                          item.url.toLocalFile()});
+        }
+        // Listing order first, so the stable sort below is repeatable.
+        std::sort(
+            order.begin(), order.end(), [](const Candidate& a, const Candidate& b) { return a.position < b.position; });
+        std::stable_sort(order.begin(), order.end(), [](const Candidate& a, const Candidate& b) {
+            if (a.copyStyle != b.copyStyle)
+                return !a.copyStyle;
+            if (a.length != b.length)
+                return a.length < b.length;
+            return a.path < b.path;
         });
-        for (qsizetype i = 1; i < set.size(); ++i)
-            items[set[i]].junkHints.append(u"exact-duplicate"_s);
+        for (qsizetype i = 1; i < order.size(); ++i)
+            items[order[i].position].junkHints.append(u"exact-duplicate"_s);
     }
 }
 

@@ -157,7 +157,10 @@ QStringList hints(const ScannedItem& item)
     const QString path = item.url.toLocalFile();
 
     QStringList result;
-    if (screenshot.match(item.name).hasMatch())
+    // The patterns are matched without regard to case, so a long s (U+017F) counts as an s.
+    const QChar first = item.name.isEmpty() ? QChar() : item.name.front();
+    const bool mayBeScreenshot = first.toLower() == u's' || first == QChar(0x017F) || first.toLower() == u'c';
+    if (mayBeScreenshot && screenshot.match(item.name).hasMatch())
         result.append(u"screenshot-name"_s);
     if (item.kind == FileKind::installer
         || (item.kind == FileKind::bundle && item.ext == u"app" && path.contains(u"/Downloads/")))
@@ -173,7 +176,9 @@ QStringList hints(const ScannedItem& item)
         if (isTinyImage(path))
             result.append(u"tiny-image"_s);
     }
-    if (copyStyle.match(nameWithoutExtension(item.name)).hasMatch())
+    const QString stem = nameWithoutExtension(item.name);
+    const QChar last = stem.isEmpty() ? QChar() : stem.back();
+    if ((last == u')' || last.toLower() == u'y' || last.isDigit()) && copyStyle.match(stem).hasMatch())
         result.append(u"copy-style-name"_s);
     return result;
 }

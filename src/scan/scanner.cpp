@@ -5,10 +5,12 @@
 #include "enrichment_cache.h"
 #include "kinds.h"
 #include "model/store.h"
+#include "platform/unique_fd.h"
 
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
+#include <QSemaphore>
 #include <QThreadPool>
 #include <QtConcurrent>
 
@@ -79,72 +81,96 @@ struct Found
     ScannedItem item;
     FileStamp stamp;
     std::optional<bool> projectMarker;
+    QString path;
+    int rootFd = -1;
+    QByteArray raw;
+    CachedFacts facts;
+    bool known = false;
 };
 
-// Lists one root's direct children in the file system's order and builds their bare items.
-void listRoot(const QString& root,
-              const QStringList& excluded,
-              const ScanOptions& options,
-              const EnrichmentCache& cache,
-              QList<Found>& found)
+// One root's entries, names only, in the file system's order.
+struct Listing
 {
-    DIR* dir = ::opendir(QFile::encodeName(root).constData());
-    if (!dir)
-        return;
-    const int rootFd = ::dirfd(dir);
-    while (const dirent* entry = ::readdir(dir)) {
-        const char* raw = entry->d_name;
-        if (qstrcmp(raw, ".") == 0 || qstrcmp(raw, "..") == 0)
-            continue;
-        struct stat info
-        { };
-        if (::fstatat(rootFd, raw, &info, AT_SYMLINK_NOFOLLOW) != 0)
-            continue;
-        // Links are neither taken nor followed; pipes, sockets and devices are not documents,
-        // and opening a pipe could block the walk.
-        const bool isDir = S_ISDIR(info.st_mode);
-        if (!isDir && !S_ISREG(info.st_mode))
-            continue;
-        const std::optional<QString> name = decodeName(raw);
-        if (!name)
-            continue;
-        const QString path = root + u'/' + *name;
-        const QDateTime modified = dateOf(info.st_mtim);
+    QString root;
+    UniqueFd fd;
+    QList<QByteArray> names;
+};
 
-        const FileStamp stamp {info.st_size, nanoseconds(info.st_mtim), info.st_ino, nanoseconds(info.st_ctim)};
-        std::optional<bool> marker;
-        ScannedItem item;
-        item.name = *name;
-        item.ext = Kinds::extension(*name);
-        item.isDir = isDir;
-        item.modified = modified;
-        if (isDir) {
-            if (skipDirNames().contains(*name) || appFolderNames().contains(*name) || name->startsWith(u'.')
-                || isExcluded(path, excluded))
-                continue;
-            // A marker comes or goes only with a change to the folder's own entries, which changes
-            // its stamp: an unchanged folder keeps the answer of the last scan.
-            if (!Kinds::bundleExtensions().contains(item.ext)) {
-                const CachedFacts* cached = cache.find(path, stamp);
-                marker = cached && cached->projectMarker ? *cached->projectMarker : hasProjectMarker(rootFd, raw);
-            }
-            const bool whole = !marker || *marker;
-            if (options.since && modified < *options.since)
-                continue;
-            item.kind = whole ? Kinds::kind(path, true) : FileKind::folder;
-        } else {
-            if (skipFileNames().contains(*name) || name->startsWith(u"._"_s)
-                || (name->startsWith(u'.') && !isBrowserDownloadName(*name)))
-                continue;
-            if (options.since && modified < *options.since)
-                continue;
-            item.kind = Kinds::map().value(item.ext, FileKind::other);
-            item.size = info.st_size;
-        }
-        item.url = QUrl::fromLocalFile(path);
-        found.append({std::move(item), stamp, marker});
+Listing readNames(const QString& root)
+{
+    Listing listing {
+        root, UniqueFd(::open(QFile::encodeName(root).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)), {}};
+    if (!listing.fd.valid())
+        return listing;
+    DIR* dir = ::fdopendir(::dup(listing.fd.get()));
+    if (!dir)
+        return listing;
+    while (const dirent* entry = ::readdir(dir)) {
+        if (qstrcmp(entry->d_name, ".") != 0 && qstrcmp(entry->d_name, "..") != 0)
+            listing.names.append(QByteArray(entry->d_name));
     }
     ::closedir(dir);
+    return listing;
+}
+
+// The bare item for one entry of a root, or nothing when the walk leaves it out. Folders get
+// their kind later, once the cache can tell whether they hold a project.
+std::optional<Found>
+examine(const Listing& listing, const QByteArray& raw, const QStringList& excluded, const ScanOptions& options)
+{
+    struct stat info
+    { };
+    if (::fstatat(listing.fd.get(), raw.constData(), &info, AT_SYMLINK_NOFOLLOW) != 0)
+        return std::nullopt;
+    // Links are neither taken nor followed; pipes, sockets and devices are not documents,
+    // and opening a pipe could block the walk.
+    const bool isDir = S_ISDIR(info.st_mode);
+    if (!isDir && !S_ISREG(info.st_mode))
+        return std::nullopt;
+    const std::optional<QString> name = decodeName(raw.constData());
+    if (!name)
+        return std::nullopt;
+    const QString path = listing.root + u'/' + *name;
+    const QDateTime modified = dateOf(info.st_mtim);
+    if (options.since && modified < *options.since)
+        return std::nullopt;
+    if (isDir) {
+        if (skipDirNames().contains(*name) || appFolderNames().contains(*name) || name->startsWith(u'.')
+            || isExcluded(path, excluded))
+            return std::nullopt;
+    } else if (skipFileNames().contains(*name) || name->startsWith(u"._"_s)
+               || (name->startsWith(u'.') && !isBrowserDownloadName(*name))) {
+        return std::nullopt;
+    }
+    Found found;
+    found.stamp = {info.st_size, nanoseconds(info.st_mtim), info.st_ino, nanoseconds(info.st_ctim)};
+    ScannedItem& item = found.item;
+    item.name = *name;
+    item.ext = Kinds::extension(*name);
+    item.isDir = isDir;
+    item.modified = modified;
+    if (!isDir) {
+        item.kind = Kinds::map().value(item.ext, FileKind::other);
+        item.size = info.st_size;
+    }
+    item.url = QUrl::fromLocalFile(path);
+    found.path = path;
+    found.rootFd = listing.fd.get();
+    found.raw = raw;
+    return found;
+}
+
+// A folder's kind: a project when it holds a marker (or is a bundle, which is one document).
+// A marker comes or goes only with a change to the folder's own entries, which changes its
+// stamp: an unchanged folder keeps the answer of the last scan.
+void settleFolder(Found& found, const CachedFacts* cached)
+{
+    ScannedItem& item = found.item;
+    if (!Kinds::bundleExtensions().contains(item.ext))
+        found.projectMarker
+            = cached && cached->projectMarker ? *cached->projectMarker : hasProjectMarker(found.rootFd, found.raw);
+    const bool whole = !found.projectMarker || *found.projectMarker;
+    item.kind = whole ? Kinds::kind(found.path, true) : FileKind::folder;
 }
 
 // Fills in the snippet or summary, origin and hints, from the cache when the file is unchanged.
@@ -276,52 +302,93 @@ QList<ScannedItem> run(const ScanOptions& options, const Progress& progress, con
     for (const QUrl& url : options.exclude)
         excluded.append(QDir::cleanPath(QDir(url.toLocalFile()).absolutePath()));
 
-    const QString cachePath = cacheFile();
-    EnrichmentCache cache = EnrichmentCache::load(cachePath);
-    QList<Found> found;
-    for (const QUrl& root : options.roots) {
-        if (cancelled())
-            return {};
-        listRoot(QDir::cleanPath(QDir(root.toLocalFile()).absolutePath()), excluded, options, cache, found);
-    }
-
-    QList<ScannedItem> items(found.size());
-    QList<CachedFacts> facts(found.size());
-    QList<char> known(found.size());
-    for (qsizetype i = 0; i < found.size(); ++i) {
-        items[i] = std::move(found[i].item);
-        items[i].id = i;
-        const CachedFacts* cached = cache.find(items[i].url.toLocalFile(), found[i].stamp);
-        known[i] = cached != nullptr;
-        facts[i] = cached ? *cached : CachedFacts {found[i].stamp, {}, {}, {}, {}, {}, {}};
-        facts[i].projectMarker = found[i].projectMarker;
-    }
-    found.clear();
-
-    // Describing is independent per item; the steps keep progress reports in order.
     QThreadPool pool;
     pool.setMaxThreadCount(std::max(2, QThread::idealThreadCount()));
-    QList<qsizetype> positions(items.size());
-    std::iota(positions.begin(), positions.end(), 0);
-    for (qsizetype begin = 0; begin < items.size(); begin += kProgressStep) {
-        if (cancelled())
-            return {};
-        const qsizetype end = std::min(begin + kProgressStep, items.size());
-        QtConcurrent::blockingMap(&pool, positions.begin() + begin, positions.begin() + end, [&](qsizetype i) {
-            describe(items[i], facts[i], known[i]);
-        });
-        if (progress && end % kProgressStep == 0)
-            progress(int(end));
+    // The cache loads while the folders are listed; neither needs the other.
+    const QString cachePath = cacheFile();
+    QFuture<EnrichmentCache> loading
+        = QtConcurrent::run(&pool, [cachePath] { return EnrichmentCache::load(cachePath); });
+
+    std::vector<Listing> listings;
+    QList<std::pair<const Listing*, QByteArray>> entries;
+    listings.reserve(options.roots.size());
+    for (const QUrl& root : options.roots)
+        listings.push_back(readNames(QDir::cleanPath(QDir(root.toLocalFile()).absolutePath())));
+    for (const Listing& listing : listings) {
+        for (const QByteArray& name : listing.names)
+            entries.append({&listing, name});
     }
+    // Looking up each entry is a system call apiece, spread over every core. Results land in
+    // place, in listing order, with holes where the walk leaves an entry out.
+    QList<std::optional<Found>> examined(entries.size());
+    QList<qsizetype> indices(entries.size());
+    std::iota(indices.begin(), indices.end(), 0);
+    QtConcurrent::blockingMap(&pool, indices, [&](qsizetype i) {
+        examined[i] = examine(*entries[i].first, entries[i].second, excluded, options);
+    });
+    EnrichmentCache cache = loading.takeResult();
+    QtConcurrent::blockingMap(&pool, indices, [&](qsizetype i) {
+        std::optional<Found>& found = examined[i];
+        if (!found)
+            return;
+        const CachedFacts* cached = cache.find(found->path, found->stamp);
+        if (found->item.isDir)
+            settleFolder(*found, cached);
+        found->known = cached != nullptr;
+        found->facts = cached ? *cached : CachedFacts {found->stamp, {}, {}, {}, {}, {}, {}};
+        found->facts.projectMarker = found->projectMarker;
+    });
+    if (cancelled())
+        return {};
+
+    QList<ScannedItem> items;
+    QList<CachedFacts> facts;
+    QList<char> known;
+    QStringList paths;
+    items.reserve(examined.size());
+    facts.reserve(examined.size());
+    known.reserve(examined.size());
+    paths.reserve(examined.size());
+    for (std::optional<Found>& found : examined) {
+        if (!found)
+            continue;
+        found->item.id = items.size();
+        known.append(found->known);
+        facts.append(std::move(found->facts));
+        items.append(std::move(found->item));
+        paths.append(std::move(found->path));
+    }
+    examined.clear();
+    listings.clear();
+
+    // Describing is independent per item and goes in steps of 100 over every core. Workers count
+    // the steps they finish, so progress is told in order, every 100 items, on this thread.
+    QSemaphore stepsDone;
+    QList<qsizetype> steps;
+    for (qsizetype begin = 0; begin < items.size(); begin += kProgressStep)
+        steps.append(begin);
+    QFuture<void> describing = QtConcurrent::map(&pool, steps, [&](qsizetype begin) {
+        const qsizetype end = std::min(begin + kProgressStep, items.size());
+        for (qsizetype i = begin; i < end && !cancelled(); ++i)
+            describe(items[i], facts[i], known[i]);
+        stepsDone.release();
+    });
+    for (qsizetype step = 0; step < steps.size() && !cancelled(); ++step) {
+        stepsDone.acquire();
+        const qsizetype done = std::min((step + 1) * kProgressStep, items.size());
+        if (progress && done % kProgressStep == 0)
+            progress(int(done));
+    }
+    describing.waitForFinished();
+    if (cancelled())
+        return {};
     if (progress)
         progress(int(items.size()));
 
-    if (cancelled())
-        return {};
     markDuplicates(items, facts);
 
     for (qsizetype i = 0; i < items.size(); ++i)
-        cache.put(items[i].url.toLocalFile(), facts[i]);
+        cache.put(paths[i], facts[i]);
     cache.pruneMissing();
     cache.save(cachePath);
     return items;
