@@ -15,6 +15,24 @@ qsizetype count(QStringView text)
     return clusters;
 }
 
+namespace {
+
+// Where the first `limit` clusters of the first `length` units of `text` end, or -1 when there
+// are fewer.
+qsizetype endOfClusters(const QString& text, qsizetype length, qsizetype limit)
+{
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text.constData(), length);
+    qsizetype end = -1;
+    for (qsizetype clusters = 0; clusters < limit; ++clusters) {
+        end = finder.toNextBoundary();
+        if (end == -1)
+            return -1;
+    }
+    return end;
+}
+
+} // namespace
+
 QString left(const QString& text, qsizetype limit)
 {
     if (limit <= 0)
@@ -22,17 +40,18 @@ QString left(const QString& text, qsizetype limit)
     // Every cluster holds at least one UTF-16 unit, so a short text needs no boundary search.
     if (text.size() <= limit)
         return text;
-    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
-    qsizetype clusters = 0;
-    qsizetype end = 0;
-    while (clusters < limit) {
-        const qsizetype next = finder.toNextBoundary();
-        if (next == -1)
-            return text;
-        end = next;
-        ++clusters;
-    }
-    return text.left(end);
+    // The finder prepares all the text it is given, and snippets are cut from texts up to a
+    // hundred times longer than they are. Whether a cluster ends before a character depends on
+    // what precedes it and on that character alone, so an end found inside a head of the text
+    // (one that does not split a surrogate pair) is an end in the whole text too; only an end
+    // at the edge of the head, or too few clusters in it, needs the whole text.
+    qsizetype head = std::min(text.size(), limit * 4 + 64);
+    if (head < text.size() && text[head - 1].isHighSurrogate())
+        ++head;
+    qsizetype end = endOfClusters(text, head, limit);
+    if (head < text.size() && (end == -1 || end == head))
+        end = endOfClusters(text, text.size(), limit);
+    return end == -1 ? text : text.left(end);
 }
 
 } // namespace Graphemes

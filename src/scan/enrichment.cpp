@@ -89,13 +89,66 @@ std::optional<QString> peek(const QString& folderPath)
         + names.first(std::min<qsizetype>(kPeekNames, names.size())).join(u" | "_s);
 }
 
+namespace {
+
+// White space as Unicode-aware regular expressions know it: the separators (Zs, Zl, Zp), the
+// ASCII controls tab to carriage return, next line, and the Mongolian vowel separator, which
+// was a separator in older Unicode versions.
+bool isWhiteSpace(char16_t c)
+{
+    if (c <= 0x20)
+        return c == 0x20 || (c >= 0x09 && c <= 0x0d);
+    switch (c) {
+        case 0x85:
+        case 0xa0:
+        case 0x1680:
+        case 0x180e:
+        case 0x2028:
+        case 0x2029:
+        case 0x202f:
+        case 0x205f:
+        case 0x3000:
+            return true;
+        default:
+            return c >= 0x2000 && c <= 0x200a;
+    }
+}
+
+} // namespace
+
 QString clean(const QString& text)
 {
-    static const QRegularExpression tags(u"<[^>]+>"_s);
-    static const QRegularExpression space(u"\\s+"_s, QRegularExpression::UseUnicodePropertiesOption);
-    QString result = text;
-    result.replace(tags, u" "_s);
-    result.replace(space, u" "_s);
+    // One pass instead of two regular-expression replacements: a tag ('<', at least one
+    // character other than '>', then the first '>') becomes a space, and every run of white
+    // space, the spaces left by tags included, becomes one space.
+    QString result;
+    result.reserve(text.size());
+    bool inSpace = false;
+    const auto space = [&] {
+        if (!inSpace)
+            result.append(u' ');
+        inSpace = true;
+    };
+    // The first '>' after the last place looked at, or -1 when there is none.
+    qsizetype close = text.indexOf(u'>');
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const char16_t c = text[i].unicode();
+        if (c == u'<' && close != -1) {
+            if (close < i)
+                close = text.indexOf(u'>', i + 1);
+            if (close >= i + 2) {
+                space();
+                i = close;
+                continue;
+            }
+        }
+        if (isWhiteSpace(c)) {
+            space();
+        } else {
+            result.append(QChar(c));
+            inSpace = false;
+        }
+    }
     return Graphemes::left(trimBlanks(result), kSnippetCharacters);
 }
 

@@ -1,11 +1,15 @@
+#include "model/blanks.h"
 #include "scan/enrichment.h"
 #include "scan/kinds.h"
 #include "support/file_factory.h"
 
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QRandomGenerator>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextBoundaryFinder>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -54,6 +58,44 @@ private Q_SLOTS:
         const QString cut = Scanner::clean(family.repeated(900));
         QCOMPARE(cut, family.repeated(800));
         QCOMPARE(Scanner::clean(u"e\u0301"_s.repeated(801)).size(), 1600);
+
+        // The hand-written pass gives what the two Unicode-aware replacements and a cut over the
+        // whole text give, on texts built from the pieces that trip either up: tags that are not
+        // ("<>", a '<' never closed), every kind of white space and its neighbours, clusters
+        // and surrogate pairs that straddle where the cut looks first.
+        const auto reference = [](QString text) {
+            text.replace(QRegularExpression(u"<[^>]+>"_s), u" "_s);
+            text.replace(QRegularExpression(u"\\s+"_s, QRegularExpression::UseUnicodePropertiesOption), u" "_s);
+            text = trimBlanks(text);
+            QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+            qsizetype end = 0;
+            for (int clusters = 0; clusters < Scanner::kSnippetCharacters && end != -1; ++clusters)
+                end = finder.toNextBoundary();
+            return end == -1 ? text : text.left(end);
+        };
+        const QStringList pieces {u"<"_s,      u">"_s,          u"<>"_s,         u"<b>"_s,        u"a"_s,
+                                  u"Z"_s,      u" "_s,          u"\t"_s,         u"\n"_s,         u"\r\n"_s,
+                                  u"\u0085"_s, u"\u00A0"_s,     u"\u1680"_s,     u"\u180E"_s,     u"\u2007"_s,
+                                  u"\u200B"_s, u"\u2028"_s,     u"\u3000"_s,     u"\u0301"_s,     u"\u200D"_s,
+                                  u"\u017F"_s, u"\U0001F44D"_s, u"\U0001F3FD"_s, u"\U0001F1EB"_s, u"\u0915\u094D"_s};
+        QRandomGenerator random(7);
+        for (int round = 0; round < 300; ++round) {
+            QString text;
+            const int length = int(random.bounded(round % 3 ? 4000 : 60));
+            while (text.size() < length)
+                text += pieces[random.bounded(int(pieces.size()))];
+            QCOMPARE(Scanner::clean(text), reference(text));
+        }
+        // One cluster longer than the head the cut looks at first; the 800th cluster's skin tone
+        // split across its edge.
+        const QStringList straddling {QString(u"a"_s + QString(3000, QChar(0x0301)) + QString(900, u'b')),
+                                      QString(u"e\u0301\u0301\u0301"_s.repeated(Scanner::kSnippetCharacters - 2) + u'a'
+                                              + QString(68, QChar(0x0301)) + u"\U0001F44D\U0001F3FD"_s
+                                              + QString(900, u'y'))};
+        for (const QString& text : straddling)
+            QCOMPARE(Scanner::clean(text), reference(text));
+        // A stray half of a surrogate pair (a broken PDF text map) stops no cleaning.
+        QCOMPARE(Scanner::clean(u"a"_s + QChar(0xD83D) + u"  <b>b"_s), u"a"_s + QChar(0xD83D) + u" b"_s);
     }
 
     void plainTextSnippets()
