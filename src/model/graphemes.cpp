@@ -2,12 +2,17 @@
 
 #include <QTextBoundaryFinder>
 
+#include <algorithm>
+
 namespace Graphemes {
 
 qsizetype count(QStringView text)
 {
     if (text.isEmpty())
         return 0;
+    // Printable ASCII characters are clusters of their own, and most file names hold nothing else.
+    if (std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() >= 0x20 && c.unicode() < 0x7f; }))
+        return text.size();
     QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text.data(), text.size());
     qsizetype clusters = 0;
     while (finder.toNextBoundary() != -1)

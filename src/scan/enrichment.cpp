@@ -207,8 +207,6 @@ QStringList hints(const ScannedItem& item)
 {
     static const QRegularExpression screenshot = caseless(u"^(screen ?shot|screenshot|screen recording|cleanshot)"_s);
     static const QRegularExpression copyStyle = caseless(u"( \\(\\d+\\)| copy( \\d+)?)$"_s);
-    const QString path = item.url.toLocalFile();
-
     QStringList result;
     // The patterns are matched without regard to case, so a long s (U+017F) counts as an s.
     const QChar first = item.name.isEmpty() ? QChar() : item.name.front();
@@ -216,17 +214,17 @@ QStringList hints(const ScannedItem& item)
     if (mayBeScreenshot && screenshot.match(item.name).hasMatch())
         result.append(u"screenshot-name"_s);
     if (item.kind == FileKind::installer
-        || (item.kind == FileKind::bundle && item.ext == u"app" && path.contains(u"/Downloads/")))
+        || (item.kind == FileKind::bundle && item.ext == u"app" && item.url.toLocalFile().contains(u"/Downloads/")))
         result.append(u"installer"_s);
     if (item.kind == FileKind::partial || isBrowserDownloadName(item.name))
         result.append(u"partial-download"_s);
     if (!item.isDir && item.size == 0)
         result.append(u"empty-file"_s);
     if (item.kind == FileKind::archive) {
-        if (hasExtractedFolder(path))
+        if (hasExtractedFolder(item.url.toLocalFile()))
             result.append(u"already-extracted-archive"_s);
     } else if (item.kind == FileKind::image && item.size >= 1 && item.size <= kTinyImageMaxBytes) {
-        if (isTinyImage(path))
+        if (isTinyImage(item.url.toLocalFile()))
             result.append(u"tiny-image"_s);
     }
     const QString stem = nameWithoutExtension(item.name);

@@ -194,6 +194,17 @@ void EnrichmentCache::put(const QString& path, const CachedFacts& facts)
     m_changed = true;
 }
 
+bool EnrichmentCache::confirm(const QString& path, const CachedFacts& facts)
+{
+    // A lookup through a constant hash never detaches or rehashes it, so threads that each mark
+    // their own entries never touch the same memory.
+    const auto it = std::as_const(m_entries).constFind(path);
+    if (it == m_entries.cend() || !(it->facts == facts))
+        return false;
+    const_cast<Entry&>(*it).seen = true;
+    return true;
+}
+
 void EnrichmentCache::pruneMissing()
 {
     const qsizetype removed = m_entries.removeIf([](const auto& entry) {

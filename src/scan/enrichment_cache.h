@@ -47,6 +47,10 @@ public:
     const CachedFacts* find(const QString& path, const FileStamp& stamp) const;
     // Records the facts of a file seen by this scan.
     void put(const QString& path, const CachedFacts& facts);
+    // Notes that the file was seen by this scan when its entry already holds exactly these
+    // facts, and says whether it did. Safe to call from several threads at once for different
+    // paths, as long as nothing is put meanwhile.
+    bool confirm(const QString& path, const CachedFacts& facts);
     // Drops entries of files that no longer exist, keeping the cache from growing forever. Only
     // entries this scan did not put are checked: the others were just seen on disk.
     void pruneMissing();

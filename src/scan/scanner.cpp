@@ -174,9 +174,8 @@ void settleFolder(Found& found, const CachedFacts* cached)
 }
 
 // Fills in the snippet or summary, origin and hints, from the cache when the file is unchanged.
-void describe(ScannedItem& item, CachedFacts& facts, bool cached)
+void describe(ScannedItem& item, const QString& path, CachedFacts& facts, bool cached)
 {
-    const QString path = item.url.toLocalFile();
     if (!cached) {
         if (item.kind == FileKind::folder) {
             facts.text = peek(path);
@@ -370,7 +369,7 @@ QList<ScannedItem> run(const ScanOptions& options, const Progress& progress, con
     QFuture<void> describing = QtConcurrent::map(&pool, steps, [&](qsizetype begin) {
         const qsizetype end = std::min(begin + kProgressStep, items.size());
         for (qsizetype i = begin; i < end && !cancelled(); ++i)
-            describe(items[i], facts[i], known[i]);
+            describe(items[i], paths[i], facts[i], known[i]);
         stepsDone.release();
     });
     for (qsizetype step = 0; step < steps.size() && !cancelled(); ++step) {
@@ -387,8 +386,17 @@ QList<ScannedItem> run(const ScanOptions& options, const Progress& progress, con
 
     markDuplicates(items, facts);
 
-    for (qsizetype i = 0; i < items.size(); ++i)
-        cache.put(paths[i], facts[i]);
+    // Most files are unchanged: their entries are confirmed on every core, and only the rest
+    // are written into the cache one by one.
+    QList<char> confirmed(items.size());
+    QList<qsizetype> positions(items.size());
+    std::iota(positions.begin(), positions.end(), 0);
+    QtConcurrent::blockingMap(
+        &pool, positions, [&](qsizetype i) { confirmed[i] = known[i] && cache.confirm(paths[i], facts[i]); });
+    for (qsizetype i = 0; i < items.size(); ++i) {
+        if (!confirmed[i])
+            cache.put(paths[i], facts[i]);
+    }
     cache.pruneMissing();
     cache.save(cachePath);
     return items;
