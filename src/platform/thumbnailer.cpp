@@ -209,6 +209,11 @@ QImage cached(const QString& path, int minimumSide)
 
 QImage thumbnail(const QString& path, QSize box)
 {
+    // A file replaced by a pipe since the scan would block the reader until someone writes.
+    struct stat info
+    { };
+    if (::stat(QFile::encodeName(path).constData(), &info) != 0 || !S_ISREG(info.st_mode))
+        return {};
     QImage image = cached(path, std::max(box.width(), box.height()));
     if (!image.isNull())
         return image.scaled(box, Qt::KeepAspectRatio, Qt::SmoothTransformation);

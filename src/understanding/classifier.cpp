@@ -169,17 +169,21 @@ std::optional<APIError> Classifier::runJobs(const QList<Job>& jobs, int inFlight
     auto stop = std::make_shared<Cancellation>(m_cancellation);
     worker.m_cancellation = stop;
 
-    // A job holds its slot from the first tile of its sheet to the answer, so at most
-    // `inFlight` sheets and requests are alive at once; sheets are never drawn ahead. No more
-    // sheets are drawn side by side than there are cores: slots that all drew at once would all
-    // finish late together and then all wait for answers together, leaving the processor idle.
-    QThreadPool pool;
-    pool.setMaxThreadCount(inFlight);
+    // Sheets are drawn on every core while text batches wait for their answers: the two kinds
+    // of job have pools of their own and share the `inFlight` requests. A visual job holds its
+    // place from the first tile of its sheet to the answer, so at most `inFlight` sheets are
+    // alive at once, and no more are drawn side by side than there are cores: sheets that all
+    // drew at once would all finish late together and leave the processor idle meanwhile.
+    QThreadPool textPool;
+    QThreadPool visualPool;
+    textPool.setMaxThreadCount(inFlight);
+    visualPool.setMaxThreadCount(inFlight);
     Completions completions;
+    QSemaphore requests(inFlight);
     QSemaphore drawing(std::max(2, QThread::idealThreadCount()));
-    // The pool starts jobs in the order they were queued, the next one as soon as one ends.
+    // Each pool starts its jobs in the order they were queued, the next one as soon as one ends.
     for (const Job& job : jobs) {
-        pool.start([&worker, &stop, &completions, &drawing, &job] {
+        (job.visual ? visualPool : textPool).start([&worker, &stop, &completions, &drawing, &requests, &job] {
             if (job.visual)
                 drawing.acquire();
             const std::optional<QList<QJsonObject>> made = stop->isCancelled() ? std::nullopt : worker.content(job);
@@ -189,8 +193,16 @@ std::optional<APIError> Classifier::runJobs(const QList<Job>& jobs, int inFlight
                 completions.push(APIError::of(APIError::Kind::cancelled));
                 return;
             }
-            completions.push(made ? worker.ask(*made, job.items)
-                                  : Outcome<Decisions>(fallback(job.items, u"No preview available"_s)));
+            if (!made) {
+                completions.push(fallback(job.items, u"No preview available"_s));
+                return;
+            }
+            requests.acquire();
+            Outcome<Decisions> answer = stop->isCancelled()
+                ? Outcome<Decisions>(APIError::of(APIError::Kind::cancelled))
+                : worker.ask(*made, job.items);
+            requests.release();
+            completions.push(std::move(answer));
         });
     }
     std::optional<APIError> failure;
@@ -204,7 +216,8 @@ std::optional<APIError> Classifier::runJobs(const QList<Job>& jobs, int inFlight
             merge(std::get<Decisions>(result));
         }
     }
-    pool.waitForDone();
+    textPool.waitForDone();
+    visualPool.waitForDone();
     return failure;
 }
 
