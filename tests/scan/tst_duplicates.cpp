@@ -170,6 +170,44 @@ private Q_SLOTS:
         QVERIFY(facts[2].prefixHash && facts[2].prefixHash == facts[0].prefixHash);
     }
 
+    void comparedSetsAreRememberedWithoutHashing()
+    {
+        const QByteArray body = noise(20000, 9);
+        QList<ScannedItem> items {itemAt(file(u"r/a.bin"_s, body)),
+                                  itemAt(file(u"r/b.bin"_s, body)),
+                                  itemAt(file(u"r/c.bin"_s, body.left(19999) + "!"))};
+        QList<CachedFacts> facts(3);
+        Scanner::markDuplicates(items, facts);
+        QCOMPARE(duplicatesIn(items), QStringList {u"r/b.bin"_s});
+        QVERIFY(facts[0].identicalGroup && facts[1].identicalGroup == facts[0].identicalGroup);
+        QVERIFY(!facts[0].contentKey && !facts[1].contentKey && !facts[2].identicalGroup);
+
+        // Copies remembered from a scan of other folders join the group, and so does a newcomer,
+        // which is compared rather than hashed.
+        QList<ScannedItem> other {itemAt(file(u"s/d.bin"_s, body)), itemAt(file(u"s/e.bin"_s, body))};
+        QList<CachedFacts> otherFacts(2);
+        Scanner::markDuplicates(other, otherFacts);
+        QVERIFY(otherFacts[0].identicalGroup && otherFacts[0].identicalGroup != facts[0].identicalGroup);
+        QList<ScannedItem> all {itemAt(items[0].url.toLocalFile()),
+                                itemAt(other[0].url.toLocalFile()),
+                                itemAt(other[1].url.toLocalFile()),
+                                itemAt(file(u"t/f.bin"_s, body))};
+        QList<CachedFacts> known {facts[0], otherFacts[0], otherFacts[1], {}};
+        Scanner::markDuplicates(all, known);
+        QCOMPARE(duplicatesIn(all), (QStringList {u"s/d.bin"_s, u"s/e.bin"_s, u"t/f.bin"_s}));
+        for (const CachedFacts& member : std::as_const(known))
+            QCOMPARE(member.identicalGroup, known[0].identicalGroup);
+        QVERIFY(!known[3].contentKey);
+
+        // What the group says is trusted without reading: here b's bytes changed behind facts
+        // that claim it did not, and only the remembered group still pairs it with a.
+        file(u"r/b.bin"_s, noise(20000, 10));
+        QList<ScannedItem> again {itemAt(items[0].url.toLocalFile()), itemAt(items[1].url.toLocalFile())};
+        QList<CachedFacts> remembered {facts[0], facts[1]};
+        Scanner::markDuplicates(again, remembered);
+        QCOMPARE(duplicatesIn(again), QStringList {u"r/b.bin"_s});
+    }
+
     void hugeFilesAreSampled()
     {
         const qint64 size = Q_INT64_C(2000000000);
