@@ -229,7 +229,10 @@ QStringList hints(const ScannedItem& item)
     }
     const QString stem = nameWithoutExtension(item.name);
     const QChar last = stem.isEmpty() ? QChar() : stem.back();
-    if ((last == u')' || last.toLower() == u'y' || last.isDigit()) && copyStyle.match(stem).hasMatch())
+    // Every match holds " (" or "copy"; most names hold neither, however they end.
+    const bool mayBeCopy = (last == u')' && stem.contains(u" ("_s))
+        || ((last.toLower() == u'y' || last.isDigit()) && stem.contains(u"copy"_s, Qt::CaseInsensitive));
+    if (mayBeCopy && copyStyle.match(stem).hasMatch())
         result.append(u"copy-style-name"_s);
     return result;
 }

@@ -14,6 +14,7 @@
 #include <QThreadPool>
 #include <QtConcurrent>
 
+#include <atomic>
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -291,7 +292,8 @@ bool isBrowserDownloadName(const QString& name)
     static const QRegularExpression pattern(
         u"^\\.com\\.(brave\\.Browser|google\\.Chrome|microsoft\\.edgemac|apple\\.Safari)\\."_s,
         QRegularExpression::CaseInsensitiveOption);
-    return pattern.match(name).hasMatch();
+    // Only hidden names can match, and most names are not hidden.
+    return name.startsWith(u'.') && pattern.match(name).hasMatch();
 }
 
 QList<ScannedItem> run(const ScanOptions& options, const Progress& progress, const Cancellation* cancellation)
@@ -303,13 +305,35 @@ QList<ScannedItem> run(const ScanOptions& options, const Progress& progress, con
 
     QThreadPool pool;
     pool.setMaxThreadCount(std::max(2, QThread::idealThreadCount()));
-    // The cache loads while the folders are listed; neither needs the other.
-    const QString cachePath = cacheFile();
-    QFuture<EnrichmentCache> loading
-        = QtConcurrent::run(&pool, [cachePath] { return EnrichmentCache::load(cachePath); });
 
+    // The cache loads while the folders are listed, and whoever is done first looks up entries
+    // (a system call apiece) until none are left, so every core has exactly one thing to do.
+    // Results land in place, in listing order, with holes where the walk leaves an entry out.
     std::vector<Listing> listings;
     QList<std::pair<const Listing*, QByteArray>> entries;
+    QList<std::optional<Found>> examined;
+    QSemaphore listed;
+    std::atomic<qsizetype> next {0};
+    const auto examineRest = [&] {
+        for (qsizetype i = next++; i < entries.size(); i = next++)
+            examined[i] = examine(*entries[i].first, entries[i].second, excluded, options);
+    };
+    const int helpers = pool.maxThreadCount() - 1;
+    const QString cachePath = cacheFile();
+    QFuture<EnrichmentCache> loading = QtConcurrent::run(&pool, [&] {
+        EnrichmentCache loaded = EnrichmentCache::load(cachePath);
+        listed.acquire();
+        examineRest();
+        return loaded;
+    });
+    QList<QFuture<void>> examining;
+    for (int helper = 1; helper < helpers; ++helper) {
+        examining.append(QtConcurrent::run(&pool, [&] {
+            listed.acquire();
+            examineRest();
+        }));
+    }
+
     listings.reserve(options.roots.size());
     for (const QUrl& root : options.roots)
         listings.push_back(readNames(QDir::cleanPath(QDir(root.toLocalFile()).absolutePath())));
@@ -317,15 +341,14 @@ QList<ScannedItem> run(const ScanOptions& options, const Progress& progress, con
         for (const QByteArray& name : listing.names)
             entries.append({&listing, name});
     }
-    // Looking up each entry is a system call apiece, spread over every core. Results land in
-    // place, in listing order, with holes where the walk leaves an entry out.
-    QList<std::optional<Found>> examined(entries.size());
+    examined.resize(entries.size());
+    listed.release(helpers);
+    examineRest();
+    for (QFuture<void>& helper : examining)
+        helper.waitForFinished();
+    EnrichmentCache cache = loading.takeResult();
     QList<qsizetype> indices(entries.size());
     std::iota(indices.begin(), indices.end(), 0);
-    QtConcurrent::blockingMap(&pool, indices, [&](qsizetype i) {
-        examined[i] = examine(*entries[i].first, entries[i].second, excluded, options);
-    });
-    EnrichmentCache cache = loading.takeResult();
     QtConcurrent::blockingMap(&pool, indices, [&](qsizetype i) {
         std::optional<Found>& found = examined[i];
         if (!found)

@@ -223,6 +223,40 @@ private Q_SLOTS:
         for (const QString& plain : {u"copy of report.pdf"_s, u"report(1).pdf"_s, u"report (x).pdf"_s})
             QCOMPARE(hintsFor(plain), QStringList());
 
+        // The quick looks before the name patterns never turn away a name the patterns take:
+        // names built from their pieces, other scripts' digits and a long s among them.
+        const QRegularExpression screenshot(u"^(screen ?shot|screenshot|screen recording|cleanshot)"_s,
+                                            QRegularExpression::CaseInsensitiveOption
+                                                | QRegularExpression::UseUnicodePropertiesOption);
+        const QRegularExpression copyStyle(u"( \\(\\d+\\)| copy( \\d+)?)$"_s,
+                                           QRegularExpression::CaseInsensitiveOption
+                                               | QRegularExpression::UseUnicodePropertiesOption);
+        const QStringList pieces {u"screen"_s,
+                                  u"ſcreen"_s,
+                                  u"SHOT"_s,
+                                  u"shot"_s,
+                                  u" "_s,
+                                  u"recording"_s,
+                                  u"Clean"_s,
+                                  u"copy"_s,
+                                  u"COPY"_s,
+                                  u"("_s,
+                                  u")"_s,
+                                  u"7"_s,
+                                  u"\u0663"_s,
+                                  u"x"_s};
+        QRandomGenerator random(11);
+        for (int round = 0; round < 3000; ++round) {
+            QString stem;
+            for (int piece = int(random.bounded(1, 6)); piece > 0; --piece)
+                stem += pieces[random.bounded(int(pieces.size()))];
+            ScannedItem item = itemAt(path(u"absent.pdf"_s));
+            item.name = stem + u".pdf"_s;
+            const QStringList found = Scanner::hints(item);
+            QCOMPARE(found.contains(u"screenshot-name"_s), screenshot.match(item.name).hasMatch());
+            QCOMPARE(found.contains(u"copy-style-name"_s), copyStyle.match(stem).hasMatch());
+        }
+
         QDir().mkpath(path(u"Downloads/Installer.app"_s));
         QDir().mkpath(path(u"Desktop/Installer.app"_s));
         ScannedItem app = itemAt(path(u"Downloads/Installer.app"_s), true);
