@@ -155,8 +155,9 @@ identicalSets(const QList<qsizetype>& group, const QList<ScannedItem>& items, QL
             classes[*known].members.append(position);
             continue;
         }
+        const bool byKey = !compareBytes || classes.size() >= kMaxComparedClasses;
         const auto equal = std::find_if(classes.begin(), classes.end(), [&](const ContentClass& candidate) {
-            return same(candidate.representative, position, !compareBytes);
+            return same(candidate.representative, position, byKey);
         });
         if (equal != classes.end()) {
             equal->members.append(position);
