@@ -8,6 +8,7 @@
 #include "common/synthetic_photos.h"
 #include "platform/thumbnailer.h"
 #include "support/fake_claude_server.h"
+#include "support/file_factory.h"
 #include "understanding/classifier.h"
 #include "understanding/contact_sheet.h"
 
@@ -136,8 +137,15 @@ int main(int argc, char* argv[])
         for (int i = 0; i < 1333; ++i)
             write(home + u"/Documents/notes %1.txt"_s.arg(i),
                   "Meeting notes about the spring launch " + QByteArray::number(i));
-        for (int i = 0; i < 20; ++i)
-            write(home + u"/big_%1.jpg"_s.arg(i), photoJpeg(4000, 3000, 100 + i));
+        for (int i = 0; i < 20; ++i) {
+            const QImage photo = SyntheticPhotos::photoLike(4000, 3000, 100 + i);
+            const QByteArray bytes = SyntheticPhotos::encoded(photo, "JPEG", 88);
+            write(home + u"/big_%1.jpg"_s.arg(i), bytes);
+            // The same photo as many phones write it, with a 320 x 240 preview in its Exif block.
+            const QByteArray preview = SyntheticPhotos::encoded(
+                photo.scaled(320, 240, Qt::IgnoreAspectRatio, Qt::SmoothTransformation), "JPEG", 85);
+            write(home + u"/previewed_%1.jpg"_s.arg(i), FileFactory::withStoredPreview(bytes, preview, true));
+        }
         write(home + u"/ready"_s, "");
     }
     QList<ScannedItem> items;
@@ -200,6 +208,19 @@ int main(int argc, char* argv[])
                                        + u" -geometry 250x220+4+4 -tile 5x '"_s + dir + u"/montage.jpg'"_s);
     out << "Contact sheet of 20 photos of 12 MP: " << ours << " s (" << (sheet ? sheet->size() / 1024 : 0) << " KiB)\n";
     out << "  vipsthumbnail, same 20 tiles: " << vips << " s (ours / vips = " << ours / vips << ", target <= 0.3)\n";
+    QList<ScannedItem> previewed;
+    QStringList previewedPaths;
+    for (int i = 0; i < 20; ++i) {
+        previewed.append(itemFor(home + u"/previewed_%1.jpg"_s.arg(i), i, FileKind::image));
+        previewedPaths.append(u"'"_s + home + u"/previewed_%1.jpg'"_s.arg(i));
+    }
+    timer.restart();
+    ContactSheet::make(previewed);
+    const double oursPreviewed = seconds(timer);
+    const double vipsPreviewed
+        = timeCommand(u"vipsthumbnail --size 250x220 -o '"_s + dir + u"/vips/%s.jpg' "_s + previewedPaths.join(u' '));
+    out << "  the same photos carrying 320 x 240 previews in their Exif blocks, as phones write them: " << oursPreviewed
+        << " s vs vipsthumbnail " << vipsPreviewed << " s (ours / vips = " << oursPreviewed / vipsPreviewed << ")\n";
     const TileDifference difference = compareTiles(big);
     out << "  tiles decoded at reduced size vs the full picture scaled down: mean difference " << difference.mean
         << ", largest " << difference.largest << " levels of 255 (tolerance: mean <= 3)\n";

@@ -1,6 +1,7 @@
 #include "thumbnailer.h"
 
 #include "camera_photos.h"
+#include "exif_preview.h"
 #include "file_io.h"
 #include "pdf_documents.h"
 
@@ -11,6 +12,7 @@
 #include <QFileInfo>
 #include <QImageReader>
 #include <QStandardPaths>
+#include <QTransform>
 #include <QUrl>
 
 #include <libffmpegthumbnailer/videothumbnailerc.h>
@@ -19,6 +21,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cmath>
 #include <memory>
 #include <sys/stat.h>
 
@@ -48,16 +51,53 @@ QString entryName(const QByteArray& uri)
     return QString::fromLatin1(QCryptographicHash::hash(uri, QCryptographicHash::Md5).toHex()) + u".png"_s;
 }
 
+// `image` turned the way a reader with automatic transformation turns the photo: mirrored or
+// flipped first, then rotated clockwise.
+QImage oriented(QImage image, QImageIOHandler::Transformations transformation)
+{
+    image = image.mirrored(transformation.testFlag(QImageIOHandler::TransformationMirror),
+                           transformation.testFlag(QImageIOHandler::TransformationFlip));
+    if (transformation.testFlag(QImageIOHandler::TransformationRotate90))
+        image = image.transformed(QTransform().rotate(90));
+    return image;
+}
+
+// The preview a camera stored in the photo's Exif block, at `wanted` (the photo's size before
+// rotation, fitted to the box), when it covers that size and shows the whole photo: a preview
+// of another shape was made before a crop, or carries bars.
+QImage storedPreview(const QString& path, QSize full, QSize wanted)
+{
+    const std::optional<QByteArray> head = FileIo::readHead(path, ExifPreview::kHeadBytes);
+    const std::optional<QByteArray> jpeg = head ? ExifPreview::jpegThumbnail(*head) : std::nullopt;
+    if (!jpeg)
+        return {};
+    const QImage preview = QImage::fromData(*jpeg, "JPEG");
+    if (preview.isNull() || preview.width() < wanted.width() || preview.height() < wanted.height())
+        return {};
+    const double shape = double(full.width()) / full.height();
+    const double previewShape = double(preview.width()) / preview.height();
+    if (std::abs(previewShape - shape) > 0.02 * shape)
+        return {};
+    return preview.scaled(wanted, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+}
+
 QImage fromImageFile(const QString& path, QSize box)
 {
     QImageReader reader(path);
     reader.setAutoTransform(true);
     const QSize full = reader.size();
     if (full.isValid() && (full.width() > box.width() || full.height() > box.height())) {
-        // Decoding straight at the small size lets JPEG skip most of the work. The reader's size
-        // is before rotation, so the box is turned with the picture.
+        // Decoding straight at the small size lets JPEG skip most of the work, and a preview the
+        // camera stored skips all of it. The reader's size is before rotation, so the box is
+        // turned with the picture.
         const bool turned = reader.transformation().testFlag(QImageIOHandler::TransformationRotate90);
-        reader.setScaledSize(full.scaled(turned ? box.transposed() : box, Qt::KeepAspectRatio));
+        const QSize wanted = full.scaled(turned ? box.transposed() : box, Qt::KeepAspectRatio);
+        if (reader.format() == "jpeg") {
+            const QImage preview = storedPreview(path, full, wanted);
+            if (!preview.isNull())
+                return oriented(preview, reader.transformation());
+        }
+        reader.setScaledSize(wanted);
     }
     return reader.read();
 }

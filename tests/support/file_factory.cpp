@@ -18,6 +18,14 @@
 namespace FileFactory {
 
 namespace {
+
+template <typename T>
+void putNumber(QByteArray& bytes, T value, bool little)
+{
+    for (int i = 0; i < int(sizeof(T)); ++i)
+        bytes.append(char(little ? value >> (8 * i) : value >> (8 * (int(sizeof(T)) - 1 - i))));
+}
+
 [[noreturn]] void fail(const char* what, const QString& path)
 {
     qFatal("FileFactory: %s failed for %s", what, qPrintable(path));
@@ -79,6 +87,32 @@ void png(const QString& path, int width, int height, qint64 totalBytes)
         file.open(QIODevice::Append);
         file.write(QByteArray(totalBytes - size, '\0'));
     }
+}
+
+QByteArray withStoredPreview(const QByteArray& photo, const QByteArray& preview, bool little, quint16 orientation)
+{
+    QByteArray tiff(little ? "II*\0" : "MM\0*", 4);
+    putNumber<quint32>(tiff, 8, little);
+    putNumber<quint16>(tiff, 1, little); // the photo's directory: one entry
+    putNumber<quint16>(tiff, 0x0112, little);
+    putNumber<quint16>(tiff, 3, little);
+    putNumber<quint32>(tiff, 1, little);
+    putNumber<quint16>(tiff, orientation, little);
+    putNumber<quint16>(tiff, 0, little);
+    putNumber<quint32>(tiff, 26, little);
+    putNumber<quint16>(tiff, 2, little); // the preview's directory: where and how long
+    for (const quint16 tag : {quint16(0x0201), quint16(0x0202)}) {
+        putNumber<quint16>(tiff, tag, little);
+        putNumber<quint16>(tiff, 4, little);
+        putNumber<quint32>(tiff, 1, little);
+        putNumber<quint32>(tiff, tag == 0x0201 ? 56 : quint32(preview.size()), little);
+    }
+    putNumber<quint32>(tiff, 0, little);
+    tiff.append(preview);
+    QByteArray segment("\xff\xe1");
+    putNumber<quint16>(segment, quint16(2 + 6 + tiff.size()), false);
+    segment.append(QByteArray("Exif\0\0", 6) + tiff);
+    return photo.left(2) + segment + photo.mid(2);
 }
 
 void jpeg(const QString& path, int width, int height)

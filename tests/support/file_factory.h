@@ -21,6 +21,10 @@ void pdf(const QString& path, const QStringList& pageTexts);
 void png(const QString& path, int width, int height, qint64 totalBytes = 0);
 // A JPEG of noise, about as large as a camera's at that size.
 void jpeg(const QString& path, int width, int height);
+// `photo` (JPEG bytes) carrying `preview` (JPEG bytes) in its Exif block, as cameras and phones
+// write it: the first directory holds the orientation, the second points at the preview.
+QByteArray
+withStoredPreview(const QByteArray& photo, const QByteArray& preview, bool littleEndian, quint16 orientation = 1);
 // Saves `image` as PNG with a text chunk, written the way desktop thumbnailers write them
 // (QImage's own text support cannot store keys with colons such as "Thumb::MTime").
 void pngWithText(const QString& path, const QImage& image, const QByteArray& key, const QByteArray& value);

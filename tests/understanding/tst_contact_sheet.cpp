@@ -1,8 +1,10 @@
+#include "platform/exif_preview.h"
 #include "platform/thumbnailer.h"
 #include "support/file_factory.h"
 #include "support/temp_home.h"
 #include "understanding/contact_sheet.h"
 
+#include <QBuffer>
 #include <QCryptographicHash>
 #include <QFileInfo>
 #include <QImage>
@@ -57,6 +59,15 @@ std::pair<int, int> paintedRows(const QImage& sheet, int x, int cellTop)
     return {first, last};
 }
 
+QByteArray encodedJpeg(const QImage& image)
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "JPEG", 90);
+    return bytes;
+}
+
 } // namespace
 
 class TestContactSheet : public QObject
@@ -64,6 +75,53 @@ class TestContactSheet : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void storedPreviews()
+    {
+        // A red photo whose stored preview is blue tells which of the two a thumbnail came from.
+        TempHome home;
+        const QString path = home.path() + u"/IMG_0001.jpg"_s;
+        const QByteArray photo = encodedJpeg(solid(1600, 1200, Qt::red));
+        const auto colourOf = [&path](const QByteArray& file) {
+            FileFactory::write(path, file);
+            const QImage thumbnail = Thumbnailer::thumbnail(path);
+            return std::pair(thumbnail.size(),
+                             thumbnail.isNull() ? QRgb(0) : thumbnail.pixel(thumbnail.rect().center()));
+        };
+        const auto blue = [](QRgb pixel) { return qBlue(pixel) > 200 && qRed(pixel) < 60; };
+
+        for (const bool little : {true, false}) {
+            const auto [size, pixel]
+                = colourOf(FileFactory::withStoredPreview(photo, encodedJpeg(solid(320, 240, Qt::blue)), little));
+            QVERIFY(blue(pixel));
+            QVERIFY(size.width() == 250 && qAbs(size.height() - 188) <= 1);
+        }
+        // Too small to fill the tile, or of another shape than the photo (made before a crop):
+        // the photo itself is decoded.
+        for (const QSize previewSize : {QSize(160, 120), QSize(400, 225)}) {
+            const auto [size, pixel] = colourOf(FileFactory::withStoredPreview(
+                photo, encodedJpeg(solid(previewSize.width(), previewSize.height(), Qt::blue)), true));
+            QVERIFY(isRed(pixel));
+            QVERIFY(size.width() == 250 && qAbs(size.height() - 188) <= 1);
+        }
+        // The photo's orientation turns its preview as it turns the photo.
+        const auto [turned, turnedPixel]
+            = colourOf(FileFactory::withStoredPreview(photo, encodedJpeg(solid(320, 240, Qt::blue)), true, 6));
+        QVERIFY(blue(turnedPixel));
+        QVERIFY(turned.height() == 220 && qAbs(turned.width() - 165) <= 1);
+
+        // A damaged block, cut anywhere or with any byte changed, falls back to the photo.
+        const QByteArray good = FileFactory::withStoredPreview(photo, encodedJpeg(solid(320, 240, Qt::blue)), true);
+        const qsizetype tiffEnd = 2 + 4 + 6 + 56 + 64;
+        for (qsizetype at = 12; at < tiffEnd; ++at) {
+            QByteArray damaged = good;
+            damaged[at] = char(0xff);
+            QVERIFY(ExifPreview::jpegThumbnail(damaged) == std::nullopt
+                    || ExifPreview::jpegThumbnail(damaged)->startsWith("\xff\xd8"));
+            QVERIFY(!colourOf(damaged).first.isEmpty());
+            QCOMPARE(ExifPreview::jpegThumbnail(good.left(at)), std::nullopt);
+        }
+    }
+
     void geometry()
     {
         QList<ScannedItem> items;
