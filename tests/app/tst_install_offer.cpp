@@ -16,11 +16,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const QString kOffer
-    = u"Move Brindlow to Applications? | It will live in your Applications folder and in your menu bar, "
-      u"and keep itself up to date. | Move to Applications, Not Now | Move to Applications"_s;
-const QString kFailure = u"Couldn't move Brindlow | Drag Brindlow into your Applications folder yourself, then open it "
-                         u"from there. | OK | OK"_s;
+// Message boxes by the choices they give and the one Enter takes.
+const QString kOffer = u"Move to Applications, Not Now | Move to Applications"_s;
+const QString kFailure = u"OK | OK"_s;
 // Larger than the small disk below, so that filling it is a real failure.
 const QByteArray kProgram(256 * 1024, 'B');
 const QByteArray kCli = "the command line";
@@ -41,7 +39,7 @@ public:
 };
 
 // Downloaded programs in a temporary home, and a person who answers every message box with
-// `answer` (or its only button), noting "text | informative text | buttons | default button".
+// `answer` (or its only button), noting "buttons | default button".
 struct Run
 {
     TempHome home;
@@ -67,11 +65,7 @@ struct Run
                                 QStringList names;
                                 for (QAbstractButton* button : box.buttons())
                                     names.append(button->text().remove(u'&'));
-                                seen.append(QStringList {box.text(),
-                                                         box.informativeText(),
-                                                         names.join(u", "_s),
-                                                         box.defaultButton()->text().remove(u'&')}
-                                                .join(u" | "_s));
+                                seen.append(names.join(u", "_s) + u" | "_s + box.defaultButton()->text().remove(u'&'));
                                 box.buttons().value(names.size() == 1 ? 0 : names.indexOf(answer))->click();
                             })
             .run();

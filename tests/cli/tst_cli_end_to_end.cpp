@@ -1,6 +1,7 @@
 #include "model/store.h"
 #include "support/fake_claude_server.h"
 #include "support/file_factory.h"
+#include "support/plan_factory.h"
 #include "support/temp_home.h"
 #include "understanding/discovery.h"
 
@@ -33,13 +34,10 @@ struct Run
     QString err;
 };
 
-QProcessEnvironment environmentFor(const TempHome& home)
+// The home's folders are already this process's own while the TempHome lives.
+QProcessEnvironment environmentFor(const TempHome&)
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"HOME"_s, home.path());
-    environment.insert(u"XDG_DATA_HOME"_s, home.path() + u"/.local/share"_s);
-    environment.insert(u"XDG_CONFIG_HOME"_s, home.path() + u"/.config"_s);
-    environment.insert(u"XDG_CACHE_HOME"_s, home.path() + u"/.cache"_s);
     environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
     environment.remove(u"DBUS_SESSION_BUS_ADDRESS"_s);
     return environment;
@@ -404,17 +402,10 @@ private Q_SLOTS:
     {
         TempHome home;
         const QString name = u"bill\x1b]0;pwned\x07.pdf"_s;
-        FileFactory::write(home.path() + u"/Downloads/"_s + name, "a bill");
-        PlanItem item;
-        item.id = 7;
-        item.src = QUrl::fromLocalFile(home.path() + u"/Downloads/"_s + name);
-        item.destFolder = u"Personal/\u202Efdp.exe"_s;
-        item.category = u"personal"_s;
-        item.confidence = u"high"_s;
+        PlanItem item
+            = PlanFactory::item(home.path() + u"/Downloads"_s, 7, name, u"personal"_s, u"Personal/\u202Efdp.exe"_s);
         item.reason = u"\r\x1b[2Kall good\u009b"_s;
         item.newName = u"Bill\nmarch.pdf"_s;
-        item.kind = FileKind::pdf;
-        item.approved = true;
         item.renameApproved = true;
         Store::savePlan({item});
 

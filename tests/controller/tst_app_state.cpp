@@ -62,6 +62,15 @@ public:
         paths.sort();
         return paths;
     }
+
+    // Everything the sorting requests from the `first`-th on said, as one text.
+    QString sentSince(int first) const
+    {
+        QStringList texts;
+        for (const FakeClaudeServer::Request& request : server.requests().mid(first))
+            texts.append(request.userText());
+        return texts.join(u'\n');
+    }
 };
 
 } // namespace
@@ -101,7 +110,6 @@ private Q_SLOTS:
         f.server.setLatency(300);
         state->start(TidyMode::quick);
         QCOMPARE(state->phase(), Phase::scanning);
-        QCOMPARE(state->status(), u"Looking through your folders"_s);
         state->start(TidyMode::deep); // busy: ignored, so no project learning happens
         QSignalSpy finished(state.get(), &AppState::refreshFinished);
         QVERIFY(finished.wait(10000));
@@ -144,22 +152,17 @@ private Q_SLOTS:
                                  QDateTime::currentDateTime().addDays(-2));
         const int requestsBefore = f.server.requestCount();
         QVERIFY(AppDriver::refresh(*state, TidyMode::quick));
-        QStringList later;
-        for (const FakeClaudeServer::Request& request : f.server.requests().mid(requestsBefore))
-            later.append(request.userText());
-        QVERIFY(later.join(u'\n').contains(u"~/Downloads/new.txt"_s));
-        QVERIFY(!later.join(u'\n').contains(u"also new"_s));
-        QVERIFY(!later.join(u'\n').contains(u"letter to bank"_s));
+        const QString later = f.sentSince(requestsBefore);
+        QVERIFY(later.contains(u"~/Downloads/new.txt"_s));
+        QVERIFY(!later.contains(u"also new"_s));
+        QVERIFY(!later.contains(u"letter to bank"_s));
 
         // Deep and junk-only refreshes look at every scan folder, whatever their age.
         state->discardPlan();
         const int beforeDeep = f.server.requestCount();
         QVERIFY(AppDriver::refresh(*state, TidyMode::deep));
-        QStringList deep;
-        for (const FakeClaudeServer::Request& request : f.server.requests().mid(beforeDeep))
-            deep.append(request.userText());
-        QVERIFY(deep.join(u'\n').contains(u"also new"_s));
-        QVERIFY(deep.join(u'\n').contains(u"letter to bank"_s));
+        const QString deep = f.sentSince(beforeDeep);
+        QVERIFY(deep.contains(u"also new"_s) && deep.contains(u"letter to bank"_s));
 
         // New files: the top of Desktop and Downloads changed since the last refresh, hidden ones aside.
         FileFactory::write(f.home.path() + u"/Downloads/.hidden"_s, "h");
@@ -229,15 +232,8 @@ private Q_SLOTS:
     void pendingAndImportedPlans()
     {
         Fixture f;
-        const QString kept = f.home.path() + u"/Desktop/kept.txt"_s;
-        FileFactory::write(kept, "k");
-        PlanItem item;
-        item.src = QUrl::fromLocalFile(kept);
-        item.destFolder = u"Personal"_s;
-        item.category = u"personal"_s;
-        item.confidence = u"high"_s;
-        item.reason = u"a note"_s;
-        item.approved = true;
+        const PlanItem item
+            = PlanFactory::item(f.home.path() + u"/Desktop"_s, 0, u"kept.txt"_s, u"personal"_s, u"Personal"_s);
         PlanItem gone = item;
         gone.id = 1;
         gone.src = QUrl::fromLocalFile(f.home.path() + u"/Desktop/gone.txt"_s);

@@ -73,37 +73,36 @@ private Q_SLOTS:
         QCOMPARE(item.group(), group);
     }
 
-    void projectNames()
+    void projectNamesAndTerms()
     {
-        Project client {QUuid::createUuid(), u"Client/ Quorrel "_s, QString()};
-        QCOMPARE(client.displayName(), u"Quorrel"_s);
-        QCOMPARE(client.folderPath(), u"Client/Quorrel"_s);
-
-        Project colon {QUuid::createUuid(), u"Acme: Launch/Ads"_s, QString()};
-        QCOMPARE(colon.folderPath(), u"Acme- Launch/Ads"_s);
-        QCOMPARE(colon.displayName(), u"Ads"_s);
-
-        Project blank {QUuid::createUuid(), u" / "_s, QString()};
-        QCOMPARE(blank.folderPath(), QString());
-        QCOMPARE(blank.displayName(), QString());
-
         // Only spaces and tabs are trimmed from the display name; the folder trims line breaks too.
-        Project newline {QUuid::createUuid(), u"\nNote\t"_s, QString()};
-        QCOMPARE(newline.displayName(), u"\nNote"_s);
-        QCOMPARE(newline.folderPath(), u"Note"_s);
-    }
-
-    void projectTerms()
-    {
-        Project kstl {QUuid::createUuid(), u"KSTL"_s, u"ks, kstl drinks, "_s};
-        QCOMPARE(kstl.terms(), (QSet<QString> {u"kstl"_s, u"kstl drinks"_s}));
-
-        Project nested {QUuid::createUuid(), u"Client/Quorrel"_s, u"\tQC launch ,qc"_s};
-        QCOMPARE(nested.terms(), (QSet<QString> {u"client/quorrel"_s, u"quorrel"_s, u"qc launch"_s}));
+        const struct
+        {
+            QString name, displayName, folderPath;
+        } names[] = {
+            {u"Client/ Quorrel "_s, u"Quorrel"_s, u"Client/Quorrel"_s},
+            {u"Acme: Launch/Ads"_s, u"Ads"_s, u"Acme- Launch/Ads"_s},
+            {u" / "_s, QString(), QString()},
+            {u"\nNote\t"_s, u"\nNote"_s, u"Note"_s},
+        };
+        for (const auto& [name, displayName, folderPath] : names) {
+            const Project project {QUuid::createUuid(), name, QString()};
+            QCOMPARE(project.displayName(), displayName);
+            QCOMPARE(project.folderPath(), folderPath);
+        }
 
         // Three user-perceived characters count as three even when they take more UTF-16 units.
-        Project emoji {QUuid::createUuid(), u"ab"_s, u"\U0001F44D\U0001F3FDxy"_s};
-        QCOMPARE(emoji.terms(), (QSet<QString> {u"\U0001F44D\U0001F3FDxy"_s}));
+        const struct
+        {
+            QString name, aliases;
+            QSet<QString> terms;
+        } terms[] = {
+            {u"KSTL"_s, u"ks, kstl drinks, "_s, {u"kstl"_s, u"kstl drinks"_s}},
+            {u"Client/Quorrel"_s, u"\tQC launch ,qc"_s, {u"client/quorrel"_s, u"quorrel"_s, u"qc launch"_s}},
+            {u"ab"_s, u"\U0001F44D\U0001F3FDxy"_s, {u"\U0001F44D\U0001F3FDxy"_s}},
+        };
+        for (const auto& [name, aliases, expected] : terms)
+            QCOMPARE((Project {QUuid::createUuid(), name, aliases}).terms(), expected);
     }
 
     void scannedItemRelPath()

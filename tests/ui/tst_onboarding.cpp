@@ -75,18 +75,17 @@ private Q_SLOTS:
 
         key->clear();
         QVERIFY(!control(*window, u"Continue"_s)->isEnabled());
-        type(key, u"sk-good"_s);
-        click(control(*window, u"Test connection"_s));
-        QVERIFY(tested.wait(10000));
-        QCOMPARE(label(*window, u"Connection test result"_s), u"Connected."_s);
+        const auto retest = [&](const QString& text) {
+            key->clear();
+            type(key, text);
+            click(control(*window, u"Test connection"_s));
+            return tested.wait(10000) ? label(*window, u"Connection test result"_s) : u"(no answer)"_s;
+        };
+        QCOMPARE(retest(u"sk-good"_s), u"Connected."_s);
         QCOMPARE(f.server.requests().last().headers.value("x-api-key"), QByteArray("sk-good"));
 
         // A failed test still lets the person go on: the network may be what failed.
-        key->clear();
-        type(key, u"sk-wrong"_s);
-        click(control(*window, u"Test connection"_s));
-        QVERIFY(tested.wait(10000));
-        QVERIFY(label(*window, u"Connection test result"_s).startsWith(u"Brindlow couldn't sign in to Claude"_s));
+        QVERIFY(retest(u"sk-wrong"_s).startsWith(u"Brindlow couldn't sign in to Claude"_s));
         click(control(*window, u"Continue"_s));
         QTRY_COMPARE(Store::loadKey(), std::optional(u"sk-wrong"_s));
         QVERIFY(!control<QLineEdit>(*window, u"Claude API key"_s));
