@@ -363,23 +363,28 @@ QList<ScannedItem> run(const ScanOptions& options, const Progress& progress, con
     if (cancelled())
         return {};
 
-    QList<ScannedItem> items;
-    QList<CachedFacts> facts;
-    QList<char> known;
-    QStringList paths;
-    items.reserve(examined.size());
-    facts.reserve(examined.size());
-    known.reserve(examined.size());
-    paths.reserve(examined.size());
-    for (std::optional<Found>& found : examined) {
+    // What the walk keeps moves into place on every core, each entry to the position that the
+    // entries kept before it leave for it.
+    QList<qsizetype> destination(examined.size());
+    qsizetype kept = 0;
+    for (qsizetype i = 0; i < examined.size(); ++i)
+        destination[i] = examined[i] ? kept++ : -1;
+    QList<ScannedItem> items(kept);
+    QList<CachedFacts> facts(kept);
+    QList<char> known(kept);
+    QStringList paths(kept);
+    QtConcurrent::blockingMap(&pool, indices, [&](qsizetype i) {
+        std::optional<Found>& found = examined[i];
         if (!found)
-            continue;
-        found->item.id = items.size();
-        known.append(found->known);
-        facts.append(std::move(found->facts));
-        items.append(std::move(found->item));
-        paths.append(std::move(found->path));
-    }
+            return;
+        const qsizetype at = destination[i];
+        found->item.id = at;
+        known[at] = found->known;
+        facts[at] = std::move(found->facts);
+        items[at] = std::move(found->item);
+        paths[at] = std::move(found->path);
+        found.reset();
+    });
     examined.clear();
     listings.clear();
 
