@@ -259,35 +259,54 @@ void markDuplicates(QList<ScannedItem>& items)
 
 void markDuplicates(QList<ScannedItem>& items, QList<CachedFacts>& facts)
 {
-    QHash<qint64, QList<qsizetype>> bySize;
+    // Groups are runs of a sorted list rather than entries of a hash: tens of thousands of
+    // sizes would otherwise each allocate a list of their own.
+    struct Key
+    {
+        qint64 size;
+        quint64 prefix;
+        qsizetype position;
+        auto operator<=>(const Key&) const = default;
+    };
+    QList<Key> bySize;
     for (qsizetype i = 0; i < items.size(); ++i) {
         if (!items[i].isDir && items[i].size > 0)
-            bySize[items[i].size].append(i);
+            bySize.append({items[i].size, 0, i});
     }
+    std::sort(bySize.begin(), bySize.end());
+    // Calls `group` with each run of at least two keys that `same` finds equal.
+    const auto runs = [](QList<Key>& keys, auto same, auto group) {
+        for (qsizetype begin = 0, end = 0; begin < keys.size(); begin = end) {
+            for (end = begin + 1; end < keys.size() && same(keys[begin], keys[end]); ++end) { }
+            if (end - begin > 1)
+                group(begin, end);
+        }
+    };
 
     // First cut: the first 4 KiB. Different files of equal size almost always differ there.
-    QList<qsizetype> candidates;
-    for (const QList<qsizetype>& group : std::as_const(bySize)) {
-        if (group.size() > 1)
-            candidates.append(group);
-    }
-    QtConcurrent::blockingMap(candidates, [&](qsizetype position) {
-        CachedFacts& known = facts[position];
+    QList<Key> candidates;
+    runs(
+        bySize,
+        [](const Key& a, const Key& b) { return a.size == b.size; },
+        [&](qsizetype begin, qsizetype end) { candidates.append(bySize.sliced(begin, end - begin)); });
+    QtConcurrent::blockingMap(candidates, [&](Key& key) {
+        CachedFacts& known = facts[key.position];
         if (!known.prefixHash)
-            known.prefixHash = prefixHash(items[position].url.toLocalFile());
+            known.prefixHash = prefixHash(items[key.position].url.toLocalFile());
+        key.prefix = known.prefixHash.value_or(0);
     });
-
-    QHash<std::pair<qint64, quint64>, QList<qsizetype>> byPrefix;
-    for (const qsizetype position : std::as_const(candidates)) {
-        const CachedFacts& known = facts[position];
-        if (known.prefixHash)
-            byPrefix[{items[position].size, *known.prefixHash}].append(position);
-    }
+    candidates.removeIf([&facts](const Key& key) { return !facts[key.position].prefixHash; });
+    std::sort(candidates.begin(), candidates.end());
     QList<QList<qsizetype>> groups;
-    for (const QList<qsizetype>& group : std::as_const(byPrefix)) {
-        if (group.size() > 1)
+    runs(
+        candidates,
+        [](const Key& a, const Key& b) { return a.size == b.size && a.prefix == b.prefix; },
+        [&](qsizetype begin, qsizetype end) {
+            QList<qsizetype> group;
+            for (qsizetype i = begin; i < end; ++i)
+                group.append(candidates[i].position);
             groups.append(group);
-    }
+        });
     const QList<QList<QList<qsizetype>>> partitions = QtConcurrent::blockingMapped(
         groups, [&](const QList<qsizetype>& group) { return identicalSets(group, items, facts); });
     QList<QList<qsizetype>> sets;
