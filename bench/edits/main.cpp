@@ -94,32 +94,32 @@ int main(int argc, char** argv)
 
     AppState state;
     report(u"init"_s, millis([&] { state.init(); }), u"250 ms"_s);
-    state.flushEdits();
-    PlanModel model(&state);
+    state.review().flushEdits();
+    PlanModel model(&state.review());
     PlanFilterModel filter(&model);
     filter.rowCount();
 
-    const int writesBefore = state.planWrites();
-    report(u"one toggle"_s, millis([&] { state.toggle(1); }), u"2 ms"_s);
+    const int writesBefore = state.review().planWrites();
+    report(u"one toggle"_s, millis([&] { state.review().toggle(1); }), u"2 ms"_s);
     // Once the edit is handed to the writer, the next edit copies the plan it shares with it.
     QElapsedTimer handover;
     handover.start();
-    while (handover.elapsed() < AppState::kSaveDelayMs + 50)
+    while (handover.elapsed() < PlanReview::kSaveDelayMs + 50)
         QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    report(u"toggle while the writer holds the plan"_s, millis([&] { state.toggle(2); }), u"2 ms"_s);
+    report(u"toggle while the writer holds the plan"_s, millis([&] { state.review().toggle(2); }), u"2 ms"_s);
     QList<qint64> needs;
-    for (const PlanItem& item : state.plan()) {
+    for (const PlanItem& item : state.review().plan()) {
         if (item.category == u"needs-you" && needs.size() < 1000)
             needs.append(item.id);
     }
     report(u"\"Leave all where they are\" over 1,000"_s,
-           millis([&] { state.setDestination(needs, std::nullopt); }),
+           millis([&] { state.review().setDestination(needs, std::nullopt); }),
            u"20 ms"_s);
     report(u"\"Needs You folder\" over 1,000 (lessons)"_s,
-           millis([&] { state.setDestination(needs, u"Brindlow Review/Needs You"_s); }),
+           millis([&] { state.review().setDestination(needs, u"Brindlow Review/Needs You"_s); }),
            u"20 ms"_s);
     int filed = 0;
-    const double addMs = millis([&] { filed = state.addProject(u"Penwick"_s); });
+    const double addMs = millis([&] { filed = state.review().addProject(u"Penwick"_s); });
     report(u"addProject filing %1"_s.arg(filed), addMs, u"20 ms"_s);
     for (const PlanTab tab : {PlanTab::junk, PlanTab::needs, PlanTab::rename, PlanTab::organize}) {
         report(u"filter switch to tab %1 (%2 rows)"_s.arg(int(tab)).arg(model.tabCount(tab)),
@@ -135,8 +135,8 @@ int main(int argc, char** argv)
                filter.rowCount();
            }),
            u"30 ms"_s);
-    const double flushMs = millis([&] { state.flushEdits(); });
-    out << "\nThe background writer wrote the plan " << state.planWrites() - writesBefore
+    const double flushMs = millis([&] { state.review().flushEdits(); });
+    out << "\nThe background writer wrote the plan " << state.review().planWrites() - writesBefore
         << " times for all of the edits above; waiting for the last write at the end took "
         << QString::number(flushMs, 'f', 1) << " ms (off the UI thread in the program).\n";
     return 0;

@@ -137,7 +137,7 @@ int main(int argc, char* argv[])
 
     std::unique_ptr<ReviewWindow> window;
     const double open = millis([&] {
-        window = std::make_unique<ReviewWindow>(state, &thumbs);
+        window = std::make_unique<ReviewWindow>(state.parts(), &thumbs);
         window->show();
         QCoreApplication::processEvents();
         frame(*window);

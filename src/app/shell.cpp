@@ -44,20 +44,20 @@ bool Shell::start()
     };
     m_state.setNotifier(new Notifier(service, &SystemClock::instance(), &m_state));
     connect(&m_state, &AppState::windowRequested, this, &Shell::openWindow);
-    m_windows.add(u"review"_s, [this] { return new ReviewWindow(m_state, &m_thumbs); });
-    m_windows.add(u"onboarding"_s, [this] { return new OnboardingWindow(m_state); });
+    m_windows.add(u"review"_s, [this] { return new ReviewWindow(m_state.parts(), &m_thumbs); });
+    m_windows.add(u"onboarding"_s, [this] { return new OnboardingWindow(m_state.parts()); });
     m_windows.add(u"settings"_s, [this] {
-        auto* settings = new SettingsWindow(m_state);
+        auto* settings = new SettingsWindow(m_state.parts());
         connect(settings, &SettingsWindow::windowRequested, this, &Shell::openWindow);
         connect(settings, &SettingsWindow::folderRequested, this, [](const QString& path) {
             QDesktopServices::openUrl(QUrl::fromLocalFile(path));
         });
         return settings;
     });
-    m_windows.add(u"recap"_s, [this] { return new RecapWindow(m_state); });
+    m_windows.add(u"recap"_s, [this] { return new RecapWindow(m_state.preferences(), m_state.moves()); });
     m_windows.add(u"zen"_s, [] { return new ZenPreview; });
 
-    m_panel = std::make_unique<PanelWindow>(m_state, tray ? PanelWindow::Mode::popup : PanelWindow::Mode::window);
+    m_panel = std::make_unique<PanelWindow>(m_state.parts(), tray ? PanelWindow::Mode::popup : PanelWindow::Mode::window);
     MenuView* view = m_panel->menuView();
     connect(view, &MenuView::windowRequested, this, &Shell::openWindow);
     connect(view, &MenuView::folderRequested, this, [](const QString& path) {
@@ -65,7 +65,7 @@ bool Shell::start()
     });
 
     if (tray) {
-        m_label = std::make_unique<MenuBarLabel>(m_state);
+        m_label = std::make_unique<MenuBarLabel>(m_state.parts());
         connect(m_label.get(), &MenuBarLabel::panelToggled, m_panel.get(), &PanelWindow::toggle);
         connect(m_label.get(), &MenuBarLabel::panelRequested, this, &Shell::openPanel);
         connect(m_label.get(), &MenuBarLabel::windowRequested, this, &Shell::openWindow);

@@ -95,10 +95,11 @@ void useTerminalNotices(AppState& state, QTextStream& err)
     state.setNotifier(notifier);
 }
 
-void waitFor(AppState& state, void (AppState::*finished)())
+template <typename Part>
+void waitFor(Part& part, void (Part::*finished)())
 {
     QEventLoop loop;
-    QObject::connect(&state, finished, &loop, &QEventLoop::quit);
+    QObject::connect(&part, finished, &loop, &QEventLoop::quit);
     loop.exec();
 }
 
@@ -129,13 +130,13 @@ QString number(qint64 n)
     return QLocale::system().toString(n);
 }
 
-std::optional<QList<qint64>> parseIds(const QStringList& words, const AppState& state, QTextStream& err)
+std::optional<QList<qint64>> parseIds(const QStringList& words, const PlanReview& review, QTextStream& err)
 {
     QList<qint64> ids;
     for (const QString& word : words) {
         bool ok = false;
         const qint64 id = word.toLongLong(&ok);
-        const bool known = ok && std::any_of(state.plan().cbegin(), state.plan().cend(), [id](const PlanItem& item) {
+        const bool known = ok && std::any_of(review.plan().cbegin(), review.plan().cend(), [id](const PlanItem& item) {
                                return item.id == id;
                            });
         if (!known) {
@@ -155,40 +156,41 @@ int refresh(AppState& state, TidyMode mode, QTextStream& out, QTextStream& err)
 {
     const bool tty = Terminal::isInteractive(STDERR_FILENO);
     QTextStream progress(stderr);
-    QObject::connect(&state, &AppState::statusChanged, &state, [&] {
+    QObject::connect(&state.activity(), &Activity::statusChanged, &state, [&] {
         if (!tty)
-            out << VisibleText::of(state.status()) << '\n' << Qt::flush;
+            out << VisibleText::of(state.activity().status()) << '\n' << Qt::flush;
     });
     QTimer ticker;
     QObject::connect(&ticker, &QTimer::timeout, &state, [&] {
         const int width = 30;
-        const int filled = state.total() > 0 ? width * state.decided() / state.total() : 0;
+        const int filled
+            = state.refresh().total() > 0 ? width * state.refresh().decided() / state.refresh().total() : 0;
         progress << '\r' << '[' << QString(filled, u'#') << QString(width - filled, u'.') << "] "
-                 << number(state.decided()) << '/' << number(state.total()) << "  "
-                 << VisibleText::of(state.calmStatus()) << "\x1b[K" << Qt::flush;
+                 << number(state.refresh().decided()) << '/' << number(state.refresh().total()) << "  "
+                 << VisibleText::of(state.refresh().calmStatus()) << "\x1b[K" << Qt::flush;
     });
     if (tty)
         ticker.start(250);
-    if (!state.profile().onboarded) {
+    if (!state.preferences().profile().onboarded) {
         err << "Brindlow is not set up yet. Run 'brindlow-cli setup' first.\n";
         return kFailed;
     }
-    state.start(mode);
-    if (!state.isBusy()) {
-        err << VisibleText::of(state.message().value_or(u"A refresh could not start."_s)) << '\n';
+    state.refresh().start(mode);
+    if (!state.activity().isBusy()) {
+        err << VisibleText::of(state.activity().message().value_or(u"A refresh could not start."_s)) << '\n';
         return kFailed;
     }
-    waitFor(state, &AppState::refreshFinished);
+    waitFor(state.refresh(), &RefreshRun::finished);
     ticker.stop();
     if (tty)
         progress << "\r\x1b[K" << Qt::flush;
-    if (state.phase() == Phase::idle) {
-        err << VisibleText::of(state.message().value_or(u"The refresh failed."_s)) << '\n';
+    if (state.activity().phase() == Phase::idle) {
+        err << VisibleText::of(state.activity().message().value_or(u"The refresh failed."_s)) << '\n';
         return kFailed;
     }
-    if (state.message())
-        out << VisibleText::of(*state.message()) << '\n';
-    const QList<PlanItem>& plan = state.plan();
+    if (state.activity().message())
+        out << VisibleText::of(*state.activity().message()) << '\n';
+    const QList<PlanItem>& plan = state.review().plan();
     if (plan.isEmpty()) {
         out << "Nothing new to sort.\n";
     } else {
@@ -207,13 +209,13 @@ int refresh(AppState& state, TidyMode mode, QTextStream& out, QTextStream& err)
             << '\n';
         for (auto it = groups.cbegin(); it != groups.cend(); ++it)
             out << "  " << VisibleText::of(it.key()) << ": " << number(it.value()) << '\n';
-        if (!state.flushEdits()) {
-            err << AppState::planNotSavedText() << '\n';
+        if (!state.review().flushEdits()) {
+            err << PlanReview::planNotSavedText() << '\n';
             return kFailed;
         }
         out << "Review with 'brindlow-cli plan', then 'brindlow-cli apply'.\n";
     }
-    out << Usage::costText(state.lastRunCost().value_or(0)) << '\n';
+    out << Usage::costText(state.refresh().lastRunCost().value_or(0)) << '\n';
     return kOk;
 }
 
@@ -299,32 +301,32 @@ int setup(const QStringList& args, QTextStream& out, QTextStream& err)
     AppState state;
     useTerminalNotices(state, err);
     state.init();
-    state.saveKey(*key);
+    state.preferences().saveKey(*key);
     profile.onboarded = true;
-    state.setProfile(profile);
+    state.preferences().setProfile(profile);
     out << "Brindlow is set up. Run 'brindlow-cli refresh' to sort your files.\n";
     return kOk;
 }
 
 int status(AppState& state, QTextStream& out)
 {
-    const Profile& profile = state.profile();
+    const Profile& profile = state.preferences().profile();
     if (!profile.onboarded)
         out << "Not set up yet: run 'brindlow-cli setup'.\n";
     static const char* const phases[] = {"idle", "refreshing", "waiting for review", "moving files", "done"};
-    out << "Phase: " << phases[int(state.phase())] << '\n';
-    out << state.lastRunText() << '\n';
-    state.refreshNewFiles();
-    waitFor(state, &AppState::newFilesChanged);
-    out << "New files waiting: " << number(state.newFiles()) << '\n';
+    out << "Phase: " << phases[int(state.activity().phase())] << '\n';
+    out << state.preferences().lastRunText() << '\n';
+    state.refresh().refreshNewFiles();
+    waitFor(state.refresh(), &RefreshRun::newFilesChanged);
+    out << "New files waiting: " << number(state.refresh().newFiles()) << '\n';
     out << "Folders watched: " << VisibleText::of(profile.scanFolders.join(u", "_s)) << '\n';
     out << "Projects known: " << number(profile.projects.size()) << '\n';
     const MonthUsage month = Usage::readLog().months.value(QDateTime::currentDateTime().toString(u"yyyy-MM"_s));
     const double usd = month.usd;
     out << "This month: " << (usd > 0 && usd < 0.01 ? u"<$0.01"_s : u"$"_s + QString::number(usd, 'f', 2)) << ", "
         << number(month.files) << " files\n";
-    if (!state.plan().isEmpty())
-        out << number(state.plan().size()) << " changes wait for review: 'brindlow-cli plan'.\n";
+    if (!state.review().plan().isEmpty())
+        out << number(state.review().plan().size()) << " changes wait for review: 'brindlow-cli plan'.\n";
     return kOk;
 }
 
@@ -357,7 +359,7 @@ int run(const QStringList& arguments, QTextStream& out, QTextStream& err)
     state.init();
     if (command.isEmpty()) {
         // A first-time user at a terminal is walked through the set-up.
-        if (!state.profile().onboarded && Terminal::isInteractive(STDIN_FILENO))
+        if (!state.preferences().profile().onboarded && Terminal::isInteractive(STDIN_FILENO))
             return setup({}, out, err);
         return status(state, out);
     }
@@ -379,22 +381,22 @@ int run(const QStringList& arguments, QTextStream& out, QTextStream& err)
     if (command == u"plan") {
         if (args == QStringList {u"--json"_s}) {
             QJsonArray items;
-            for (const PlanItem& item : state.plan())
+            for (const PlanItem& item : state.review().plan())
                 items.append(item.toJson());
             out << QJsonDocument(items).toJson(QJsonDocument::Indented);
             return kOk;
         }
         if (!args.isEmpty())
             return usageError(err, u"unknown option for plan"_s);
-        if (state.plan().isEmpty()) {
+        if (state.review().plan().isEmpty()) {
             out << "Nothing waiting\n";
             return kOk;
         }
-        PlanView::print(state.plan(), out);
+        PlanView::print(state.review().plan(), out);
         return kOk;
     }
     if (command == u"suggestions") {
-        for (const GroupCount& suggestion : state.projectSuggestions())
+        for (const GroupCount& suggestion : state.review().projectSuggestions())
             out << VisibleText::of(suggestion.name) << " (" << number(suggestion.count) << ")\n";
         return kOk;
     }
@@ -403,15 +405,15 @@ int run(const QStringList& arguments, QTextStream& out, QTextStream& err)
             return usageError(err, u"add-project takes one name"_s);
         if (!typedFolder(args[0]))
             return usageError(err, folderProblem(args[0]));
-        const int filed = state.addProject(args[0]);
+        const int filed = state.review().addProject(args[0]);
         out << "Added " << VisibleText::of(args[0].trimmed()) << "; " << number(filed)
             << (filed == 1 ? " file" : " files") << " now go into it.\n";
         return kOk;
     }
     if (command == u"discard") {
-        state.discardPlan();
-        if (!state.plan().isEmpty()) {
-            err << VisibleText::of(state.message().value_or(AppState::otherProcessBusyText())) << '\n';
+        state.review().discard();
+        if (!state.review().plan().isEmpty()) {
+            err << VisibleText::of(state.activity().message().value_or(Activity::otherProcessBusyText())) << '\n';
             return kFailed;
         }
         out << "The plan was dropped. Nothing moved.\n";
@@ -420,29 +422,29 @@ int run(const QStringList& arguments, QTextStream& out, QTextStream& err)
     if (command == u"undo") {
         if (!args.isEmpty())
             return usageError(err, u"undo takes no options"_s);
-        state.undoLast();
-        if (!state.isBusy()) {
-            err << VisibleText::of(state.message().value_or(u"Brindlow is busy."_s)) << '\n';
+        state.moves().undoLast();
+        if (!state.activity().isBusy()) {
+            err << VisibleText::of(state.activity().message().value_or(u"Brindlow is busy."_s)) << '\n';
             return kFailed;
         }
-        waitFor(state, &AppState::moveFinished);
-        out << VisibleText::of(state.message().value_or(QString())) << '\n';
+        waitFor(state.moves(), &Moves::finished);
+        out << VisibleText::of(state.activity().message().value_or(QString())) << '\n';
         return kOk;
     }
     if (command == u"apply") {
         if (!args.isEmpty() && args != QStringList {u"--organize-only"_s})
             return usageError(err, u"unknown option for apply"_s);
-        if (state.phase() != Phase::review) {
+        if (state.activity().phase() != Phase::review) {
             err << "Nothing waiting\n";
             return kFailed;
         }
-        state.apply(args.isEmpty());
-        if (!state.isBusy()) {
-            err << VisibleText::of(state.message().value_or(u"Brindlow is busy."_s)) << '\n';
+        state.moves().apply(args.isEmpty());
+        if (!state.activity().isBusy()) {
+            err << VisibleText::of(state.activity().message().value_or(u"Brindlow is busy."_s)) << '\n';
             return kFailed;
         }
-        waitFor(state, &AppState::moveFinished);
-        const ApplyResult result = *state.lastResult();
+        waitFor(state.moves(), &Moves::finished);
+        const ApplyResult result = *state.moves().lastResult();
         PlanView::printResult(result, out);
         if (result.stoppedBecause) {
             err << VisibleText::of(*result.stoppedBecause) << '\n';
@@ -452,48 +454,49 @@ int run(const QStringList& arguments, QTextStream& out, QTextStream& err)
     }
 
     // The review edits work on the plan waiting for review.
-    if (state.plan().isEmpty()) {
+    if (state.review().plan().isEmpty()) {
         err << "Nothing waiting\n";
         return kFailed;
     }
     if (command == u"approve" || command == u"skip") {
-        const std::optional<QList<qint64>> ids = parseIds(args, state, err);
+        const std::optional<QList<qint64>> ids = parseIds(args, state.review(), err);
         if (!ids)
             return kUsage;
-        state.setApproved(*ids, command == u"approve");
+        state.review().setApproved(*ids, command == u"approve");
         return kOk;
     }
     if (command == u"rename") {
         if (args.isEmpty() || (args[0] != u"on" && args[0] != u"off"))
             return usageError(err, u"rename takes on or off, then item ids"_s);
-        const std::optional<QList<qint64>> ids = parseIds(args.mid(1), state, err);
+        const std::optional<QList<qint64>> ids = parseIds(args.mid(1), state.review(), err);
         if (!ids)
             return kUsage;
         for (const qint64 id : *ids) {
-            const auto item = std::find_if(
-                state.plan().cbegin(), state.plan().cend(), [id](const PlanItem& p) { return p.id == id; });
+            const auto item = std::find_if(state.review().plan().cbegin(),
+                                           state.review().plan().cend(),
+                                           [id](const PlanItem& p) { return p.id == id; });
             if (item->renameApproved != (args[0] == u"on"))
-                state.toggleRename(id);
+                state.review().toggleRename(id);
         }
         return kOk;
     }
     if (command == u"move") {
         if (args.size() != 2 || args[1].trimmed().isEmpty())
             return usageError(err, u"move takes an item id and a folder"_s);
-        const std::optional<QList<qint64>> ids = parseIds({args[0]}, state, err);
+        const std::optional<QList<qint64>> ids = parseIds({args[0]}, state.review(), err);
         if (!ids)
             return kUsage;
         const std::optional<QString> folder = typedFolder(args[1]);
         if (!folder)
             return usageError(err, folderProblem(args[1]));
-        state.setDestination(ids->first(), *folder);
+        state.review().setDestination(ids->first(), *folder);
         return kOk;
     }
     if (command == u"leave") {
-        const std::optional<QList<qint64>> ids = parseIds(args, state, err);
+        const std::optional<QList<qint64>> ids = parseIds(args, state.review(), err);
         if (!ids || ids->size() != 1)
             return ids ? usageError(err, u"leave takes one item id"_s) : kUsage;
-        state.setDestination(ids->first(), std::nullopt);
+        state.review().setDestination(ids->first(), std::nullopt);
         return kOk;
     }
     return usageError(err, u"unknown command '"_s + command + u'\'');

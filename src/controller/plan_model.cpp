@@ -1,39 +1,39 @@
 #include "plan_model.h"
 
-#include "app_state.h"
+#include "plan_review.h"
 
 #include <QDir>
 #include <QFileInfo>
 
 using namespace Qt::Literals::StringLiterals;
 
-PlanModel::PlanModel(AppState* state, QObject* parent)
+PlanModel::PlanModel(PlanReview* review, QObject* parent)
     : QAbstractListModel(parent)
-    , m_state(state)
+    , m_review(review)
 {
-    connect(state, &AppState::planAboutToBeReset, this, [this] { beginResetModel(); });
-    connect(state, &AppState::planReset, this, [this] {
+    connect(review, &PlanReview::planAboutToBeReset, this, [this] { beginResetModel(); });
+    connect(review, &PlanReview::planReset, this, [this] {
         recountAll();
         endResetModel();
         Q_EMIT countsChanged();
     });
-    connect(state, &AppState::planItemsChanged, this, &PlanModel::changed);
+    connect(review, &PlanReview::planItemsChanged, this, &PlanModel::changed);
     recountAll();
 }
 
-AppState* PlanModel::state() const
+PlanReview* PlanModel::review() const
 {
-    return m_state;
+    return m_review;
 }
 
 int PlanModel::rowCount(const QModelIndex& parent) const
 {
-    return parent.isValid() || !m_state ? 0 : int(m_state->plan().size());
+    return parent.isValid() || !m_review ? 0 : int(m_review->plan().size());
 }
 
 const PlanItem& PlanModel::item(int row) const
 {
-    return m_state->plan().at(row);
+    return m_review->plan().at(row);
 }
 
 QVariant PlanModel::data(const QModelIndex& index, int role) const
@@ -92,12 +92,12 @@ bool PlanModel::setData(const QModelIndex& index, const QVariant& value, int rol
     const PlanItem& it = item(index.row());
     if (role == Qt::CheckStateRole || role == ApprovedRole) {
         const bool wanted = role == ApprovedRole ? value.toBool() : value.toInt() == Qt::Checked;
-        m_state->setApproved({it.id}, wanted);
+        m_review->setApproved({it.id}, wanted);
         return true;
     }
     if (role == RenameApprovedRole) {
         if (it.renameApproved != value.toBool())
-            m_state->toggleRename(it.id);
+            m_review->toggleRename(it.id);
         return true;
     }
     return false;
@@ -164,10 +164,10 @@ void PlanModel::recountAll()
     m_tabCounts.fill(0);
     m_approved = 0;
     m_groupCounts.clear();
-    if (!m_state)
+    if (!m_review)
         return;
-    m_facts.reserve(m_state->plan().size());
-    for (const PlanItem& item : m_state->plan()) {
+    m_facts.reserve(m_review->plan().size());
+    for (const PlanItem& item : m_review->plan()) {
         m_facts.append(factsOf(item));
         count(m_facts.last(), +1);
     }

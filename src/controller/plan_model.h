@@ -9,7 +9,7 @@
 #include <array>
 #include <optional>
 
-class AppState;
+class PlanReview;
 
 // The open plan as a list model for views: one row per plan item, in plan order. Edits made
 // through the controller arrive as dataChanged for exactly the rows they touched; only a new
@@ -37,7 +37,7 @@ public:
         SuggestedProjectRole,
     };
 
-    explicit PlanModel(AppState* state, QObject* parent = nullptr);
+    explicit PlanModel(PlanReview* review, QObject* parent = nullptr);
 
     int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
@@ -47,7 +47,7 @@ public:
     QHash<int, QByteArray> roleNames() const override;
 
     const PlanItem& item(int row) const;
-    AppState* state() const;
+    PlanReview* review() const;
 
     int tabCount(PlanTab tab) const;
     int approvedCount() const;
@@ -72,7 +72,7 @@ private:
     void recountAll();
     void changed(const QList<int>& rows);
 
-    QPointer<AppState> m_state;
+    QPointer<PlanReview> m_review;
     QList<RowFacts> m_facts;
     std::array<int, 4> m_tabCounts {};
     int m_approved = 0;

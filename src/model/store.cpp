@@ -159,6 +159,26 @@ QList<PlanItem> loadPlan()
     return readRecords<PlanItem>(u"pending-plan.json");
 }
 
+std::optional<QList<PlanItem>> takeImport(qint64 stamp)
+{
+    const QString path = QDir::homePath() + u"/Documents/Brindlow App/import-plan.json"_s;
+    const std::optional<QByteArray> bytes = FileIo::readRegular(path, 256 * 1024 * 1024);
+    if (!bytes)
+        return std::nullopt;
+    const QJsonDocument document = QJsonDocument::fromJson(*bytes);
+    if (!document.isArray())
+        return std::nullopt;
+    QList<PlanItem> imported;
+    for (const QJsonValue& value : document.array()) {
+        const std::optional<PlanItem> item = PlanItem::fromJson(value);
+        if (!item)
+            return std::nullopt;
+        imported.append(*item);
+    }
+    QFile::rename(path, QFileInfo(path).path() + u"/import-plan.loaded-"_s + QString::number(stamp) + u".json"_s);
+    return imported;
+}
+
 void addLesson(const Lesson& lesson)
 {
     addLessons({lesson});

@@ -34,6 +34,10 @@ Profile loadProfile();
 bool savePlan(const QList<PlanItem>& items);
 QString planPath();
 QList<PlanItem> loadPlan();
+// The plan another tool dropped at "Documents/Brindlow App/import-plan.json" in the home folder.
+// A file that decodes is renamed aside with `stamp` in its name, so it is picked up only once;
+// one that does not is left where it is and reads as nothing.
+std::optional<QList<PlanItem>> takeImport(qint64 stamp);
 
 // Keeps one lesson per file name, newest last, at most 200.
 void addLesson(const Lesson& lesson);

@@ -65,7 +65,7 @@ void Notifier::checkReminder()
     if (!m_scheduled || !m_service)
         return;
     const QDateTime now = m_clock->now().toLocalTime();
-    if (now.date().dayOfWeek() != Qt::Sunday || now.time().hour() < 9)
+    if (!isWeeklyHour(now))
         return;
     QSettings store = settings();
     if (store.value(kLastReminderKey).toDate() == now.date())
@@ -73,6 +73,11 @@ void Notifier::checkReminder()
     store.setValue(kLastReminderKey, now.date());
     store.sync();
     m_service->post(kReminder, u"Brindlow"_s, u"Don't forget to start the week fresh."_s);
+}
+
+bool Notifier::isWeeklyHour(const QDateTime& local)
+{
+    return local.date().dayOfWeek() == Qt::Sunday && local.time().hour() >= 9;
 }
 
 QString Notifier::planReadyBody(int changes)

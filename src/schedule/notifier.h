@@ -32,6 +32,8 @@ public:
     void setAnnouncesPlans(bool announce);
 
     static QString planReadyBody(int changes);
+    // Sunday from 9:00, local time: when the reminder is posted and the weekly refresh runs.
+    static bool isWeeklyHour(const QDateTime& local);
 
 Q_SIGNALS:
     void clicked(const QString& identifier);

@@ -256,7 +256,7 @@ private Q_SLOTS:
         Feed feed;
         AppState state(&feed.clock);
         state.init();
-        MenuView view(state);
+        MenuView view(state.parts());
         auto updater = feed.updater(feed.settings());
         UpdateDialog::attach(*updater, view);
         view.show();

@@ -86,13 +86,13 @@ private Q_SLOTS:
         Profile fresh = Profile::defaults(f.home.path());
         Store::saveProfile(fresh);
         auto state = f.state();
-        state->start(TidyMode::quick);
+        state->refresh().start(TidyMode::quick);
         QCOMPARE(f.windows, QStringList {u"onboarding"_s});
-        QCOMPARE(state->phase(), Phase::idle);
+        QCOMPARE(state->activity().phase(), Phase::idle);
         QCOMPARE(f.server.requestCount(), 0);
 
         fresh.onboarded = true;
-        state->setProfile(fresh);
+        state->preferences().setProfile(fresh);
         {
             // Another process holds the lock: nothing starts, the person is told why, and the lock
             // goes with that process however it ends.
@@ -100,18 +100,18 @@ private Q_SLOTS:
             holder.start(u"flock"_s, {u"--close"_s, Store::dir() + u"/busy.lock"_s, u"sleep"_s, u"30"_s});
             QVERIFY(holder.waitForStarted());
             QTRY_VERIFY(!ProcessLock::tryAcquire(Store::dir() + u"/busy.lock"_s).held());
-            state->start(TidyMode::quick);
-            QCOMPARE(state->phase(), Phase::idle);
-            QCOMPARE(state->message(), AppState::otherProcessBusyText());
+            state->refresh().start(TidyMode::quick);
+            QCOMPARE(state->activity().phase(), Phase::idle);
+            QCOMPARE(state->activity().message(), Activity::otherProcessBusyText());
             holder.kill();
             holder.waitForFinished();
             QTRY_VERIFY(ProcessLock::tryAcquire(Store::dir() + u"/busy.lock"_s).held());
         }
         f.server.setLatency(300);
-        state->start(TidyMode::quick);
-        QCOMPARE(state->phase(), Phase::scanning);
-        state->start(TidyMode::deep); // busy: ignored, so no project learning happens
-        QSignalSpy finished(state.get(), &AppState::refreshFinished);
+        state->refresh().start(TidyMode::quick);
+        QCOMPARE(state->activity().phase(), Phase::scanning);
+        state->refresh().start(TidyMode::deep); // busy: ignored, so no project learning happens
+        QSignalSpy finished(&state.get()->refresh(), &RefreshRun::finished);
         QVERIFY(finished.wait(10000));
         QCOMPARE(finished.size(), 1);
         const QList<FakeClaudeServer::Request> requests = f.server.requests();
@@ -130,22 +130,21 @@ private Q_SLOTS:
         Usage::shared().reset();
         auto state = f.state();
         QVERIFY(AppDriver::refresh(*state, TidyMode::quick));
-        QCOMPARE(state->phase(), Phase::review);
+        QCOMPARE(state->activity().phase(), Phase::review);
         // The first quick refresh looks at every scan folder, never at what is already filed.
         QCOMPARE(f.sentPaths(), (QStringList {u"~/Desktop/letter to bank.txt"_s, u"~/Documents/old notes.txt"_s}));
-        QCOMPARE(state->plan().size(), 2);
-        state->flushEdits();
-        QCOMPARE(Store::loadPlan(), state->plan());
-        QVERIFY(state->lastRunCost() && *state->lastRunCost() > 0);
-        QCOMPARE(state->status(), u"Looking at 2 files"_s);
-        QCOMPARE(state->decided(), 2);
-        QCOMPARE(state->liveCounts().value(u"Personal"_s), 2);
+        QCOMPARE(state->review().plan().size(), 2);
+        state->review().flushEdits();
+        QCOMPARE(Store::loadPlan(), state->review().plan());
+        QVERIFY(state->refresh().lastRunCost() && *state->refresh().lastRunCost() > 0);
+        QCOMPARE(state->activity().status(), u"Looking at 2 files"_s);
+        QCOMPARE(state->refresh().decided(), 2);
 
         // Once a refresh has run, quick means Desktop and Downloads, and only what changed since.
-        state->discardPlan();
-        Profile profile = state->profile();
+        state->review().discard();
+        Profile profile = state->preferences().profile();
         profile.lastRun = QDateTime::currentDateTime().addSecs(-60);
-        state->setProfile(profile);
+        state->preferences().setProfile(profile);
         FileFactory::write(f.home.path() + u"/Downloads/new.txt"_s, "new");
         FileFactory::write(f.home.path() + u"/Documents/also new.txt"_s, "new, but not looked at");
         FileFactory::setModified(f.home.path() + u"/Desktop/letter to bank.txt"_s,
@@ -158,7 +157,7 @@ private Q_SLOTS:
         QVERIFY(!later.contains(u"letter to bank"_s));
 
         // Deep and junk-only refreshes look at every scan folder, whatever their age.
-        state->discardPlan();
+        state->review().discard();
         const int beforeDeep = f.server.requestCount();
         QVERIFY(AppDriver::refresh(*state, TidyMode::deep));
         const QString deep = f.sentSince(beforeDeep);
@@ -166,22 +165,22 @@ private Q_SLOTS:
 
         // New files: the top of Desktop and Downloads changed since the last refresh, hidden ones aside.
         FileFactory::write(f.home.path() + u"/Downloads/.hidden"_s, "h");
-        QSignalSpy counted(state.get(), &AppState::newFilesChanged);
-        state->refreshNewFiles();
+        QSignalSpy counted(&state.get()->refresh(), &RefreshRun::newFilesChanged);
+        state->refresh().refreshNewFiles();
         QVERIFY(counted.wait(5000));
-        QCOMPARE(state->newFiles(), 1); // Downloads/new.txt; the letter is older than the last run
+        QCOMPARE(state->refresh().newFiles(), 1); // Downloads/new.txt; the letter is older than the last run
 
         // Nothing to sort: done, all zeros, and the run counts as the last one.
-        state->discardPlan();
+        state->review().discard();
         QFile::remove(f.home.path() + u"/Downloads/new.txt"_s);
-        profile = state->profile();
+        profile = state->preferences().profile();
         profile.lastRun = QDateTime::currentDateTime().addSecs(5);
-        state->setProfile(profile);
+        state->preferences().setProfile(profile);
         QVERIFY(AppDriver::refresh(*state, TidyMode::quick));
-        QCOMPARE(state->phase(), Phase::done);
-        QCOMPARE(state->lastResult(), ApplyResult {});
-        QCOMPARE(state->profile().lastRun, f.clock.now());
-        QCOMPARE(state->status(), u"Nothing new to sort"_s);
+        QCOMPARE(state->activity().phase(), Phase::done);
+        QCOMPARE(state->moves().lastResult(), ApplyResult {});
+        QCOMPARE(state->preferences().profile().lastRun, f.clock.now());
+        QCOMPARE(state->activity().status(), u"Nothing new to sort"_s);
     }
 
     void failures()
@@ -191,10 +190,10 @@ private Q_SLOTS:
         f.server.setHandler([](const FakeClaudeServer::Request&) { return FakeClaudeServer::Response {401, "{}", 0}; });
         auto state = f.state();
         QVERIFY(AppDriver::refresh(*state, TidyMode::deep));
-        QCOMPARE(state->phase(), Phase::idle);
-        QCOMPARE(state->message(), u"Brindlow couldn't sign in to Claude (error 401). Nothing was moved."_s);
+        QCOMPARE(state->activity().phase(), Phase::idle);
+        QCOMPARE(state->activity().message(), u"Brindlow couldn't sign in to Claude (error 401). Nothing was moved."_s);
         QCOMPARE(f.server.requestCount(), 1); // the connection check alone
-        QVERIFY(state->plan().isEmpty());
+        QVERIFY(state->review().plan().isEmpty());
 
         // The check passes, classification dies of a fatal error: nothing planned, cost recorded.
         f.server.setHandler([](const FakeClaudeServer::Request& request) {
@@ -203,10 +202,10 @@ private Q_SLOTS:
             return FakeClaudeServer::Response {400, R"({"error":"credit balance too low"})", 0};
         });
         QVERIFY(AppDriver::refresh(*state, TidyMode::quick));
-        QCOMPARE(state->phase(), Phase::idle);
-        QVERIFY(state->message()->startsWith(u"Your Claude credits ran out."_s));
-        QVERIFY(state->lastRunCost().has_value());
-        state->flushEdits();
+        QCOMPARE(state->activity().phase(), Phase::idle);
+        QVERIFY(state->activity().message()->startsWith(u"Your Claude credits ran out."_s));
+        QVERIFY(state->refresh().lastRunCost().has_value());
+        state->review().flushEdits();
         QVERIFY(Store::loadPlan().isEmpty());
     }
 
@@ -222,9 +221,9 @@ private Q_SLOTS:
         // Empty files are settled by the rules, so no request is needed for them.
         auto state = f.state();
         QVERIFY(AppDriver::refresh(*state, TidyMode::junkOnly));
-        QCOMPARE(state->total(), 25000);
-        QCOMPARE(state->plan().size(), 25000);
-        QCOMPARE(state->message(), u"Sorted your newest 25,000 files. Run it again for the rest."_s);
+        QCOMPARE(state->refresh().total(), 25000);
+        QCOMPARE(state->review().plan().size(), 25000);
+        QCOMPARE(state->activity().message(), u"Sorted your newest 25,000 files. Run it again for the rest."_s);
         // The month's file count is what was sorted, not what the walk found.
         QCOMPARE(Usage::readLog().runs.constLast().files, 25000);
     }
@@ -239,25 +238,25 @@ private Q_SLOTS:
         gone.src = QUrl::fromLocalFile(f.home.path() + u"/Desktop/gone.txt"_s);
         Store::savePlan({item, gone});
         auto state = f.state();
-        QCOMPARE(state->phase(), Phase::review);
-        QCOMPARE(state->plan(), QList<PlanItem> {item});
-        state->flushEdits();
+        QCOMPARE(state->activity().phase(), Phase::review);
+        QCOMPARE(state->review().plan(), QList<PlanItem> {item});
+        state->review().flushEdits();
         QCOMPARE(Store::loadPlan(), QList<PlanItem> {item});
 
         PlanItem stale = item;
         stale.reason = u"Claude API error 500: oops"_s;
         Store::savePlan({item, stale});
-        QCOMPARE(f.state()->phase(), Phase::idle);
+        QCOMPARE(f.state()->activity().phase(), Phase::idle);
         QVERIFY(Store::loadPlan().isEmpty());
 
         Store::savePlan({gone});
-        QCOMPARE(f.state()->phase(), Phase::idle);
+        QCOMPARE(f.state()->activity().phase(), Phase::idle);
 
         // An import whose files are all gone is still renamed, so it is not read again.
         const QString import = f.home.path() + u"/Documents/Brindlow App/import-plan.json"_s;
         FileFactory::write(import, QJsonDocument(QJsonArray {gone.toJson()}).toJson());
         auto importing = f.state();
-        QCOMPARE(importing->phase(), Phase::idle);
+        QCOMPARE(importing->activity().phase(), Phase::idle);
         QVERIFY(!QFile::exists(import));
         const QString renamed = QFileInfo(import).path() + u"/import-plan.loaded-"_s
             + QString::number(f.clock.now().toSecsSinceEpoch()) + u".json"_s;
@@ -275,8 +274,8 @@ private Q_SLOTS:
             QJsonDocument(QJsonArray {item.toJson(), gone.toJson(), secret.toJson(), nested.toJson()}).toJson());
         f.clock.advance(std::chrono::seconds(1));
         auto imported = f.state();
-        QCOMPARE(imported->phase(), Phase::review);
-        QCOMPARE(imported->plan(), QList<PlanItem> {item});
+        QCOMPARE(imported->activity().phase(), Phase::review);
+        QCOMPARE(imported->review().plan(), QList<PlanItem> {item});
         f.clock.advance(std::chrono::milliseconds(1499));
         QVERIFY(f.windows.isEmpty());
         f.clock.advance(std::chrono::milliseconds(1));
@@ -286,7 +285,7 @@ private Q_SLOTS:
         FileFactory::write(import, "[]");
         Store::savePlan({});
         f.clock.advance(std::chrono::seconds(1));
-        QCOMPARE(f.state()->phase(), Phase::idle);
+        QCOMPARE(f.state()->activity().phase(), Phase::idle);
         QVERIFY(!QFile::exists(import));
 
         FileFactory::write(import, "not json");
@@ -304,41 +303,41 @@ private Q_SLOTS:
             = PlanFactory::item(f.home.path() + u"/Downloads"_s, 7, u"w.txt"_s, u"admin"_s, u"Work Admin"_s);
         Store::savePlan({waiting});
         auto state = f.state();
-        QSignalSpy finished(state.get(), &AppState::refreshFinished);
-        QSignalSpy decided(state.get(), &AppState::decidedChanged);
-        QSignalSpy total(state.get(), &AppState::totalChanged);
+        QSignalSpy finished(&state.get()->refresh(), &RefreshRun::finished);
+        QSignalSpy decided(&state.get()->refresh(), &RefreshRun::progressChanged);
+        QSignalSpy total(&state.get()->refresh(), &RefreshRun::progressChanged);
 
         // Stopped in the connection check, and again in the middle of classifying.
         f.server.setLatency(5000);
         QElapsedTimer clock;
         clock.start();
-        state->start(TidyMode::deep);
+        state->refresh().start(TidyMode::deep);
         QCOMPARE(decided.size(), 1); // the last run's progress is cleared where views see it
         QCOMPARE(total.size(), 1);
-        QVERIFY(state->plan().isEmpty());
-        state->cancelRefresh();
+        QVERIFY(state->review().plan().isEmpty());
+        state->refresh().cancel();
         QVERIFY(finished.wait(2000));
         QVERIFY(clock.elapsed() < 2000);
-        QCOMPARE(state->phase(), Phase::review);
-        QCOMPARE(state->plan(), QList<PlanItem> {waiting});
-        QCOMPARE(state->message(), AppState::refreshStoppedText());
+        QCOMPARE(state->activity().phase(), Phase::review);
+        QCOMPARE(state->review().plan(), QList<PlanItem> {waiting});
+        QCOMPARE(state->activity().message(), RefreshRun::refreshStoppedText());
         f.server.setLatency(0);
         f.server.setHandler([](const FakeClaudeServer::Request& request) {
             if (!request.isConnectionCheck())
                 QThread::msleep(400);
             return FakeClaudeServer::sortingReply(request, personal);
         });
-        state->start(TidyMode::quick);
-        QTRY_VERIFY(state->decided() > 0 || state->status().startsWith(u"Looking at"_s));
-        state->cancelRefresh();
+        state->refresh().start(TidyMode::quick);
+        QTRY_VERIFY(state->refresh().decided() > 0 || state->activity().status().startsWith(u"Looking at"_s));
+        state->refresh().cancel();
         QVERIFY(finished.wait(2000));
-        QCOMPARE(state->phase(), Phase::review);
-        state->flushEdits();
+        QCOMPARE(state->activity().phase(), Phase::review);
+        state->review().flushEdits();
         QCOMPARE(Store::loadPlan(), QList<PlanItem> {waiting});
 
         // Quitting in the middle of a refresh does not wait for the service.
         f.server.setLatency(5000);
-        state->start(TidyMode::quick);
+        state->refresh().start(TidyMode::quick);
         clock.restart();
         state.reset();
         QVERIFY2(clock.elapsed() < 2000, qPrintable(QString::number(clock.elapsed())));
@@ -354,39 +353,39 @@ private Q_SLOTS:
         Store::saveProfile(profile);
         auto state = f.state();
         f.clock.set(QDateTime(QDate(2026, 3, 1), QTime(8, 59), Qt::LocalTime));
-        state->autoCheck();
-        QCOMPARE(state->phase(), Phase::idle);
+        state->refresh().autoCheck();
+        QCOMPARE(state->activity().phase(), Phase::idle);
         f.clock.set(QDateTime(QDate(2026, 3, 2), QTime(9, 5), Qt::LocalTime)); // a Monday
-        state->autoCheck();
-        QCOMPARE(state->phase(), Phase::idle);
+        state->refresh().autoCheck();
+        QCOMPARE(state->activity().phase(), Phase::idle);
 
         f.clock.set(QDateTime(QDate(2026, 3, 1), QTime(9, 5), Qt::LocalTime));
-        QSignalSpy finished(state.get(), &AppState::refreshFinished);
-        state->autoCheck();
-        QCOMPARE(state->phase(), Phase::scanning);
+        QSignalSpy finished(&state.get()->refresh(), &RefreshRun::finished);
+        state->refresh().autoCheck();
+        QCOMPARE(state->activity().phase(), Phase::scanning);
         QVERIFY(finished.wait(10000));
-        QCOMPARE(state->phase(), Phase::done); // nothing to sort: today's run is recorded
-        state->discardPlan();
+        QCOMPARE(state->activity().phase(), Phase::done); // nothing to sort: today's run is recorded
+        state->review().discard();
         f.clock.set(QDateTime(QDate(2026, 3, 1), QTime(9, 15), Qt::LocalTime));
-        state->autoCheck();
-        QCOMPARE(state->phase(), Phase::idle);
+        state->refresh().autoCheck();
+        QCOMPARE(state->activity().phase(), Phase::idle);
 
         // A failed automatic refresh leaves the day open for the next tick.
-        profile = state->profile();
+        profile = state->preferences().profile();
         profile.lastRun = QDateTime(QDate(2026, 2, 22), QTime(9, 30), Qt::LocalTime);
-        state->setProfile(profile);
+        state->preferences().setProfile(profile);
         f.server.setHandler([](const FakeClaudeServer::Request&) { return FakeClaudeServer::Response {401, "{}", 0}; });
-        state->autoCheck();
+        state->refresh().autoCheck();
         QVERIFY(finished.wait(10000));
-        QCOMPARE(state->profile().lastRun, profile.lastRun);
-        state->autoCheck();
-        QCOMPARE(state->phase(), Phase::scanning);
+        QCOMPARE(state->preferences().profile().lastRun, profile.lastRun);
+        state->refresh().autoCheck();
+        QCOMPARE(state->activity().phase(), Phase::scanning);
         QVERIFY(finished.wait(10000));
 
         // A tapped notification opens a waiting review whatever it was about.
         f.windows.clear();
         state->handleNotification(u"sunday-reminder"_s);
-        QCOMPARE(state->phase(), Phase::scanning); // no plan waiting: the reminder starts a refresh
+        QCOMPARE(state->activity().phase(), Phase::scanning); // no plan waiting: the reminder starts a refresh
         QVERIFY(finished.wait(10000));
     }
 
@@ -394,32 +393,32 @@ private Q_SLOTS:
     {
         Fixture f;
         auto state = f.state();
-        QCOMPARE(state->lastRunText(), u"Ready for a fresh start"_s);
-        Profile profile = state->profile();
+        QCOMPARE(state->preferences().lastRunText(), u"Ready for a fresh start"_s);
+        Profile profile = state->preferences().profile();
         profile.lastRun = f.clock.now().addDays(-2);
-        state->setProfile(profile);
-        QCOMPARE(state->lastRunText(), u"Last refresh 2 days ago"_s);
+        state->preferences().setProfile(profile);
+        QCOMPARE(state->preferences().lastRunText(), u"Last refresh 2 days ago"_s);
         // The tests run under the C locale, which still reads in whole English words.
         profile.lastRun = f.clock.now().addSecs(-61);
-        state->setProfile(profile);
-        QCOMPARE(state->lastRunText(), u"Last refresh 1 minute ago"_s);
-        QCOMPARE(state->lastLogText(), QString());
+        state->preferences().setProfile(profile);
+        QCOMPARE(state->preferences().lastRunText(), u"Last refresh 1 minute ago"_s);
+        QCOMPARE(state->moves().lastLogText(), QString());
 
-        QCOMPARE(state->timeLeftText(), std::nullopt);
+        QCOMPARE(state->refresh().timeLeftText(), std::nullopt);
         f.server.setLatency(3000); // hold the refresh in its connection check
         FileFactory::write(f.home.path() + u"/Desktop/x.txt"_s, "x");
-        state->start(TidyMode::deep);
-        QCOMPARE(state->calmStatus(), u"Getting started\u2026"_s);
-        state->applyProgress(0, 720, {});
-        QCOMPARE(state->timeLeftText(), u"Estimating time left\u2026"_s);
+        state->refresh().start(TidyMode::deep);
+        QCOMPARE(state->refresh().calmStatus(), u"Getting started\u2026"_s);
+        state->refresh().setProgress(0, 720);
+        QCOMPARE(state->refresh().timeLeftText(), u"Estimating time left\u2026"_s);
         f.clock.advance(std::chrono::seconds(60));
-        state->applyProgress(120, 720, {});
-        QCOMPARE(state->timeLeftText(), u"About 5 min left"_s);
-        QCOMPARE(state->calmStatus(), u"About 5 min left"_s);
-        state->applyProgress(670, 720, {});
+        state->refresh().setProgress(120, 720);
+        QCOMPARE(state->refresh().timeLeftText(), u"About 5 min left"_s);
+        QCOMPARE(state->refresh().calmStatus(), u"About 5 min left"_s);
+        state->refresh().setProgress(670, 720);
         f.clock.advance(std::chrono::seconds(275)); // 670 in 335 s: 2 a second, 50 left
-        QCOMPARE(state->timeLeftText(), u"Less than a minute left"_s);
-        QSignalSpy finished(state.get(), &AppState::refreshFinished);
+        QCOMPARE(state->refresh().timeLeftText(), u"Less than a minute left"_s);
+        QSignalSpy finished(&state.get()->refresh(), &RefreshRun::finished);
         QVERIFY(finished.wait(15000));
     }
 };

@@ -58,15 +58,15 @@ private Q_SLOTS:
             }
         });
         for (const PlanItem& item : plan)
-            state.setDestination(item.id, u"Archive"_s);
+            state.review().setDestination(item.id, u"Archive"_s);
         // Without anyone waiting for it, the burst reaches the disk within about a second.
         QTRY_VERIFY_WITH_TIMEOUT(approvedOnDisk(999), 1500);
-        state.flushEdits();
+        state.review().flushEdits();
         reading = false;
         reader.join();
         QCOMPARE(torn.load(), 0);
-        QVERIFY2(state.planWrites() <= 3, qPrintable(QString::number(state.planWrites())));
-        QCOMPARE(Store::loadPlan(), state.plan());
+        QVERIFY2(state.review().planWrites() <= 3, qPrintable(QString::number(state.review().planWrites())));
+        QCOMPARE(Store::loadPlan(), state.review().plan());
         const QList<Lesson> lessons = Store::loadLessons();
         QCOMPARE(lessons.size(), Store::kMaxLessons);
         QCOMPARE(lessons.last(), (Lesson {u"file 999.txt"_s, u"reason for file 999.txt"_s, u"Archive"_s}));
@@ -79,30 +79,30 @@ private Q_SLOTS:
         TestClock clock;
         AppState tray(&clock);
         tray.init();
-        QSignalSpy trayReset(&tray, &AppState::planReset);
+        QSignalSpy trayReset(&tray.review(), &PlanReview::planReset);
         {
             // Another Brindlow (a terminal, say) edits one item and ends.
             AppState terminal(&clock);
             terminal.init();
-            terminal.toggle(1);
-            tray.toggle(2); // not yet written when the other one writes
-            terminal.flushEdits();
+            terminal.review().toggle(1);
+            tray.review().toggle(2); // not yet written when the other one writes
+            terminal.review().flushEdits();
         }
-        tray.flushEdits();
+        tray.review().flushEdits();
         QVERIFY(approvedOnDisk(1) && approvedOnDisk(2));
         // The tray program picks up the other edit without losing its own.
-        QTRY_VERIFY(tray.plan()[1].approved);
-        QVERIFY(tray.plan()[2].approved);
+        QTRY_VERIFY(tray.review().plan()[1].approved);
+        QVERIFY(tray.review().plan()[2].approved);
         QVERIFY(!trayReset.isEmpty());
 
         // A plan replaced elsewhere (applied from a terminal) ends the review here.
         {
             AppState terminal(&clock);
             terminal.init();
-            terminal.discardPlan();
+            terminal.review().discard();
         }
-        QTRY_COMPARE(tray.phase(), Phase::idle);
-        QVERIFY(tray.plan().isEmpty());
+        QTRY_COMPARE(tray.activity().phase(), Phase::idle);
+        QVERIFY(tray.review().plan().isEmpty());
     }
 };
 

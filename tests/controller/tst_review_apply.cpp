@@ -52,14 +52,14 @@ public:
     }
 };
 
-const PlanItem& byId(const AppState& state, qint64 id)
+const PlanItem& byId(AppState& state, qint64 id)
 {
-    return state.plan().at(state.rowOf(id));
+    return state.review().plan().at(state.review().rowOf(id));
 }
 
 bool waitForMove(AppState& state)
 {
-    QSignalSpy finished(&state, &AppState::moveFinished);
+    QSignalSpy finished(&state.moves(), &Moves::finished);
     return finished.wait(10000);
 }
 
@@ -76,49 +76,49 @@ private Q_SLOTS:
         f.add(u"a.txt"_s, FileKind::doc, u"personal"_s, u"Personal/Documents"_s);
         f.add(u"b.txt"_s, FileKind::doc, u"admin"_s, u"Work Admin"_s);
         auto state = f.state();
-        QCOMPARE(state->phase(), Phase::review);
+        QCOMPARE(state->activity().phase(), Phase::review);
 
-        state->toggle(0);
+        state->review().toggle(0);
         QVERIFY(!byId(*state, 0).approved);
-        state->flushEdits();
+        state->review().flushEdits();
         QVERIFY(!Store::loadPlan().at(0).approved);
-        state->toggle(0);
+        state->review().toggle(0);
         QVERIFY(byId(*state, 0).approved);
-        state->toggle(99);
-        state->setApproved({}, false);
+        state->review().toggle(99);
+        state->review().setApproved({}, false);
         QVERIFY(byId(*state, 0).approved && byId(*state, 1).approved);
-        state->setApproved({0, 1, 99}, false);
+        state->review().setApproved({0, 1, 99}, false);
         QVERIFY(!byId(*state, 0).approved && !byId(*state, 1).approved);
-        state->toggleRename(1);
-        state->flushEdits();
+        state->review().toggleRename(1);
+        state->review().flushEdits();
         QVERIFY(!Store::loadPlan().at(1).renameApproved);
 
-        state->setDestination(0, std::nullopt);
+        state->review().setDestination(0, std::nullopt);
         QVERIFY(!byId(*state, 0).approved);
-        state->flushEdits();
+        state->review().flushEdits();
         QVERIFY(Store::loadLessons().isEmpty());
-        state->setDestination(0, u"Personal/Travel"_s);
+        state->review().setDestination(0, u"Personal/Travel"_s);
         QCOMPARE(byId(*state, 0).category, u"user"_s);
         QCOMPARE(byId(*state, 0).destFolder, u"Personal/Travel"_s);
         QVERIFY(byId(*state, 0).approved);
-        state->setDestination(0, u"Archive/2024"_s);
+        state->review().setDestination(0, u"Archive/2024"_s);
         {
             // Another Brindlow may be moving these very files: the plan is not dropped under it.
             const ProcessLock other = ProcessLock::tryAcquire(Store::dir() + u"/busy.lock"_s);
-            state->discardPlan();
-            QCOMPARE(state->plan().size(), 2);
-            QCOMPARE(state->message(), AppState::otherProcessBusyText());
+            state->review().discard();
+            QCOMPARE(state->review().plan().size(), 2);
+            QCOMPARE(state->activity().message(), Activity::otherProcessBusyText());
         }
         // Folders that would climb out of the home base are refused, whoever asks.
-        state->setDestination(0, u"../../Desktop/x"_s);
-        QCOMPARE(state->addProject(u"../x"_s), 0);
-        Profile outside = state->profile();
+        state->review().setDestination(0, u"../../Desktop/x"_s);
+        QCOMPARE(state->review().addProject(u"../x"_s), 0);
+        Profile outside = state->preferences().profile();
         outside.homeBase = u"../tmp"_s;
-        state->setProfile(outside);
-        QCOMPARE(state->profile().homeBase, f.home.path() + u"/Documents"_s);
-        state->flushEdits();
+        state->preferences().setProfile(outside);
+        QCOMPARE(state->preferences().profile().homeBase, f.home.path() + u"/Documents"_s);
+        state->review().flushEdits();
         QCOMPARE(Store::loadLessons(), (QList<Lesson> {{u"a.txt"_s, u"reason for a.txt"_s, u"Archive/2024"_s}}));
-        QCOMPARE(Store::loadPlan(), state->plan());
+        QCOMPARE(Store::loadPlan(), state->review().plan());
     }
 
     void projects()
@@ -140,11 +140,11 @@ private Q_SLOTS:
             f.add(u"n%1.png"_s.arg(i), FileKind::image, u"needs-you"_s, u"X"_s).suggestedProject = u"quorrel"_s;
         auto state = f.state();
 
-        QCOMPARE(state->projectSuggestions(), (QList<GroupCount> {{u"KSTL"_s, 3}}));
-        QCOMPARE(state->addProject(u"  "_s), 0);
+        QCOMPARE(state->review().projectSuggestions(), (QList<GroupCount> {{u"KSTL"_s, 3}}));
+        QCOMPARE(state->review().addProject(u"  "_s), 0);
         // "Quorrel" is known (as Clients/Quorrel): no second project, but its files are gathered.
-        QCOMPARE(state->addProject(u" Quorrel\n"_s), 5);
-        QCOMPARE(state->profile().projects.size(), 1);
+        QCOMPARE(state->review().addProject(u" Quorrel\n"_s), 5);
+        QCOMPARE(state->preferences().profile().projects.size(), 1);
         QCOMPARE(byId(*state, 0).destFolder, u"Projects/Quorrel/Images"_s);
         QCOMPARE(byId(*state, 0).category, u"project:Quorrel"_s);
         QVERIFY(byId(*state, 0).approved);
@@ -153,16 +153,16 @@ private Q_SLOTS:
         QCOMPARE(byId(*state, 2).suggestedProject, std::nullopt);
         QCOMPARE(byId(*state, 3).category, u"junk"_s);
         QCOMPARE(byId(*state, 4).category, u"personal"_s);
-        state->flushEdits();
+        state->review().flushEdits();
         QCOMPARE(Store::loadLessons().last(),
                  (Lesson {u"(project)"_s, u"user added project"_s, u"Projects/Quorrel"_s}));
 
-        QCOMPARE(state->addProject(u"Acme: Ads"_s), 0);
-        QCOMPARE(state->profile().projects.last().name, u"Acme: Ads"_s);
+        QCOMPARE(state->review().addProject(u"Acme: Ads"_s), 0);
+        QCOMPARE(state->preferences().profile().projects.last().name, u"Acme: Ads"_s);
         QTRY_COMPARE(Store::loadProfile().projects.size(), 2);
-        QCOMPARE(state->addProject(u"KSTL"_s), 3);
+        QCOMPARE(state->review().addProject(u"KSTL"_s), 3);
         QCOMPARE(byId(*state, 5).destFolder, u"Projects/KSTL/Images"_s);
-        QVERIFY(state->projectSuggestions().isEmpty());
+        QVERIFY(state->review().projectSuggestions().isEmpty());
     }
 
     void applyAndRecap()
@@ -177,17 +177,17 @@ private Q_SLOTS:
         f.add(u"unsure.txt"_s, FileKind::doc, u"needs-you"_s, u"Brindlow Review/Needs You"_s).approved = true;
         f.add(u"skipped.txt"_s, FileKind::doc, u"admin"_s, u"Work Admin"_s).approved = false;
         auto state = f.state();
-        state->undoLast(); // nothing applied yet
+        state->moves().undoLast(); // nothing applied yet
         QVERIFY(waitForMove(*state));
-        QCOMPARE(state->message(), u"Nothing to undo."_s);
-        QCOMPARE(state->phase(), Phase::idle);
+        QCOMPARE(state->activity().message(), u"Nothing to undo."_s);
+        QCOMPARE(state->activity().phase(), Phase::idle);
 
         auto reviewing = f.state();
-        reviewing->apply(true);
-        QCOMPARE(reviewing->phase(), Phase::applying);
+        reviewing->moves().apply(true);
+        QCOMPARE(reviewing->activity().phase(), Phase::applying);
         QVERIFY(waitForMove(*reviewing));
-        QCOMPARE(reviewing->phase(), Phase::done);
-        const RecapData recap = *reviewing->recap();
+        QCOMPARE(reviewing->activity().phase(), Phase::done);
+        const RecapData recap = *reviewing->moves().recap();
         QCOMPARE(recap.groups, (QList<GroupCount> {{u"Quorrel"_s, 3}, {u"Personal"_s, 2}}));
         QCOMPARE(recap.renameFrom, u"IMG_1.png"_s); // an image is the better example
         QCOMPARE(recap.renameTo, u"Beach day.png"_s);
@@ -195,19 +195,19 @@ private Q_SLOTS:
         QCOMPARE(recap.result.moved, 8);
         QCOMPARE(recap.result.renamed, 2);
         QCOMPARE(recap.result.needsYou, 1);
-        QCOMPARE(*reviewing->lastResult(), recap.result);
+        QCOMPARE(*reviewing->moves().lastResult(), recap.result);
         QCOMPARE(f.windows, QStringList {u"recap"_s});
-        reviewing->flushEdits();
-        QVERIFY(reviewing->plan().isEmpty() && Store::loadPlan().isEmpty());
-        QCOMPARE(reviewing->profile().lastRun, f.clock.now());
+        reviewing->review().flushEdits();
+        QVERIFY(reviewing->review().plan().isEmpty() && Store::loadPlan().isEmpty());
+        QCOMPARE(reviewing->preferences().profile().lastRun, f.clock.now());
         QVERIFY(QFile::exists(f.home.path() + u"/Documents/Personal/Photos/Beach day.png"_s));
-        QTRY_VERIFY(!reviewing->lastLogText().isEmpty());
+        QTRY_VERIFY(!reviewing->moves().lastLogText().isEmpty());
 
-        reviewing->apply(true); // no longer in review
-        QCOMPARE(reviewing->phase(), Phase::done);
-        reviewing->undoLast();
+        reviewing->moves().apply(true); // no longer in review
+        QCOMPARE(reviewing->activity().phase(), Phase::done);
+        reviewing->moves().undoLast();
         QVERIFY(waitForMove(*reviewing));
-        QCOMPARE(reviewing->message(), u"Restored 8 files to where they were."_s);
+        QCOMPARE(reviewing->activity().message(), u"Restored 8 files to where they were."_s);
         QVERIFY(QFile::exists(f.home.path() + u"/Downloads/IMG_1.png"_s));
     }
 
@@ -225,7 +225,7 @@ private Q_SLOTS:
                     QThread::yieldCurrentThread();
             }
         });
-        state->apply(true);
+        state->moves().apply(true);
         QTRY_COMPARE(moves.load(), 5);
         quitting = true;
         state.reset(); // the program quits: the file in hand finishes, the log is written
@@ -235,9 +235,9 @@ private Q_SLOTS:
 
         f.items.clear();
         auto restarted = f.state();
-        restarted->undoLast();
+        restarted->moves().undoLast();
         QVERIFY(waitForMove(*restarted));
-        QCOMPARE(restarted->lastUndo()->restored, moved);
+        QCOMPARE(restarted->moves().lastUndo()->restored, moved);
         QCOMPARE(QDir(f.home.path() + u"/Downloads"_s).entryList(QDir::Files).size(), 300);
     }
 
@@ -250,14 +250,14 @@ private Q_SLOTS:
         QFile::remove(f.home.path() + u"/Downloads/gone.pdf"_s);
         QFile::remove(f.home.path() + u"/Downloads/receipt.pdf"_s);
         // Nothing left to move: the apply still ends, clears the plan and records the run.
-        state->apply(false);
+        state->moves().apply(false);
         QVERIFY(waitForMove(*state));
-        QCOMPARE(state->phase(), Phase::done);
-        QCOMPARE(state->recap()->result.moved, 0);
-        QCOMPARE(state->recap()->result.skipped, 2);
-        QCOMPARE(state->recap()->renameFrom, std::nullopt);
+        QCOMPARE(state->activity().phase(), Phase::done);
+        QCOMPARE(state->moves().recap()->result.moved, 0);
+        QCOMPARE(state->moves().recap()->result.skipped, 2);
+        QCOMPARE(state->moves().recap()->renameFrom, std::nullopt);
         QVERIFY(f.windows.isEmpty());
-        QVERIFY(state->profile().lastRun.has_value());
+        QVERIFY(state->preferences().profile().lastRun.has_value());
     }
 };
 

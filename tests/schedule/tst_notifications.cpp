@@ -108,7 +108,7 @@ private Q_SLOTS:
         QStringList windows;
         const auto state = AppDriver::start(&clock, &windows);
         QVERIFY(AppDriver::refresh(*state));
-        QCOMPARE(state->phase(), Phase::review);
+        QCOMPARE(state->activity().phase(), Phase::review);
         QTRY_COMPARE(service.shown.size(), 1);
         QCOMPARE(service.shown[0].summary, u"Your fresh start is ready"_s);
         QCOMPARE(service.shown[0].body, u"3 changes are waiting. Nothing moves until you say so."_s);
@@ -118,7 +118,7 @@ private Q_SLOTS:
         QTRY_COMPARE(windows, QStringList {u"review"_s});
         state->handleNotification(u"sunday-reminder"_s);
         QCOMPARE(windows, (QStringList {u"review"_s, u"review"_s}));
-        QCOMPARE(state->phase(), Phase::review);
+        QCOMPARE(state->activity().phase(), Phase::review);
         QCOMPARE(Notifier::planReadyBody(1234), u"1,234 changes are waiting. Nothing moves until you say so."_s);
     }
 

@@ -18,8 +18,8 @@ std::unique_ptr<AppState> start(const Clock* clock, QStringList* windows)
 
 bool refresh(AppState& state, TidyMode mode)
 {
-    QSignalSpy finished(&state, &AppState::refreshFinished);
-    state.start(mode);
+    QSignalSpy finished(&state.refresh(), &RefreshRun::finished);
+    state.refresh().start(mode);
     return finished.wait(20000);
 }
 

@@ -15,7 +15,7 @@ namespace {
 // The window as the panel's "Get started" opens it, its autostart entry inside the test's home.
 std::unique_ptr<OnboardingWindow> openWindow(Fixture& f)
 {
-    auto window = std::make_unique<OnboardingWindow>(*f.state, f.autostart());
+    auto window = std::make_unique<OnboardingWindow>(f.state->parts(), f.autostart());
     window->show();
     return window;
 }
@@ -62,7 +62,7 @@ private Q_SLOTS:
         QCOMPARE(key->echoMode(), QLineEdit::Password);
         QVERIFY(control(*window, u"Continue"_s)->isEnabled());
 
-        QSignalSpy tested(f.state.get(), &AppState::connectionTested);
+        QSignalSpy tested(&f.state.get()->preferences(), &Preferences::connectionTested);
         click(control(*window, u"Test connection"_s));
         // While the request is out the window answers and says so.
         QAbstractButton* testing = control(*window, u"Testing…"_s);
@@ -120,7 +120,7 @@ private Q_SLOTS:
         click(control(*window, u"Keep app installers"_s));
         click(control(*window, u"Rename unclear files by what's in them"_s));
         click(control(*window, u"Careful"_s));
-        f.state->flushEdits();
+        f.state->review().flushEdits();
         const Profile stored = Store::loadProfile();
         QVERIFY(stored.keepInstallers);
         QVERIFY(!stored.renameFiles);
@@ -145,11 +145,11 @@ private Q_SLOTS:
         toPreferences(*window);
         QVERIFY(!control(*window, u"Sunday Reset"_s)->isChecked());
 
-        QSignalSpy finished(f.state.get(), &AppState::refreshFinished);
+        QSignalSpy finished(&f.state.get()->refresh(), &RefreshRun::finished);
         click(control(*window, u"Start my first refresh"_s));
-        QCOMPARE(f.state->phase(), Phase::scanning);
+        QCOMPARE(f.state->activity().phase(), Phase::scanning);
         QVERIFY(f.state->notifier()->reminderScheduled());
-        f.state->flushEdits();
+        f.state->review().flushEdits();
         QVERIFY(Store::loadProfile().onboarded);
         QVERIFY(!window->isVisible());
         QVERIFY(finished.wait(20000));

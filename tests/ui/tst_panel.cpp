@@ -58,12 +58,12 @@ public:
     void open()
     {
         state = AppDriver::start(&clock);
-        view = std::make_unique<MenuView>(*state);
+        view = std::make_unique<MenuView>(state->parts());
         QObject::connect(
             view.get(), &MenuView::windowRequested, view.get(), [this](const QString& id) { windows.append(id); });
         QObject::connect(
             view.get(), &MenuView::folderRequested, view.get(), [this](const QString& path) { folders.append(path); });
-        QSignalSpy counted(state.get(), &AppState::newFilesChanged);
+        QSignalSpy counted(&state.get()->refresh(), &RefreshRun::newFilesChanged);
         view->show();
         QVERIFY(counted.wait(5000));
     }
@@ -123,9 +123,9 @@ private Q_SLOTS:
     {
         Fixture f;
         f.open();
-        QCOMPARE(f.state->phase(), Phase::idle);
+        QCOMPARE(f.state->activity().phase(), Phase::idle);
         // Showing the panel counts again; the words follow the number.
-        QSignalSpy counted(f.state.get(), &AppState::newFilesChanged);
+        QSignalSpy counted(&f.state.get()->refresh(), &RefreshRun::newFilesChanged);
         const auto shown = [&](const QString& count, const QString& words) {
             return f.texts().contains(count) && f.texts().contains(words);
         };
@@ -158,7 +158,7 @@ private Q_SLOTS:
         f.open();
         f.server.setLatency(20000);
         click(control(*f.view, u"Refresh now"_s));
-        QCOMPARE(f.state->phase(), Phase::scanning);
+        QCOMPARE(f.state->activity().phase(), Phase::scanning);
         QCOMPARE(f.view->currentPanel(), f.view->scanningPanel());
         QVERIFY(f.texts().contains(u"Getting started\u2026"_s));
 
@@ -166,14 +166,14 @@ private Q_SLOTS:
         QAbstractButton* undo = control(*f.view->idlePanel(), u"Undo last refresh"_s, false);
         QVERIFY(undo);
         click(undo);
-        QCOMPARE(f.state->phase(), Phase::scanning);
-        QCOMPARE(f.state->status(), u"Looking through your folders"_s);
+        QCOMPARE(f.state->activity().phase(), Phase::scanning);
+        QCOMPARE(f.state->activity().status(), u"Looking through your folders"_s);
 
-        QSignalSpy finished(f.state.get(), &AppState::refreshFinished);
+        QSignalSpy finished(&f.state.get()->refresh(), &RefreshRun::finished);
         click(control(*f.view, u"Stop refresh"_s));
         QVERIFY(finished.wait(10000));
         QCOMPARE(f.view->currentPanel(), f.view->idlePanel());
-        QVERIFY(f.texts().contains(AppState::refreshStoppedText()));
+        QVERIFY(f.texts().contains(RefreshRun::refreshStoppedText()));
     }
 
     void progressIsSmoothedAndClamped()
@@ -182,27 +182,27 @@ private Q_SLOTS:
         Fixture f;
         f.open();
         f.server.setLatency(20000);
-        f.state->start(TidyMode::quick);
+        f.state->refresh().start(TidyMode::quick);
         ScanningPanel* panel = f.view->scanningPanel();
         ZenView* zen = panel->zenView();
         QVERIFY(zen->isVisible());
 
-        f.state->applyProgress(0, 0, {});
+        f.state->refresh().setProgress(0, 0);
         driver.step(1500ms);
         QCOMPARE(zen->fraction(), 0.0);
 
-        f.state->applyProgress(5, 10, {});
+        f.state->refresh().setProgress(5, 10);
         driver.step(700ms);
         QVERIFY2(zen->fraction() > 0.05 && zen->fraction() < 0.45, qPrintable(QString::number(zen->fraction())));
         driver.step(800ms);
         QCOMPARE(zen->fraction(), 0.5);
 
-        f.state->applyProgress(15, 10, {});
+        f.state->refresh().setProgress(15, 10);
         driver.step(1500ms);
         QCOMPARE(zen->fraction(), 1.0);
 
-        QSignalSpy finished(f.state.get(), &AppState::refreshFinished);
-        f.state->cancelRefresh();
+        QSignalSpy finished(&f.state.get()->refresh(), &RefreshRun::finished);
+        f.state->refresh().cancel();
         QVERIFY(finished.wait(10000));
     }
 
@@ -221,26 +221,27 @@ private Q_SLOTS:
         click(control(*f.view, u"Review changes"_s));
         QCOMPARE(f.windows, QStringList {u"review"_s});
 
-        QSignalSpy moved(f.state.get(), &AppState::moveFinished);
-        f.state->apply(true);
+        QSignalSpy moved(&f.state.get()->moves(), &Moves::finished);
+        f.state->moves().apply(true);
         QVERIFY(moved.wait(10000));
         QCOMPARE(f.view->currentPanel(), f.view->donePanel());
         texts = f.texts();
         QVERIFY(texts.contains(u"1 files need you"_s));
         click(control(*f.view, u"1 files need you"_s));
-        QCOMPARE(f.folders.last(), f.state->profile().homeBase + u"/Brindlow Review/Needs You"_s);
+        QCOMPARE(f.folders.last(), f.state->preferences().profile().homeBase + u"/Brindlow Review/Needs You"_s);
         // The files on disk are small; what counts is the size that really moved.
         const QString clearOut = f.texts().filter(u"Review what to clear out · "_s).value(0);
         QVERIFY2(!clearOut.isEmpty(), qPrintable(f.texts().join(u"|"_s)));
         click(control(*f.view, clearOut));
-        QCOMPARE(f.folders.last(), f.state->profile().homeBase + u"/Brindlow Review/To Delete - Review First"_s);
+        QCOMPARE(f.folders.last(),
+                 f.state->preferences().profile().homeBase + u"/Brindlow Review/To Delete - Review First"_s);
         click(control(*f.view, u"Watch your recap"_s));
         QCOMPARE(f.windows.last(), u"recap"_s);
 
         // Undo shows the files going back on the progress panel, full, then the result.
-        QSignalSpy back(f.state.get(), &AppState::moveFinished);
+        QSignalSpy back(&f.state.get()->moves(), &Moves::finished);
         click(control(*f.view, u"Undo last refresh"_s));
-        QCOMPARE(f.state->phase(), Phase::applying);
+        QCOMPARE(f.state->activity().phase(), Phase::applying);
         QCOMPARE(f.view->currentPanel(), f.view->scanningPanel());
         QVERIFY(f.texts().contains(u"Putting files back"_s));
         QCOMPARE(f.view->scanningPanel()->zenView()->fraction(), 1.0);
@@ -278,9 +279,9 @@ private Q_SLOTS:
         QVERIFY(texts.filter(u"Review what to clear out"_s).isEmpty());
         QVERIFY(texts.contains(u"0 B"_s) || texts.contains(u"0 bytes"_s));
         click(control(*f.view, u"Open Folder"_s));
-        QCOMPARE(f.folders, QStringList {f.state->profile().homeBase});
+        QCOMPARE(f.folders, QStringList {f.state->preferences().profile().homeBase});
         click(control(*f.view, u"Done"_s));
-        QCOMPARE(f.state->phase(), Phase::idle);
+        QCOMPARE(f.state->activity().phase(), Phase::idle);
         QCOMPARE(f.view->currentPanel(), f.view->idlePanel());
     }
 
@@ -289,12 +290,12 @@ private Q_SLOTS:
         Fixture f;
         f.pendingPlan();
         f.open();
-        MenuBarLabel label(*f.state);
+        MenuBarLabel label(f.state->parts());
         QCOMPARE(label.image(), MenuBarLabel::Image::planWaiting);
         // "Not now" drops the plan, on disk too.
         click(control(*f.view, u"Not now"_s));
         QCOMPARE(label.image(), MenuBarLabel::Image::brand);
-        QCOMPARE(f.state->phase(), Phase::idle);
+        QCOMPARE(f.state->activity().phase(), Phase::idle);
         QCOMPARE(f.view->currentPanel(), f.view->idlePanel());
         QTRY_VERIFY(Store::loadPlan().isEmpty());
 
@@ -303,15 +304,15 @@ private Q_SLOTS:
             actions.cbegin(), actions.cend(), [](const QAction* action) { return action->text() == u"Refresh now"; });
         f.server.setLatency(20000);
         refresh->trigger();
-        QCOMPARE(f.state->phase(), Phase::scanning);
+        QCOMPARE(f.state->activity().phase(), Phase::scanning);
         QCOMPARE(label.image(), MenuBarLabel::Image::busy);
         QVERIFY(!refresh->isEnabled());
 
         QSignalSpy toggled(&label, &MenuBarLabel::panelToggled);
         Q_EMIT label.trayIcon()->activated(QSystemTrayIcon::Trigger);
         QCOMPARE(toggled.size(), 1);
-        QSignalSpy finished(f.state.get(), &AppState::refreshFinished);
-        f.state->cancelRefresh();
+        QSignalSpy finished(&f.state.get()->refresh(), &RefreshRun::finished);
+        f.state->refresh().cancel();
         QVERIFY(finished.wait(10000));
         QCOMPARE(label.image(), MenuBarLabel::Image::brand);
         QVERIFY(MenuBarLabel::render(MenuBarLabel::Image::busy).pixmap(22).toImage()

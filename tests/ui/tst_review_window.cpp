@@ -105,7 +105,7 @@ public:
     {
         QVERIFY(Store::savePlan(items));
         state = AppDriver::start(&clock);
-        window = std::make_unique<ReviewWindow>(*state, thumbs);
+        window = std::make_unique<ReviewWindow>(state->parts(), thumbs);
         window->show();
         QVERIFY(QTest::qWaitForWindowExposed(window.get()));
         settle();
@@ -113,12 +113,12 @@ public:
 
     const PlanItem& item(qint64 id) const
     {
-        return state->plan().at(state->rowOf(id));
+        return state->review().plan().at(state->review().rowOf(id));
     }
 
     QString homeBase() const
     {
-        return state->profile().homeBase;
+        return state->preferences().profile().homeBase;
     }
 };
 
@@ -228,9 +228,9 @@ private Q_SLOTS:
         QTest::keyClick(grid, Qt::Key_A, Qt::ControlModifier);
         QCOMPARE(grid->selectionModel()->selectedIndexes().size(), 1006);
         QTest::keyClick(grid, Qt::Key_Space);
-        QVERIFY(std::none_of(f.state->plan().cbegin(), f.state->plan().cend(), [](const PlanItem& item) {
-            return item.approved && item.category != u"needs-you";
-        }));
+        QVERIFY(std::none_of(f.state->review().plan().cbegin(),
+                             f.state->review().plan().cend(),
+                             [](const PlanItem& item) { return item.approved && item.category != u"needs-you"; }));
         QVERIFY(control(*f.window, u"Approve 0 changes"_s));
         QTest::keyClick(grid, Qt::Key_Space);
         QVERIFY(control(*f.window, u"Approve 1,006 changes"_s));
@@ -294,7 +294,7 @@ private Q_SLOTS:
         QCOMPARE(f.item(1).approved, true);
         QCOMPARE(f.item(2).renameApproved, true);
 
-        QSignalSpy moved(f.state.get(), &AppState::moveFinished);
+        QSignalSpy moved(&f.state.get()->moves(), &Moves::finished);
         click(control(*f.window, button));
         QVERIFY(!f.window->isVisible());
         QVERIFY(moved.wait(10000));

@@ -13,7 +13,7 @@ namespace {
 
 std::unique_ptr<SettingsWindow> openWindow(Fixture& f)
 {
-    auto window = std::make_unique<SettingsWindow>(*f.state, &f.clock, f.autostart());
+    auto window = std::make_unique<SettingsWindow>(f.state->parts(), &f.clock, f.autostart());
     QSignalSpy read(window->findChild<UsageSummary*>(), &UsageSummary::updated);
     window->show();
     [&] { QVERIFY(read.wait(5000)); }();
@@ -99,7 +99,7 @@ private Q_SLOTS:
         type(control<QLineEdit>(*window, u"Add a project"_s), u"Harbor Fest"_s);
         type(control<QLineEdit>(*window, u"Other names, comma separated"_s), u"harbor, HF 2026"_s);
         click(control(*window, u"Add"_s));
-        f.state->flushEdits();
+        f.state->review().flushEdits();
         QList<Project> stored = Store::loadProfile().projects;
         QCOMPARE(stored.size(), 2);
         QCOMPARE(stored.last().name, u"Harbor Fest"_s);
@@ -108,7 +108,7 @@ private Q_SLOTS:
         QVERIFY(shownTexts(*window).contains(u"Harbor Fest"_s));
 
         click(control(*window, u"Remove Quorrel"_s));
-        f.state->flushEdits();
+        f.state->review().flushEdits();
         stored = Store::loadProfile().projects;
         QCOMPARE(stored.size(), 1);
         QCOMPARE(stored.first().name, u"Harbor Fest"_s);
@@ -186,7 +186,7 @@ private Q_SLOTS:
 
         click(control(*window, u"Preview recap"_s));
         QCOMPARE(windows, QStringList {u"recap"_s});
-        QVERIFY(f.state->recap() && f.state->recap()->renameFrom && f.state->recap()->renameTo);
+        QVERIFY(f.state->moves().recap() && f.state->moves().recap()->renameFrom && f.state->moves().recap()->renameTo);
         click(control(*window, u"Preview animation"_s));
         QCOMPARE(windows.last(), u"zen"_s);
 

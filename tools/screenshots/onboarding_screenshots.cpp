@@ -65,11 +65,11 @@ int main(int argc, char* argv[])
     {
         AppState state;
         state.init();
-        OnboardingWindow onboarding(state, autostart);
+        OnboardingWindow onboarding(state.parts(), autostart);
         onboarding.show();
         QTest::keyClicks(control<QLineEdit>(onboarding, u"Claude API key"_s), u"sk-ant-sample-key"_s);
         control(onboarding, u"Test connection"_s)->click();
-        waitFor(&state, &AppState::connectionTested);
+        waitFor(&state.preferences(), &Preferences::connectionTested);
         ok &= save(onboarding, folder, u"onboarding-connect"_s);
         onboarding.next();
         FolderChoices* folders = onboarding.preferencesStep()->folders();
@@ -94,7 +94,7 @@ int main(int argc, char* argv[])
         }
         AppState state(&clock);
         state.init();
-        SettingsWindow settings(state, &clock, autostart);
+        SettingsWindow settings(state.parts(), &clock, autostart);
         auto* summary = settings.findChild<UsageSummary*>();
         QSignalSpy read(summary, &UsageSummary::updated);
         settings.show();

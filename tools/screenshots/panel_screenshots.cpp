@@ -57,7 +57,7 @@ int main(int argc, char* argv[])
     {
         AppState state;
         state.init();
-        MenuView view(state);
+        MenuView view(state.parts());
         view.show();
         ok &= save(view, folder, u"panel-welcome"_s);
     }
@@ -73,30 +73,30 @@ int main(int argc, char* argv[])
 
     AppState state;
     state.init();
-    MenuView view(state);
-    QSignalSpy counted(&state, &AppState::newFilesChanged);
+    MenuView view(state.parts());
+    QSignalSpy counted(&state.refresh(), &RefreshRun::newFilesChanged);
     view.show();
     counted.wait(5000);
     ok &= save(view, folder, u"panel-idle"_s);
 
     server.setLatency(60000);
-    state.start(TidyMode::quick);
-    state.applyProgress(412, 1354, {});
+    state.refresh().start(TidyMode::quick);
+    state.refresh().setProgress(412, 1354);
     driver.step(2000ms);
     ok &= save(view, folder, u"panel-progress"_s);
-    QSignalSpy stopped(&state, &AppState::refreshFinished);
-    state.cancelRefresh();
+    QSignalSpy stopped(&state.refresh(), &RefreshRun::finished);
+    state.refresh().cancel();
     stopped.wait(10000);
 
     server.setLatency(0);
-    QSignalSpy finished(&state, &AppState::refreshFinished);
-    state.start(TidyMode::quick);
+    QSignalSpy finished(&state.refresh(), &RefreshRun::finished);
+    state.refresh().start(TidyMode::quick);
     finished.wait(60000);
     ok &= save(view, folder, u"panel-review"_s);
 
-    QSignalSpy moved(&state, &AppState::moveFinished);
-    state.apply(true);
+    QSignalSpy moved(&state.moves(), &Moves::finished);
+    state.moves().apply(true);
     moved.wait(60000);
     ok &= save(view, folder, u"panel-done"_s);
-    return ok && state.phase() == Phase::done ? 0 : 1;
+    return ok && state.activity().phase() == Phase::done ? 0 : 1;
 }

@@ -39,7 +39,7 @@ const char* slideName(RecapSlides::Slide slide)
 // Plays the recap through, saving each slide once everything on it has arrived.
 bool playThrough(AppState& state, ManualAnimationDriver& driver, const QString& folder, const QString& prefix)
 {
-    RecapWindow window(state);
+    RecapWindow window(state.preferences(), state.moves());
     window.show();
     bool ok = true;
     RecapView* view = window.view();
@@ -78,7 +78,7 @@ int main(int argc, char* argv[])
     recap.renameFrom = u"IMG_20260301_101512.jpg"_s;
     recap.renameTo = u"2026-03 Harbor Fest stage at night.jpg"_s;
     recap.duplicates = 14;
-    state.setRecap(recap);
+    state.moves().setRecap(recap);
     bool ok = playThrough(state, driver, folder, u"recap-"_s);
 
     // What a person notices first: very long names and very large numbers.
@@ -90,7 +90,7 @@ int main(int argc, char* argv[])
         = {{u"A project whose name goes on and on and on without ever stopping"_s, 900'000}, {u"Documents"_s, 334'567}};
     extreme.renameFrom = u"Screenshot 2026-03-01 at 10.15.12 with a very long name indeed (copy 3).png"_s;
     extreme.renameTo = u"2026-03 A very long and descriptive name for a screenshot of the festival plan.png"_s;
-    state.setRecap(extreme);
+    state.moves().setRecap(extreme);
     ok &= playThrough(state, driver, folder, u"recap-extreme-"_s);
 
     {

@@ -128,7 +128,7 @@ int main(int argc, char* argv[])
 
     AppState state;
     state.init();
-    ReviewWindow window(state);
+    ReviewWindow window(state.parts());
     window.show();
     bool ok = true;
     const QStringList names {u"review-organize"_s, u"review-rename"_s, u"review-junk"_s, u"review-needs"_s};

@@ -1,6 +1,6 @@
 #include "connect_step.h"
 
-#include "controller/app_state.h"
+#include "controller/preferences.h"
 #include "ui/settings/texts.h"
 #include "ui/theme/secondary_button.h"
 #include "ui/theme/theme.h"
@@ -12,9 +12,9 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-ConnectStep::ConnectStep(AppState& state, QWidget* parent)
+ConnectStep::ConnectStep(Preferences& preferences, QWidget* parent)
     : QWidget(parent)
-    , m_state(state)
+    , m_preferences(preferences)
     , m_key(new QLineEdit(this))
     , m_test(new SecondaryButton(tr("Test connection"), this, 32))
     , m_result(Texts::label(QString(), Texts::Style::body, this))
@@ -51,7 +51,7 @@ ConnectStep::ConnectStep(AppState& state, QWidget* parent)
     });
     connect(m_test, &QPushButton::clicked, this, &ConnectStep::test);
     connect(m_key, &QLineEdit::returnPressed, this, &ConnectStep::submitted);
-    connect(&m_state, &AppState::connectionTested, this, &ConnectStep::showResult);
+    connect(&m_preferences, &Preferences::connectionTested, this, &ConnectStep::showResult);
 }
 
 QString ConnectStep::key() const
@@ -70,7 +70,7 @@ void ConnectStep::test()
     m_test->setText(tr("Testing…"));
     m_test->setAccessibleName(tr("Testing…"));
     m_test->setEnabled(false);
-    m_state.testConnection(m_testedKey);
+    m_preferences.testConnection(m_testedKey);
 }
 
 void ConnectStep::showResult(bool ok, const QString& text)

@@ -2,7 +2,7 @@
 
 #include <QWidget>
 
-class AppState;
+class Preferences;
 class QLabel;
 class QLineEdit;
 class QPushButton;
@@ -14,7 +14,7 @@ class ConnectStep : public QWidget
     Q_OBJECT
 
 public:
-    explicit ConnectStep(AppState& state, QWidget* parent = nullptr);
+    explicit ConnectStep(Preferences& preferences, QWidget* parent = nullptr);
 
     QString key() const;
 
@@ -27,7 +27,7 @@ private:
     void test();
     void showResult(bool ok, const QString& text);
 
-    AppState& m_state;
+    Preferences& m_preferences;
     QLineEdit* m_key;
     QPushButton* m_test;
     QLabel* m_result;

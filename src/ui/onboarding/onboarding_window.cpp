@@ -1,7 +1,8 @@
 #include "onboarding_window.h"
 
 #include "connect_step.h"
-#include "controller/app_state.h"
+#include "controller/preferences.h"
+#include "controller/refresh_run.h"
 #include "preferences_step.h"
 #include "step_indicator.h"
 #include "ui/settings/texts.h"
@@ -12,13 +13,13 @@
 #include <QVBoxLayout>
 #include <QtConcurrent>
 
-OnboardingWindow::OnboardingWindow(AppState& state, const Autostart& autostart, QWidget* parent)
+OnboardingWindow::OnboardingWindow(const ControllerParts& parts, const Autostart& autostart, QWidget* parent)
     : QWidget(parent)
-    , m_state(state)
+    , m_parts(parts)
     , m_autostart(autostart)
     , m_indicator(new StepIndicator(2, this))
-    , m_connect(new ConnectStep(state, this))
-    , m_preferences(new PreferencesStep(state, this))
+    , m_connect(new ConnectStep(parts.preferences, this))
+    , m_preferences(new PreferencesStep(parts.preferences, this))
     , m_next(new PrimaryButton(QString(), this, 40))
 {
     setWindowTitle(tr("Welcome to Brindlow"));
@@ -83,18 +84,18 @@ void OnboardingWindow::next()
     if (m_step == 0) {
         if (m_connect->key().trimmed().isEmpty())
             return;
-        m_state.saveKey(m_connect->key());
+        m_parts.preferences.saveKey(m_connect->key());
         m_step = 1;
         showStep();
         return;
     }
-    Profile profile = m_state.profile();
+    Profile profile = m_parts.preferences.profile();
     profile.onboarded = true;
     // Storing an onboarded profile sets up the Sunday reminder for its Sunday Reset choice.
-    m_state.setProfile(profile);
+    m_parts.preferences.setProfile(profile);
     // The reminder and Sunday Reset need the program running, so it starts at login from now on;
     // Settings can turn that off.
     (void)QtConcurrent::run([autostart = m_autostart] { autostart.setOn(true); });
     close();
-    m_state.start(TidyMode::deep);
+    m_parts.refresh.start(TidyMode::deep);
 }

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "controller/controller_parts.h"
+
 #include "platform/autostart.h"
 
 #include <QWidget>
 
-class AppState;
 class ConnectStep;
 class PreferencesStep;
 class PrimaryButton;
@@ -17,7 +18,9 @@ class OnboardingWindow : public QWidget
     Q_OBJECT
 
 public:
-    explicit OnboardingWindow(AppState& state, const Autostart& autostart = Autostart(), QWidget* parent = nullptr);
+    explicit OnboardingWindow(const ControllerParts& parts,
+                              const Autostart& autostart = Autostart(),
+                              QWidget* parent = nullptr);
 
     int step() const;
     PreferencesStep* preferencesStep() const;
@@ -27,7 +30,7 @@ public:
 private:
     void showStep();
 
-    AppState& m_state;
+    ControllerParts m_parts;
     Autostart m_autostart;
     int m_step = 0;
     StepIndicator* m_indicator;

@@ -9,17 +9,17 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
-PreferencesStep::PreferencesStep(AppState& state, QWidget* parent)
+PreferencesStep::PreferencesStep(Preferences& preferences, QWidget* parent)
     : QWidget(parent)
     , m_folders(nullptr)
 {
-    auto* preferences = new Card(this);
-    preferences->content()->addWidget(new PreferenceRows(state, preferences));
+    auto* choices = new Card(this);
+    choices->content()->addWidget(new PreferenceRows(preferences, choices));
     auto* sorting = new Card(this);
-    m_folders = new FolderChoices(state, sorting);
+    m_folders = new FolderChoices(preferences, sorting);
     sorting->content()->addWidget(m_folders);
     sorting->content()->addSpacing(6);
-    sorting->content()->addWidget(new ModePicker(state, sorting));
+    sorting->content()->addWidget(new ModePicker(preferences, sorting));
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -30,7 +30,7 @@ PreferencesStep::PreferencesStep(AppState& state, QWidget* parent)
                                    Texts::Style::body,
                                    this));
     layout->addSpacing(4);
-    layout->addWidget(preferences);
+    layout->addWidget(choices);
     layout->addWidget(sorting);
 }
 

@@ -2,7 +2,7 @@
 
 #include <QWidget>
 
-class AppState;
+class Preferences;
 class FolderChoices;
 
 // The second set-up step: the three preferences, the folders to sort and the model. Each choice
@@ -12,7 +12,7 @@ class PreferencesStep : public QWidget
     Q_OBJECT
 
 public:
-    explicit PreferencesStep(AppState& state, QWidget* parent = nullptr);
+    explicit PreferencesStep(Preferences& preferences, QWidget* parent = nullptr);
 
     FolderChoices* folders() const;
 

@@ -1,6 +1,8 @@
 #include "done_panel.h"
 
-#include "controller/app_state.h"
+#include "controller/activity.h"
+#include "controller/moves.h"
+#include "controller/preferences.h"
 #include "panel_format.h"
 #include "panel_icons.h"
 #include "stat.h"
@@ -28,9 +30,9 @@ QPushButton* link(const QString& text, QWidget* parent)
 
 } // namespace
 
-DonePanel::DonePanel(AppState& state, QWidget* parent)
+DonePanel::DonePanel(const ControllerParts& parts, QWidget* parent)
     : QWidget(parent)
-    , m_state(state)
+    , m_parts(parts)
     , m_line(new QLabel(this))
 {
     auto* mark = new SunriseMark(56, this);
@@ -59,7 +61,9 @@ DonePanel::DonePanel(AppState& state, QWidget* parent)
     m_openSecondary = new SecondaryButton(tr("Open Folder"), this);
     connect(m_recap, &QPushButton::clicked, this, [this] { Q_EMIT windowRequested(u"recap"_s); });
     for (QPushButton* open : {m_openPrimary, m_openSecondary})
-        connect(open, &QPushButton::clicked, this, [this] { Q_EMIT folderRequested(m_state.profile().homeBase); });
+        connect(open, &QPushButton::clicked, this, [this] {
+            Q_EMIT folderRequested(m_parts.preferences.profile().homeBase);
+        });
 
     m_needsYou = link(QString(), this);
     m_needsYou->setObjectName(u"needsYouLink"_s);
@@ -71,10 +75,10 @@ DonePanel::DonePanel(AppState& state, QWidget* parent)
     });
 
     auto* done = link(tr("Done"), this);
-    connect(done, &QPushButton::clicked, this, [this] { m_state.acknowledgeDone(); });
+    connect(done, &QPushButton::clicked, this, [this] { m_parts.activity.acknowledgeDone(); });
     auto* undo = link(tr("Undo last refresh"), this);
     undo->setIcon(PanelIcons::undo());
-    connect(undo, &QPushButton::clicked, this, [this] { m_state.undoLast(); });
+    connect(undo, &QPushButton::clicked, this, [this] { m_parts.moves.undoLast(); });
     auto* footer = new QHBoxLayout;
     footer->addWidget(done);
     footer->addStretch(1);
@@ -95,25 +99,26 @@ DonePanel::DonePanel(AppState& state, QWidget* parent)
     layout->addStretch(1);
     layout->addLayout(footer);
 
-    for (const auto signal : {&AppState::lastResultChanged, &AppState::recapChanged, &AppState::phaseChanged})
-        connect(&m_state, signal, this, &DonePanel::refresh);
+    connect(&m_parts.moves, &Moves::lastResultChanged, this, &DonePanel::refresh);
+    connect(&m_parts.moves, &Moves::recapChanged, this, &DonePanel::refresh);
+    connect(&m_parts.activity, &Activity::phaseChanged, this, &DonePanel::refresh);
     refresh();
 }
 
 QString DonePanel::reviewFolder(const QString& name) const
 {
-    return m_state.profile().homeBase + u"/Brindlow Review/"_s + name;
+    return m_parts.preferences.profile().homeBase + u"/Brindlow Review/"_s + name;
 }
 
 void DonePanel::refresh()
 {
-    const ApplyResult result = m_state.lastResult().value_or(ApplyResult {});
+    const ApplyResult result = m_parts.moves.lastResult().value_or(ApplyResult {});
     m_line->setText(result.moved != 0 ? tr("Everything has a home. Nothing was deleted.")
                                       : tr("Everything was already in its place."));
     m_moved->setValue(PanelFormat::number(result.moved));
     m_renamed->setValue(PanelFormat::number(result.renamed));
     m_junk->setValue(PanelFormat::size(result.junkBytes));
-    const bool recap = m_state.recap().has_value();
+    const bool recap = m_parts.moves.recap().has_value();
     m_recap->setVisible(recap);
     m_openSecondary->setVisible(recap);
     m_openPrimary->setVisible(!recap);

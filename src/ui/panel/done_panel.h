@@ -1,8 +1,9 @@
 #pragma once
 
+#include "controller/controller_parts.h"
+
 #include <QWidget>
 
-class AppState;
 class QLabel;
 class QPushButton;
 class Stat;
@@ -13,7 +14,7 @@ class DonePanel : public QWidget
     Q_OBJECT
 
 public:
-    explicit DonePanel(AppState& state, QWidget* parent = nullptr);
+    explicit DonePanel(const ControllerParts& parts, QWidget* parent = nullptr);
 
     void refresh();
 
@@ -24,7 +25,7 @@ Q_SIGNALS:
 private:
     QString reviewFolder(const QString& name) const;
 
-    AppState& m_state;
+    ControllerParts m_parts;
     QLabel* m_line;
     Stat* m_moved;
     Stat* m_renamed;

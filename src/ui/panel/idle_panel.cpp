@@ -1,6 +1,9 @@
 #include "idle_panel.h"
 
-#include "controller/app_state.h"
+#include "controller/activity.h"
+#include "controller/moves.h"
+#include "controller/preferences.h"
+#include "controller/refresh_run.h"
 #include "menu_row.h"
 #include "panel_format.h"
 #include "panel_header.h"
@@ -43,9 +46,9 @@ QLabel* text(const QString& content, int pixelSize, QWidget* parent, bool second
 
 } // namespace
 
-IdlePanel::IdlePanel(AppState& state, QWidget* parent)
+IdlePanel::IdlePanel(const ControllerParts& parts, QWidget* parent)
     : QWidget(parent)
-    , m_state(state)
+    , m_parts(parts)
     , m_header(new PanelHeader(this))
 {
     m_welcome = buildWelcome();
@@ -59,13 +62,12 @@ IdlePanel::IdlePanel(AppState& state, QWidget* parent)
     layout->addStretch(1);
     connect(m_header, &PanelHeader::settingsRequested, this, [this] { Q_EMIT windowRequested(u"settings"_s); });
 
-    for (const auto signal : {&AppState::profileChanged,
-                              &AppState::newFilesChanged,
-                              &AppState::messageChanged,
-                              &AppState::phaseChanged,
-                              &AppState::moveFinished,
-                              &AppState::lastLogTextChanged})
-        connect(&m_state, signal, this, &IdlePanel::refresh);
+    connect(&m_parts.preferences, &Preferences::profileChanged, this, &IdlePanel::refresh);
+    connect(&m_parts.refresh, &RefreshRun::newFilesChanged, this, &IdlePanel::refresh);
+    for (const auto signal : {&Activity::messageChanged, &Activity::phaseChanged})
+        connect(&m_parts.activity, signal, this, &IdlePanel::refresh);
+    for (const auto signal : {&Moves::finished, &Moves::lastLogTextChanged})
+        connect(&m_parts.moves, signal, this, &IdlePanel::refresh);
     refresh();
 }
 
@@ -129,29 +131,29 @@ QWidget* IdlePanel::buildMain()
 
     auto* refresh = new PrimaryButton(tr("Refresh now"), box);
     refresh->setToolTip(tr("Refresh now (Ctrl+R)"));
-    connect(refresh, &QPushButton::clicked, this, [this] { m_state.start(TidyMode::quick); });
+    connect(refresh, &QPushButton::clicked, this, [this] { m_parts.refresh.start(TidyMode::quick); });
     auto* shortcut = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_R), box);
     connect(shortcut, &QShortcut::activated, refresh, &QPushButton::click);
 
     auto* deep = new MenuRow(PanelIcons::folder(), tr("Deep clean everything"), box);
     deep->setDetail(tr("All folders"));
-    connect(deep, &MenuRow::clicked, this, [this] { m_state.start(TidyMode::deep); });
+    connect(deep, &MenuRow::clicked, this, [this] { m_parts.refresh.start(TidyMode::deep); });
     auto* junk = new MenuRow(PanelIcons::trash(), tr("Clear out junk & duplicates"), box);
-    connect(junk, &MenuRow::clicked, this, [this] { m_state.start(TidyMode::junkOnly); });
+    connect(junk, &MenuRow::clicked, this, [this] { m_parts.refresh.start(TidyMode::junkOnly); });
     m_undo = new MenuRow(PanelIcons::undo(), tr("Undo last refresh"), box);
     // The controller ignores an undo while anything runs, so a stale click cannot overlap a move.
-    connect(m_undo, &MenuRow::clicked, this, [this] { m_state.undoLast(); });
+    connect(m_undo, &MenuRow::clicked, this, [this] { m_parts.moves.undoLast(); });
 
     auto* resetTitle = text(tr("Sunday Reset"), 14, box);
     auto* resetDetail = text(tr("Sorts your week's new files every Sunday at 9 AM"), 12, box, true);
     m_sundayReset = new Switch(tr("Sunday Reset"), box);
     m_sundayReset->setAccessibleDescription(resetDetail->text());
     connect(m_sundayReset, &QCheckBox::toggled, this, [this](bool on) {
-        if (on == m_state.profile().autoTidy)
+        if (on == m_parts.preferences.profile().autoTidy)
             return;
-        Profile profile = m_state.profile();
+        Profile profile = m_parts.preferences.profile();
         profile.autoTidy = on;
-        m_state.setProfile(profile);
+        m_parts.preferences.setProfile(profile);
     });
     auto* resetTexts = new QVBoxLayout;
     resetTexts->setSpacing(1);
@@ -191,19 +193,19 @@ QWidget* IdlePanel::buildMain()
 
 void IdlePanel::refresh()
 {
-    const Profile& profile = m_state.profile();
-    m_header->setSubtitle(m_state.lastRunText());
+    const Profile& profile = m_parts.preferences.profile();
+    m_header->setSubtitle(m_parts.preferences.lastRunText());
     m_welcome->setVisible(!profile.onboarded);
     m_main->setVisible(profile.onboarded);
-    const int newFiles = m_state.newFiles();
+    const int newFiles = m_parts.refresh.newFiles();
     m_newCount->setText(PanelFormat::number(newFiles));
     m_newLabel->setText(newFiles == 1 ? tr("new file to sort") : tr("new files to sort"));
     m_folders->setValue(PanelFormat::number(profile.scanFolders.size()));
     m_projects->setValue(PanelFormat::number(profile.projects.size()));
-    const std::optional<QString> message = m_state.message();
+    const std::optional<QString> message = m_parts.activity.message();
     m_message->setText(message.value_or(QString()));
     m_message->setVisible(message && !message->isEmpty());
-    m_undo->setDetail(m_state.lastLogText());
+    m_undo->setDetail(m_parts.moves.lastLogText());
     m_sundayReset->setChecked(profile.autoTidy);
 }
 

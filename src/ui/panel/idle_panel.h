@@ -1,8 +1,9 @@
 #pragma once
 
+#include "controller/controller_parts.h"
+
 #include <QWidget>
 
-class AppState;
 class MenuRow;
 class PanelHeader;
 class QCheckBox;
@@ -17,7 +18,7 @@ class IdlePanel : public QWidget
     Q_OBJECT
 
 public:
-    explicit IdlePanel(AppState& state, QWidget* parent = nullptr);
+    explicit IdlePanel(const ControllerParts& parts, QWidget* parent = nullptr);
 
     void refresh();
     // The update button reads "Update available" while a newer release is known.
@@ -31,7 +32,7 @@ private:
     QWidget* buildWelcome();
     QWidget* buildMain();
 
-    AppState& m_state;
+    ControllerParts m_parts;
     PanelHeader* m_header;
     QWidget* m_welcome;
     QWidget* m_main;

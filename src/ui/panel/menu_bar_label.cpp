@@ -1,6 +1,7 @@
 #include "menu_bar_label.h"
 
-#include "controller/app_state.h"
+#include "controller/activity.h"
+#include "controller/refresh_run.h"
 #include "ui/theme/sunrise_mark.h"
 #include "ui/theme/theme.h"
 
@@ -64,9 +65,9 @@ void drawBusy(QPainter& painter, qreal s)
 
 } // namespace
 
-MenuBarLabel::MenuBarLabel(AppState& state, QObject* parent)
+MenuBarLabel::MenuBarLabel(const ControllerParts& parts, QObject* parent)
     : QObject(parent)
-    , m_state(state)
+    , m_parts(parts)
     , m_tray(new QSystemTrayIcon(this))
     , m_menu(new QMenu)
 {
@@ -75,7 +76,7 @@ MenuBarLabel::MenuBarLabel(AppState& state, QObject* parent)
     QAction* open = m_menu->addAction(tr("Open Brindlow"));
     connect(open, &QAction::triggered, this, &MenuBarLabel::panelRequested);
     QAction* refresh = m_menu->addAction(tr("Refresh now"));
-    connect(refresh, &QAction::triggered, this, [this] { m_state.start(TidyMode::quick); });
+    connect(refresh, &QAction::triggered, this, [this] { m_parts.refresh.start(TidyMode::quick); });
     QAction* settings = m_menu->addAction(tr("Settings"));
     connect(settings, &QAction::triggered, this, [this] { Q_EMIT windowRequested(u"settings"_s); });
     m_menu->addSeparator();
@@ -87,9 +88,11 @@ MenuBarLabel::MenuBarLabel(AppState& state, QObject* parent)
         if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
             Q_EMIT panelToggled(m_tray->geometry());
     });
-    connect(&m_state, &AppState::phaseChanged, this, &MenuBarLabel::updateImage);
-    refresh->setEnabled(!m_state.isBusy());
-    connect(&m_state, &AppState::phaseChanged, refresh, [this, refresh] { refresh->setEnabled(!m_state.isBusy()); });
+    connect(&m_parts.activity, &Activity::phaseChanged, this, &MenuBarLabel::updateImage);
+    refresh->setEnabled(!m_parts.activity.isBusy());
+    connect(&m_parts.activity, &Activity::phaseChanged, refresh, [this, refresh] {
+        refresh->setEnabled(!m_parts.activity.isBusy());
+    });
     m_tray->setIcon(render(m_image));
     updateImage();
 }
@@ -116,9 +119,9 @@ QMenu* MenuBarLabel::contextMenu() const
 
 void MenuBarLabel::updateImage()
 {
-    const Image wanted = m_state.phase() == Phase::review ? Image::planWaiting
-        : m_state.isBusy()                                ? Image::busy
-                                                          : Image::brand;
+    const Image wanted = m_parts.activity.phase() == Phase::review ? Image::planWaiting
+        : m_parts.activity.isBusy()                                ? Image::busy
+                                                                   : Image::brand;
     if (wanted == m_image)
         return;
     m_image = wanted;

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "controller/controller_parts.h"
+
 #include <QIcon>
 #include <QObject>
 
-class AppState;
 class QMenu;
 class QSystemTrayIcon;
 
@@ -20,7 +21,7 @@ public:
         busy,
     };
 
-    explicit MenuBarLabel(AppState& state, QObject* parent = nullptr);
+    explicit MenuBarLabel(const ControllerParts& parts, QObject* parent = nullptr);
     ~MenuBarLabel() override;
 
     Image image() const;
@@ -39,7 +40,7 @@ Q_SIGNALS:
 private:
     void updateImage();
 
-    AppState& m_state;
+    ControllerParts m_parts;
     QSystemTrayIcon* m_tray;
     QMenu* m_menu;
     Image m_image = Image::brand;

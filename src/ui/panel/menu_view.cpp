@@ -1,6 +1,7 @@
 #include "menu_view.h"
 
-#include "controller/app_state.h"
+#include "controller/activity.h"
+#include "controller/refresh_run.h"
 #include "done_panel.h"
 #include "idle_panel.h"
 #include "review_ready_panel.h"
@@ -9,14 +10,14 @@
 #include <QStackedLayout>
 #include <QVBoxLayout>
 
-MenuView::MenuView(AppState& state, QWidget* parent)
+MenuView::MenuView(const ControllerParts& parts, QWidget* parent)
     : QWidget(parent)
-    , m_state(state)
+    , m_parts(parts)
     , m_stack(new QStackedLayout)
-    , m_idle(new IdlePanel(state, this))
-    , m_scanning(new ScanningPanel(state, this))
-    , m_reviewReady(new ReviewReadyPanel(state, this))
-    , m_done(new DonePanel(state, this))
+    , m_idle(new IdlePanel(parts, this))
+    , m_scanning(new ScanningPanel(parts, this))
+    , m_reviewReady(new ReviewReadyPanel(parts, this))
+    , m_done(new DonePanel(parts, this))
 {
     setFixedWidth(kWidth);
     setAutoFillBackground(true);
@@ -33,14 +34,14 @@ MenuView::MenuView(AppState& state, QWidget* parent)
     connect(m_reviewReady, &ReviewReadyPanel::windowRequested, this, &MenuView::windowRequested);
     connect(m_done, &DonePanel::windowRequested, this, &MenuView::windowRequested);
     connect(m_done, &DonePanel::folderRequested, this, &MenuView::folderRequested);
-    connect(&m_state, &AppState::phaseChanged, this, &MenuView::choosePanel);
+    connect(&m_parts.activity, &Activity::phaseChanged, this, &MenuView::choosePanel);
     choosePanel();
 }
 
 void MenuView::choosePanel()
 {
     QWidget* wanted = m_idle;
-    switch (m_state.phase()) {
+    switch (m_parts.activity.phase()) {
         case Phase::idle:
             wanted = m_idle;
             break;
@@ -98,6 +99,6 @@ DonePanel* MenuView::donePanel() const
 void MenuView::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
-    m_state.refreshNewFiles();
+    m_parts.refresh.refreshNewFiles();
     m_idle->refresh();
 }

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "controller/controller_parts.h"
+
 #include <QWidget>
 
-class AppState;
 class DonePanel;
 class IdlePanel;
 class QStackedLayout;
@@ -15,7 +16,7 @@ class MenuView : public QWidget
     Q_OBJECT
 
 public:
-    explicit MenuView(AppState& state, QWidget* parent = nullptr);
+    explicit MenuView(const ControllerParts& parts, QWidget* parent = nullptr);
 
     QWidget* currentPanel() const;
     IdlePanel* idlePanel() const;
@@ -37,7 +38,7 @@ protected:
 private:
     void choosePanel();
 
-    AppState& m_state;
+    ControllerParts m_parts;
     QStackedLayout* m_stack;
     IdlePanel* m_idle;
     ScanningPanel* m_scanning;

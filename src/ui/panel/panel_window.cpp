@@ -9,11 +9,10 @@
 #include <QScreen>
 #include <QVBoxLayout>
 
-PanelWindow::PanelWindow(AppState& state, Mode mode, QWidget* parent)
+PanelWindow::PanelWindow(const ControllerParts& parts, Mode mode, QWidget* parent)
     : QWidget(parent, mode == Mode::popup ? Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint : Qt::Window)
-    , m_state(state)
     , m_mode(mode)
-    , m_view(new MenuView(state, this))
+    , m_view(new MenuView(parts, this))
 {
     setWindowTitle(tr("Brindlow"));
     setWindowIcon(SunriseMark::icon());

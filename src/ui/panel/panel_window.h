@@ -1,9 +1,10 @@
 #pragma once
 
+#include "controller/controller_parts.h"
+
 #include <QElapsedTimer>
 #include <QWidget>
 
-class AppState;
 class MenuView;
 
 // The top-level window around the panel: a frameless popup beside the tray icon, or, on a
@@ -18,7 +19,7 @@ public:
         window,
     };
 
-    PanelWindow(AppState& state, Mode mode, QWidget* parent = nullptr);
+    PanelWindow(const ControllerParts& parts, Mode mode, QWidget* parent = nullptr);
 
     MenuView* menuView() const;
     Mode mode() const;
@@ -33,7 +34,6 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
-    AppState& m_state;
     Mode m_mode;
     MenuView* m_view;
     // When the popup last closed because it lost focus; a click on the tray icon takes focus

@@ -1,6 +1,8 @@
 #include "review_ready_panel.h"
 
-#include "controller/app_state.h"
+#include "controller/activity.h"
+#include "controller/plan_review.h"
+#include "controller/refresh_run.h"
 #include "panel_format.h"
 #include "panel_header.h"
 #include "stat.h"
@@ -14,9 +16,9 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-ReviewReadyPanel::ReviewReadyPanel(AppState& state, QWidget* parent)
+ReviewReadyPanel::ReviewReadyPanel(const ControllerParts& parts, QWidget* parent)
     : QWidget(parent)
-    , m_state(state)
+    , m_parts(parts)
     , m_header(new PanelHeader(this))
 {
     m_header->setSubtitle(tr("Your fresh start is ready"));
@@ -42,7 +44,7 @@ ReviewReadyPanel::ReviewReadyPanel(AppState& state, QWidget* parent)
     auto* review = new PrimaryButton(tr("Review changes"), this);
     connect(review, &QPushButton::clicked, this, [this] { Q_EMIT windowRequested(u"review"_s); });
     auto* later = new SecondaryButton(tr("Not now"), this);
-    connect(later, &QPushButton::clicked, this, [this] { m_state.discardPlan(); });
+    connect(later, &QPushButton::clicked, this, [this] { m_parts.review.discard(); });
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -54,20 +56,21 @@ ReviewReadyPanel::ReviewReadyPanel(AppState& state, QWidget* parent)
     layout->addWidget(later);
     layout->addStretch(1);
 
-    for (const auto signal : {&AppState::planChanged, &AppState::lastRunCostChanged, &AppState::phaseChanged})
-        connect(&m_state, signal, this, &ReviewReadyPanel::refresh);
+    connect(&m_parts.review, &PlanReview::planChanged, this, &ReviewReadyPanel::refresh);
+    connect(&m_parts.refresh, &RefreshRun::lastRunCostChanged, this, &ReviewReadyPanel::refresh);
+    connect(&m_parts.activity, &Activity::phaseChanged, this, &ReviewReadyPanel::refresh);
     refresh();
 }
 
 void ReviewReadyPanel::refresh()
 {
     // Only the review phase shows these figures; the plan is empty or in flux otherwise.
-    if (m_state.phase() != Phase::review)
+    if (m_parts.activity.phase() != Phase::review)
         return;
     int organize = 0;
     int rename = 0;
     qint64 junkBytes = 0;
-    for (const PlanItem& item : m_state.plan()) {
+    for (const PlanItem& item : m_parts.review.plan()) {
         const bool junk = item.category == u"junk" || item.category == u"duplicate";
         organize += !junk && item.category != u"needs-you";
         rename += item.newName.has_value();
@@ -77,7 +80,7 @@ void ReviewReadyPanel::refresh()
     m_organize->setValue(PanelFormat::number(organize));
     m_rename->setValue(PanelFormat::number(rename));
     m_junk->setValue(PanelFormat::size(junkBytes));
-    const std::optional<double> cost = m_state.lastRunCost();
+    const std::optional<double> cost = m_parts.refresh.lastRunCost();
     m_cost->setVisible(cost.has_value());
     m_cost->setText(cost ? tr("Claude cost for this refresh: %1").arg(PanelFormat::cost(*cost)) : QString());
 }

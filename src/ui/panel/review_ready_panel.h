@@ -1,8 +1,9 @@
 #pragma once
 
+#include "controller/controller_parts.h"
+
 #include <QWidget>
 
-class AppState;
 class PanelHeader;
 class QLabel;
 class Stat;
@@ -13,7 +14,7 @@ class ReviewReadyPanel : public QWidget
     Q_OBJECT
 
 public:
-    explicit ReviewReadyPanel(AppState& state, QWidget* parent = nullptr);
+    explicit ReviewReadyPanel(const ControllerParts& parts, QWidget* parent = nullptr);
 
     void refresh();
 
@@ -21,7 +22,7 @@ Q_SIGNALS:
     void windowRequested(const QString& id);
 
 private:
-    AppState& m_state;
+    ControllerParts m_parts;
     PanelHeader* m_header;
     Stat* m_organize;
     Stat* m_rename;

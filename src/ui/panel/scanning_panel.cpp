@@ -1,6 +1,7 @@
 #include "scanning_panel.h"
 
-#include "controller/app_state.h"
+#include "controller/activity.h"
+#include "controller/refresh_run.h"
 #include "ui/theme/secondary_button.h"
 #include "zen_view.h"
 
@@ -9,9 +10,9 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-ScanningPanel::ScanningPanel(AppState& state, QWidget* parent)
+ScanningPanel::ScanningPanel(const ControllerParts& parts, QWidget* parent)
     : QWidget(parent)
-    , m_state(state)
+    , m_parts(parts)
     , m_zen(new ZenView(this))
     , m_status(new QLabel(this))
     , m_stop(new SecondaryButton(tr("Stop refresh"), this, 32))
@@ -32,13 +33,13 @@ ScanningPanel::ScanningPanel(AppState& state, QWidget* parent)
     });
     m_statusTimer.setInterval(kStatusRereadMs);
     connect(&m_statusTimer, &QTimer::timeout, this, &ScanningPanel::refreshStatus);
-    connect(m_stop, &QPushButton::clicked, this, [this] { m_state.cancelRefresh(); });
+    connect(m_stop, &QPushButton::clicked, this, [this] { m_parts.refresh.cancel(); });
 
-    connect(&m_state, &AppState::decidedChanged, this, &ScanningPanel::progressChanged);
-    connect(&m_state, &AppState::totalChanged, this, &ScanningPanel::progressChanged);
-    connect(&m_state, &AppState::phaseChanged, this, &ScanningPanel::showFraction);
-    for (const auto signal : {&AppState::phaseChanged, &AppState::statusChanged, &AppState::decidedChanged})
-        connect(&m_state, signal, this, &ScanningPanel::refreshStatus);
+    connect(&m_parts.refresh, &RefreshRun::progressChanged, this, &ScanningPanel::progressChanged);
+    connect(&m_parts.activity, &Activity::phaseChanged, this, &ScanningPanel::showFraction);
+    for (const auto signal : {&Activity::phaseChanged, &Activity::statusChanged})
+        connect(&m_parts.activity, signal, this, &ScanningPanel::refreshStatus);
+    connect(&m_parts.refresh, &RefreshRun::progressChanged, this, &ScanningPanel::refreshStatus);
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 8, 0, 0);
@@ -51,8 +52,8 @@ ScanningPanel::ScanningPanel(AppState& state, QWidget* parent)
 
 double ScanningPanel::targetFraction() const
 {
-    const int total = m_state.total();
-    return total <= 0 ? 0.0 : std::min(double(m_state.decided()) / total, 1.0);
+    const int total = m_parts.refresh.total();
+    return total <= 0 ? 0.0 : std::min(double(m_parts.refresh.decided()) / total, 1.0);
 }
 
 ZenView* ScanningPanel::zenView() const
@@ -84,14 +85,14 @@ void ScanningPanel::progressChanged()
 
 void ScanningPanel::showFraction()
 {
-    m_zen->setFraction(m_state.phase() == Phase::applying ? 1.0 : m_smooth);
-    m_zen->setPulse(m_state.decided());
+    m_zen->setFraction(m_parts.activity.phase() == Phase::applying ? 1.0 : m_smooth);
+    m_zen->setPulse(m_parts.refresh.decided());
 }
 
 void ScanningPanel::refreshStatus()
 {
-    m_status->setText(m_state.isUndoing() ? tr("Putting files back") : m_state.calmStatus());
-    m_stop->setVisible(m_state.phase() == Phase::scanning);
+    m_status->setText(m_parts.activity.isUndoing() ? tr("Putting files back") : m_parts.refresh.calmStatus());
+    m_stop->setVisible(m_parts.activity.phase() == Phase::scanning);
 }
 
 void ScanningPanel::showEvent(QShowEvent* event)

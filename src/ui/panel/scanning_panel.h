@@ -1,10 +1,11 @@
 #pragma once
 
+#include "controller/controller_parts.h"
+
 #include <QTimer>
 #include <QVariantAnimation>
 #include <QWidget>
 
-class AppState;
 class QLabel;
 class QPushButton;
 class ZenView;
@@ -16,7 +17,7 @@ class ScanningPanel : public QWidget
     Q_OBJECT
 
 public:
-    explicit ScanningPanel(AppState& state, QWidget* parent = nullptr);
+    explicit ScanningPanel(const ControllerParts& parts, QWidget* parent = nullptr);
 
     // Starts the displayed progress from where the work is now, without easing in from zero.
     void enter();
@@ -36,7 +37,7 @@ private:
     void refreshStatus();
     void showFraction();
 
-    AppState& m_state;
+    ControllerParts m_parts;
     ZenView* m_zen;
     QLabel* m_status;
     QPushButton* m_stop;

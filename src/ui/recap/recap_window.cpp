@@ -1,6 +1,7 @@
 #include "recap_window.h"
 
-#include "controller/app_state.h"
+#include "controller/moves.h"
+#include "controller/preferences.h"
 #include "recap_view.h"
 
 #include <QCursor>
@@ -12,9 +13,10 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-RecapWindow::RecapWindow(AppState& state, QWidget* parent)
+RecapWindow::RecapWindow(Preferences& preferences, Moves& moves, QWidget* parent)
     : QWidget(parent, Qt::Window | Qt::FramelessWindowHint)
-    , m_state(state)
+    , m_preferences(preferences)
+    , m_moves(moves)
     , m_view(new RecapView(this))
     , m_open([](const QString& path) { QDesktopServices::openUrl(QUrl::fromLocalFile(path)); })
 {
@@ -25,9 +27,9 @@ RecapWindow::RecapWindow(AppState& state, QWidget* parent)
     layout->addWidget(m_view);
 
     connect(m_view, &RecapView::doneRequested, this, &QWidget::close);
-    connect(m_view, &RecapView::homeFolderRequested, this, [this] { m_open(m_state.profile().homeBase); });
+    connect(m_view, &RecapView::homeFolderRequested, this, [this] { m_open(m_preferences.profile().homeBase); });
     connect(m_view, &RecapView::reviewFolderRequested, this, [this] {
-        m_open(m_state.profile().homeBase + u"/Brindlow Review"_s);
+        m_open(m_preferences.profile().homeBase + u"/Brindlow Review"_s);
     });
 }
 
@@ -46,7 +48,7 @@ void RecapWindow::showEvent(QShowEvent* event)
     // Brought forward while playing, the recap goes on; opened again, it starts over.
     if (!m_playing) {
         m_playing = true;
-        m_view->play(m_state.recap());
+        m_view->play(m_moves.recap());
         setFixedSize(sizeHint());
         QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
         if (!screen)

@@ -4,7 +4,8 @@
 
 #include <functional>
 
-class AppState;
+class Moves;
+class Preferences;
 class RecapView;
 
 // The "Your recap" window: plays the recap present when it opens, from the first slide each time,
@@ -16,7 +17,7 @@ class RecapWindow : public QWidget
 public:
     using FolderOpener = std::function<void(const QString& path)>;
 
-    explicit RecapWindow(AppState& state, QWidget* parent = nullptr);
+    explicit RecapWindow(Preferences& preferences, Moves& moves, QWidget* parent = nullptr);
 
     // How folders are shown to the person; the desktop's file manager unless replaced.
     void setFolderOpener(FolderOpener opener);
@@ -27,7 +28,8 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
-    AppState& m_state;
+    Preferences& m_preferences;
+    Moves& m_moves;
     RecapView* m_view;
     FolderOpener m_open;
     bool m_playing = false;

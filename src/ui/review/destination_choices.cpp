@@ -1,6 +1,6 @@
 #include "destination_choices.h"
 
-#include "controller/app_state.h"
+#include "controller/preferences.h"
 
 #include <QDir>
 #include <QtConcurrent>
@@ -26,16 +26,16 @@ QStringList topFolders(const QString& homeBase)
 
 } // namespace
 
-DestinationChoices::DestinationChoices(AppState& state, QObject* parent)
+DestinationChoices::DestinationChoices(Preferences& preferences, QObject* parent)
     : QObject(parent)
-    , m_state(state)
+    , m_preferences(preferences)
 {
     connect(&m_listing, &QFutureWatcher<QStringList>::finished, this, [this] {
         m_topFolders = m_listing.result();
         m_waiting = false;
         Q_EMIT changed();
     });
-    connect(&state, &AppState::profileChanged, this, &DestinationChoices::changed);
+    connect(&preferences, &Preferences::profileChanged, this, &DestinationChoices::changed);
 }
 
 bool DestinationChoices::isListing() const
@@ -48,7 +48,7 @@ void DestinationChoices::refresh()
     if (m_waiting)
         return;
     m_waiting = true;
-    m_listing.setFuture(QtConcurrent::run(topFolders, m_state.profile().homeBase));
+    m_listing.setFuture(QtConcurrent::run(topFolders, m_preferences.profile().homeBase));
 }
 
 QList<DestinationChoices::Choice> DestinationChoices::choices() const
@@ -57,7 +57,7 @@ QList<DestinationChoices::Choice> DestinationChoices::choices() const
                         {tr("Needs You folder"), kNeedsYouFolder, false},
                         {tr("Archive"), kArchiveFolder, false}};
     bool first = true;
-    for (const Project& project : m_state.profile().projects) {
+    for (const Project& project : m_preferences.profile().projects) {
         list.append({project.displayName(), u"Projects/"_s + project.folderPath(), first});
         first = false;
     }

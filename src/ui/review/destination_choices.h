@@ -6,7 +6,7 @@
 
 #include <optional>
 
-class AppState;
+class Preferences;
 
 // The places an unsure file can be sent: leave it, the Needs You folder, the archive, every
 // project, and the folders already at the top of the home base. Listing the home base touches
@@ -26,7 +26,7 @@ public:
     static const QString kNeedsYouFolder;
     static const QString kArchiveFolder;
 
-    explicit DestinationChoices(AppState& state, QObject* parent = nullptr);
+    explicit DestinationChoices(Preferences& preferences, QObject* parent = nullptr);
 
     QList<Choice> choices() const;
     // Lists the home base again (the person may have made folders since).
@@ -37,7 +37,7 @@ Q_SIGNALS:
     void changed();
 
 private:
-    AppState& m_state;
+    Preferences& m_preferences;
     QStringList m_topFolders;
     QFutureWatcher<QStringList> m_listing;
     bool m_waiting = false; // until the listing's result is in m_topFolders

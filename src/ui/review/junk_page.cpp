@@ -1,7 +1,7 @@
 #include "junk_page.h"
 
-#include "controller/app_state.h"
 #include "controller/plan_model.h"
+#include "controller/plan_review.h"
 #include "junk_section.h"
 #include "model/plan_tab.h"
 #include "review_header.h"
@@ -11,9 +11,9 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-JunkPage::JunkPage(AppState& state, PlanModel& plan, QWidget* parent)
+JunkPage::JunkPage(PlanReview& review, PlanModel& plan, QWidget* parent)
     : QWidget(parent)
-    , m_state(state)
+    , m_review(review)
     , m_plan(plan)
     , m_sectionsHolder(new QWidget)
     , m_sectionsLayout(new QVBoxLayout(m_sectionsHolder))
@@ -61,7 +61,7 @@ void JunkPage::rebuild()
     qDeleteAll(m_sections);
     m_sections.clear();
     QHash<QString, int> counts;
-    for (const PlanItem& item : m_state.plan()) {
+    for (const PlanItem& item : m_review.plan()) {
         if (PlanTabs::isSetAside(item))
             ++counts[PlanTabs::junkGroup(item)];
     }
@@ -70,7 +70,7 @@ void JunkPage::rebuild()
         return counts[a] != counts[b] ? counts[a] > counts[b] : a.localeAwareCompare(b) < 0;
     });
     for (const QString& group : std::as_const(groups)) {
-        auto* section = new JunkSection(m_state, m_plan, group, m_sectionsHolder);
+        auto* section = new JunkSection(m_review, m_plan, group, m_sectionsHolder);
         section->setNameFilter(m_filter);
         connect(section, &JunkSection::openRequested, this, &JunkPage::openRequested);
         m_sectionsLayout->insertWidget(m_sectionsLayout->count() - 1, section);

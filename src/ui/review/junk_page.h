@@ -2,7 +2,7 @@
 
 #include <QWidget>
 
-class AppState;
+class PlanReview;
 class JunkSection;
 class PlanModel;
 class QVBoxLayout;
@@ -14,7 +14,7 @@ class JunkPage : public QWidget
     Q_OBJECT
 
 public:
-    JunkPage(AppState& state, PlanModel& plan, QWidget* parent = nullptr);
+    JunkPage(PlanReview& review, PlanModel& plan, QWidget* parent = nullptr);
 
     void setNameFilter(const QString& text);
     QList<JunkSection*> sections() const;
@@ -25,7 +25,7 @@ Q_SIGNALS:
 private:
     void rebuild();
 
-    AppState& m_state;
+    PlanReview& m_review;
     PlanModel& m_plan;
     QString m_filter;
     QWidget* m_sectionsHolder;

@@ -1,7 +1,7 @@
 #include "junk_section.h"
 
-#include "controller/app_state.h"
 #include "controller/plan_model.h"
+#include "controller/plan_review.h"
 #include "first_rows_model.h"
 #include "plan_list_view.h"
 #include "review_filter_model.h"
@@ -16,13 +16,13 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-JunkSection::JunkSection(AppState& state, PlanModel& plan, const QString& group, QWidget* parent)
+JunkSection::JunkSection(PlanReview& review, PlanModel& plan, const QString& group, QWidget* parent)
     : QWidget(parent)
-    , m_state(state)
+    , m_review(review)
     , m_group(group)
     , m_model(new ReviewFilterModel(&plan, PlanTab::junk, this))
     , m_shown(nullptr)
-    , m_list(new PlanListView(state, PlanListView::Toggles::approval, this))
+    , m_list(new PlanListView(review, PlanListView::Toggles::approval, this))
     , m_count(new QLabel(this))
     , m_kept(new QLabel(tr("Keep these files where they are"), this))
     , m_switch(new SecondaryButton(tr("Keep all"), this, 30))
@@ -69,7 +69,7 @@ JunkSection::JunkSection(AppState& state, PlanModel& plan, const QString& group,
 
     connect(m_switch, &QPushButton::clicked, this, [this] {
         const bool anyIncluded = m_switch->text() == tr("Keep all");
-        m_state.setApproved(groupIds(), !anyIncluded);
+        m_review.setApproved(groupIds(), !anyIncluded);
     });
     connect(m_list, &PlanListView::openRequested, this, &JunkSection::openRequested);
     connect(m_model, &QAbstractItemModel::dataChanged, this, &JunkSection::refresh);
@@ -97,7 +97,7 @@ PlanListView* JunkSection::list() const
 QList<qint64> JunkSection::groupIds() const
 {
     QList<qint64> ids;
-    for (const PlanItem& item : m_state.plan()) {
+    for (const PlanItem& item : m_review.plan()) {
         if (PlanTabs::isSetAside(item) && PlanTabs::junkGroup(item) == m_group)
             ids.append(item.id);
     }

@@ -2,7 +2,7 @@
 
 #include <QWidget>
 
-class AppState;
+class PlanReview;
 class FirstRowsModel;
 class PlanListView;
 class PlanModel;
@@ -19,7 +19,7 @@ class JunkSection : public QWidget
 public:
     static constexpr int kShown = 200;
 
-    JunkSection(AppState& state, PlanModel& plan, const QString& group, QWidget* parent = nullptr);
+    JunkSection(PlanReview& review, PlanModel& plan, const QString& group, QWidget* parent = nullptr);
 
     QString group() const;
     void setNameFilter(const QString& text);
@@ -32,7 +32,7 @@ private:
     QList<qint64> groupIds() const;
     void refresh();
 
-    AppState& m_state;
+    PlanReview& m_review;
     QString m_group;
     ReviewFilterModel* m_model;
     FirstRowsModel* m_shown;

@@ -1,7 +1,8 @@
 #include "needs_page.h"
 
-#include "controller/app_state.h"
 #include "controller/plan_model.h"
+#include "controller/plan_review.h"
+#include "controller/preferences.h"
 #include "destination_choices.h"
 #include "model/plan_tab.h"
 #include "plan_list_view.h"
@@ -53,12 +54,12 @@ QPixmap sparklePixmap(qreal ratio)
 
 } // namespace
 
-NeedsPage::NeedsPage(AppState& state, PlanModel& plan, QWidget* parent)
+NeedsPage::NeedsPage(PlanReview& review, Preferences& preferences, PlanModel& plan, QWidget* parent)
     : QWidget(parent)
-    , m_state(state)
+    , m_review(review)
     , m_model(new ReviewFilterModel(&plan, PlanTab::needs, this))
-    , m_list(new PlanListView(state, PlanListView::Toggles::nothing, this))
-    , m_choices(new DestinationChoices(state, this))
+    , m_list(new PlanListView(review, PlanListView::Toggles::nothing, this))
+    , m_choices(new DestinationChoices(preferences, this))
     , m_suggestions(new QWidget(this))
     , m_suggestionsLayout(new QVBoxLayout(m_suggestions))
     , m_newProject(new QLineEdit(this))
@@ -73,9 +74,9 @@ NeedsPage::NeedsPage(AppState& state, PlanModel& plan, QWidget* parent)
     leaveAll->setAccessibleName(leaveAll->text());
     auto* needsFolder = new SecondaryButton(tr("Needs You folder"), this, 32);
     needsFolder->setAccessibleName(needsFolder->text());
-    connect(leaveAll, &QPushButton::clicked, this, [this] { m_state.setDestination(needsIds(), std::nullopt); });
+    connect(leaveAll, &QPushButton::clicked, this, [this] { m_review.setDestination(needsIds(), std::nullopt); });
     connect(needsFolder, &QPushButton::clicked, this, [this] {
-        m_state.setDestination(needsIds(), DestinationChoices::kNeedsYouFolder);
+        m_review.setDestination(needsIds(), DestinationChoices::kNeedsYouFolder);
     });
     auto* bulk = new QHBoxLayout;
     bulk->setSpacing(8);
@@ -125,8 +126,8 @@ NeedsPage::NeedsPage(AppState& state, PlanModel& plan, QWidget* parent)
     layout->addLayout(adding);
     layout->addWidget(m_list, 1);
 
-    connect(&state, &AppState::planChanged, this, &NeedsPage::rebuildSuggestions);
-    connect(&state, &AppState::profileChanged, this, &NeedsPage::rebuildSuggestions);
+    connect(&review, &PlanReview::planChanged, this, &NeedsPage::rebuildSuggestions);
+    connect(&preferences, &Preferences::profileChanged, this, &NeedsPage::rebuildSuggestions);
     rebuildSuggestions();
 }
 
@@ -154,7 +155,7 @@ void NeedsPage::showEvent(QShowEvent* event)
 QList<qint64> NeedsPage::needsIds() const
 {
     QList<qint64> ids;
-    for (const PlanItem& item : m_state.plan()) {
+    for (const PlanItem& item : m_review.plan()) {
         if (PlanTabs::isUndecided(item))
             ids.append(item.id);
     }
@@ -173,7 +174,7 @@ void NeedsPage::chooseDestination()
             menu.addSeparator();
         QAction* action = menu.addAction(choice.label);
         connect(action, &QAction::triggered, this, [this, ids, folder = choice.folder] {
-            m_state.setDestination(ids, folder);
+            m_review.setDestination(ids, folder);
         });
     }
     const QRect row = m_list->visualRect(m_list->currentIndex());
@@ -183,7 +184,7 @@ void NeedsPage::chooseDestination()
 
 void NeedsPage::addProject(const QString& name)
 {
-    const int filed = m_state.addProject(name);
+    const int filed = m_review.addProject(name);
     m_addedNote->setText(tr("Added %1: ").arg(name) + QLocale().toString(filed) + tr(" files sorted into it."));
     m_addedNote->show();
 }
@@ -191,7 +192,7 @@ void NeedsPage::addProject(const QString& name)
 void NeedsPage::rebuildSuggestions()
 {
     QList<GroupCount> wanted;
-    for (const GroupCount& suggestion : m_state.projectSuggestions()) {
+    for (const GroupCount& suggestion : m_review.projectSuggestions()) {
         if (!m_dismissed.contains(suggestion.name))
             wanted.append(suggestion);
     }

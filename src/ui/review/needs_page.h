@@ -5,7 +5,8 @@
 #include <QSet>
 #include <QWidget>
 
-class AppState;
+class PlanReview;
+class Preferences;
 class DestinationChoices;
 class PlanListView;
 class PlanModel;
@@ -22,7 +23,7 @@ class NeedsPage : public QWidget
     Q_OBJECT
 
 public:
-    NeedsPage(AppState& state, PlanModel& plan, QWidget* parent = nullptr);
+    NeedsPage(PlanReview& review, Preferences& preferences, PlanModel& plan, QWidget* parent = nullptr);
 
     void setNameFilter(const QString& text);
     PlanListView* list() const;
@@ -38,7 +39,7 @@ private:
     void rebuildSuggestions();
     void addProject(const QString& name);
 
-    AppState& m_state;
+    PlanReview& m_review;
     ReviewFilterModel* m_model;
     PlanListView* m_list;
     DestinationChoices* m_choices;

@@ -15,11 +15,11 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-OrganizePage::OrganizePage(AppState& state, PlanModel& plan, ThumbCache& thumbs, QWidget* parent)
+OrganizePage::OrganizePage(PlanReview& review, PlanModel& plan, ThumbCache& thumbs, QWidget* parent)
     : QWidget(parent)
     , m_thumbs(thumbs)
     , m_model(new ReviewFilterModel(&plan, PlanTab::organize, this))
-    , m_grid(new PlanListView(state, PlanListView::Toggles::approval, this))
+    , m_grid(new PlanListView(review, PlanListView::Toggles::approval, this))
 {
     auto* header = new ReviewHeader(this);
     m_title = header->title();

@@ -6,7 +6,7 @@
 
 #include <optional>
 
-class AppState;
+class PlanReview;
 class PlanListView;
 class PlanModel;
 class QLabel;
@@ -21,7 +21,7 @@ class OrganizePage : public QWidget
     Q_OBJECT
 
 public:
-    OrganizePage(AppState& state, PlanModel& plan, ThumbCache& thumbs, QWidget* parent = nullptr);
+    OrganizePage(PlanReview& review, PlanModel& plan, ThumbCache& thumbs, QWidget* parent = nullptr);
 
     void setGroup(const std::optional<QString>& group);
     std::optional<QString> group() const;

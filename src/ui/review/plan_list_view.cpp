@@ -1,14 +1,14 @@
 #include "plan_list_view.h"
 
-#include "controller/app_state.h"
 #include "controller/plan_model.h"
+#include "controller/plan_review.h"
 
 #include <QKeyEvent>
 #include <QMouseEvent>
 
-PlanListView::PlanListView(AppState& state, Toggles toggles, QWidget* parent)
+PlanListView::PlanListView(PlanReview& review, Toggles toggles, QWidget* parent)
     : QListView(parent)
-    , m_state(state)
+    , m_review(review)
     , m_toggles(toggles)
 {
     setSelectionMode(QAbstractItemView::ExtendedSelection);
@@ -52,13 +52,13 @@ void PlanListView::flipChosen()
 void PlanListView::flip(const QList<qint64>& ids, bool on)
 {
     if (m_toggles == Toggles::approval) {
-        m_state.setApproved(ids, on);
+        m_review.setApproved(ids, on);
         return;
     }
     for (const qint64 id : ids) {
-        const int row = m_state.rowOf(id);
-        if (row >= 0 && m_state.plan().at(row).renameApproved != on)
-            m_state.toggleRename(id);
+        const int row = m_review.rowOf(id);
+        if (row >= 0 && m_review.plan().at(row).renameApproved != on)
+            m_review.toggleRename(id);
     }
 }
 

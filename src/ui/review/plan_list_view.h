@@ -4,7 +4,7 @@
 
 #include <functional>
 
-class AppState;
+class PlanReview;
 
 // A list of plan items that behaves like a file manager's: arrows move, Ctrl+A selects all,
 // Space flips every selected item, Enter asks for a closer look. A plain click on the item's
@@ -23,7 +23,7 @@ public:
     // Whether a click at `pos` inside an item drawn in `itemRect` means "flip it".
     using ToggleArea = std::function<bool(const QRect& itemRect, const QPoint& pos)>;
 
-    PlanListView(AppState& state, Toggles toggles, QWidget* parent = nullptr);
+    PlanListView(PlanReview& review, Toggles toggles, QWidget* parent = nullptr);
 
     void setToggleArea(ToggleArea area);
     // The ids of the selected items, or of the current one when nothing is selected.
@@ -44,7 +44,7 @@ protected:
 private:
     void flip(const QList<qint64>& ids, bool on);
 
-    AppState& m_state;
+    PlanReview& m_review;
     Toggles m_toggles;
     ToggleArea m_toggleArea;
     QPersistentModelIndex m_pressed;

@@ -9,10 +9,10 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-RenamePage::RenamePage(AppState& state, PlanModel& plan, QWidget* parent)
+RenamePage::RenamePage(PlanReview& review, PlanModel& plan, QWidget* parent)
     : QWidget(parent)
     , m_model(new ReviewFilterModel(&plan, PlanTab::rename, this))
-    , m_list(new PlanListView(state, PlanListView::Toggles::rename, this))
+    , m_list(new PlanListView(review, PlanListView::Toggles::rename, this))
 {
     auto* header
         = new ReviewHeader(this, tr("Clear names"), tr("Only files with meaningless names. Extensions never change."));

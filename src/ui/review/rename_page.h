@@ -2,7 +2,7 @@
 
 #include <QWidget>
 
-class AppState;
+class PlanReview;
 class PlanListView;
 class PlanModel;
 class ReviewFilterModel;
@@ -14,7 +14,7 @@ class RenamePage : public QWidget
     Q_OBJECT
 
 public:
-    RenamePage(AppState& state, PlanModel& plan, QWidget* parent = nullptr);
+    RenamePage(PlanReview& review, PlanModel& plan, QWidget* parent = nullptr);
 
     void setNameFilter(const QString& text);
     PlanListView* list() const;

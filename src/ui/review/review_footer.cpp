@@ -1,6 +1,6 @@
 #include "review_footer.h"
 
-#include "controller/app_state.h"
+#include "controller/moves.h"
 #include "controller/plan_model.h"
 #include "ui/theme/primary_button.h"
 #include "ui/theme/secondary_button.h"
@@ -43,7 +43,7 @@ QPixmap shield(qreal ratio)
 
 } // namespace
 
-ReviewFooter::ReviewFooter(AppState& state, PlanModel& plan, QWidget* parent)
+ReviewFooter::ReviewFooter(Moves& moves, PlanModel& plan, QWidget* parent)
     : QWidget(parent)
     , m_plan(plan)
     , m_approve(new PrimaryButton(QString(), this, 38))
@@ -68,12 +68,12 @@ ReviewFooter::ReviewFooter(AppState& state, PlanModel& plan, QWidget* parent)
     layout->addWidget(organizeOnly);
     layout->addWidget(m_approve);
 
-    connect(organizeOnly, &QPushButton::clicked, this, [this, &state] {
-        state.apply(false);
+    connect(organizeOnly, &QPushButton::clicked, this, [this, &moves] {
+        moves.apply(false);
         Q_EMIT finished();
     });
-    connect(m_approve, &QPushButton::clicked, this, [this, &state] {
-        state.apply(true);
+    connect(m_approve, &QPushButton::clicked, this, [this, &moves] {
+        moves.apply(true);
         Q_EMIT finished();
     });
     connect(&plan, &PlanModel::countsChanged, this, &ReviewFooter::updateCount);

@@ -2,7 +2,7 @@
 
 #include <QWidget>
 
-class AppState;
+class Moves;
 class PlanModel;
 class QPushButton;
 
@@ -13,7 +13,7 @@ class ReviewFooter : public QWidget
     Q_OBJECT
 
 public:
-    ReviewFooter(AppState& state, PlanModel& plan, QWidget* parent = nullptr);
+    ReviewFooter(Moves& moves, PlanModel& plan, QWidget* parent = nullptr);
 
 Q_SIGNALS:
     void finished();

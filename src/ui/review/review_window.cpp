@@ -1,7 +1,9 @@
 #include "review_window.h"
 
-#include "controller/app_state.h"
+#include "controller/moves.h"
 #include "controller/plan_model.h"
+#include "controller/plan_review.h"
+#include "controller/preferences.h"
 #include "controller/thumb_cache.h"
 #include "item_preview.h"
 #include "junk_page.h"
@@ -48,12 +50,12 @@ QWidget* emptyState(QWidget* parent)
 
 } // namespace
 
-ReviewWindow::ReviewWindow(AppState& state, ThumbCache* thumbs, QWidget* parent)
+ReviewWindow::ReviewWindow(const ControllerParts& parts, ThumbCache* thumbs, QWidget* parent)
     : QWidget(parent)
-    , m_state(state)
+    , m_parts(parts)
     , m_ownThumbs(thumbs ? nullptr : std::make_unique<ThumbCache>())
     , m_thumbs(thumbs ? thumbs : m_ownThumbs.get())
-    , m_plan(new PlanModel(&state, this))
+    , m_plan(new PlanModel(&parts.review, this))
     , m_whole(new QStackedWidget(this))
 {
     setWindowTitle(tr("Your fresh start"));
@@ -117,10 +119,10 @@ QWidget* ReviewWindow::buildContent()
     m_filter->setClearButtonEnabled(true);
     m_filter->setFixedWidth(260);
 
-    m_organize = new OrganizePage(m_state, *m_plan, *m_thumbs, content);
-    m_rename = new RenamePage(m_state, *m_plan, content);
-    m_junk = new JunkPage(m_state, *m_plan, content);
-    m_needs = new NeedsPage(m_state, *m_plan, content);
+    m_organize = new OrganizePage(m_parts.review, *m_plan, *m_thumbs, content);
+    m_rename = new RenamePage(m_parts.review, *m_plan, content);
+    m_junk = new JunkPage(m_parts.review, *m_plan, content);
+    m_needs = new NeedsPage(m_parts.review, m_parts.preferences, *m_plan, content);
     m_pages = new QStackedWidget(content);
     for (QWidget* page : std::initializer_list<QWidget*> {m_organize, m_rename, m_junk, m_needs})
         m_pages->addWidget(page);
@@ -140,7 +142,7 @@ QWidget* ReviewWindow::buildContent()
     body->addWidget(m_sidebar);
     body->addLayout(main, 1);
 
-    auto* footer = new ReviewFooter(m_state, *m_plan, content);
+    auto* footer = new ReviewFooter(m_parts.moves, *m_plan, content);
     footer->setObjectName(u"reviewFooter"_s);
     footer->setAttribute(Qt::WA_StyledBackground);
     auto* layout = new QVBoxLayout(content);

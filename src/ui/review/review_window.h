@@ -1,10 +1,11 @@
 #pragma once
 
+#include "controller/controller_parts.h"
+
 #include <QWidget>
 
 #include <memory>
 
-class AppState;
 class JunkPage;
 class NeedsPage;
 class OrganizePage;
@@ -27,7 +28,7 @@ public:
     static constexpr QSize kDefaultSize {1240, 780};
 
     // Without `thumbs` the window makes its own thumbnail cache.
-    explicit ReviewWindow(AppState& state, ThumbCache* thumbs = nullptr, QWidget* parent = nullptr);
+    explicit ReviewWindow(const ControllerParts& parts, ThumbCache* thumbs = nullptr, QWidget* parent = nullptr);
     ~ReviewWindow() override;
 
     QTabBar* tabs() const;
@@ -45,7 +46,7 @@ private:
     void openPreview(const QModelIndex& index);
     QWidget* buildContent();
 
-    AppState& m_state;
+    ControllerParts m_parts;
     std::unique_ptr<ThumbCache> m_ownThumbs;
     ThumbCache* m_thumbs;
     PlanModel* m_plan;

@@ -1,6 +1,6 @@
 #include "folder_choices.h"
 
-#include "controller/app_state.h"
+#include "controller/preferences.h"
 #include "texts.h"
 #include "toggle_row.h"
 
@@ -13,9 +13,9 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-FolderChoices::FolderChoices(AppState& state, QWidget* parent)
+FolderChoices::FolderChoices(Preferences& preferences, QWidget* parent)
     : QWidget(parent)
-    , m_state(state)
+    , m_preferences(preferences)
     , m_rows(new QWidget(this))
 {
     auto* rows = new QVBoxLayout(m_rows);
@@ -35,7 +35,7 @@ FolderChoices::FolderChoices(AppState& state, QWidget* parent)
         watcher->deleteLater();
     });
     watcher->setFuture(QtConcurrent::run(&FolderChoices::resolve, QDir::homePath()));
-    connect(&m_state, &AppState::profileChanged, this, &FolderChoices::showProfile);
+    connect(&m_preferences, &Preferences::profileChanged, this, &FolderChoices::showProfile);
 }
 
 QList<FolderChoices::Choice> FolderChoices::resolve(const QString& home)
@@ -88,16 +88,16 @@ void FolderChoices::build(const QList<Choice>& choices)
 
 void FolderChoices::showProfile()
 {
-    const QStringList& folders = m_state.profile().scanFolders;
+    const QStringList& folders = m_preferences.profile().scanFolders;
     for (const auto& [relative, row] : std::as_const(m_toggles))
         row->setOn(folders.contains(relative));
 }
 
 void FolderChoices::choose(const QString& relative, bool on)
 {
-    Profile profile = m_state.profile();
+    Profile profile = m_preferences.profile();
     profile.scanFolders.removeAll(relative);
     if (on)
         profile.scanFolders.append(relative);
-    m_state.setProfile(profile);
+    m_preferences.setProfile(profile);
 }

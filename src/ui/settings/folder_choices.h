@@ -4,7 +4,7 @@
 #include <QString>
 #include <QWidget>
 
-class AppState;
+class Preferences;
 class ToggleRow;
 
 // "FOLDERS TO SORT": one switch per standard folder of the person (Desktop, Downloads,
@@ -22,7 +22,7 @@ public:
         bool operator==(const Choice&) const = default;
     };
 
-    explicit FolderChoices(AppState& state, QWidget* parent = nullptr);
+    explicit FolderChoices(Preferences& preferences, QWidget* parent = nullptr);
 
     // The person's own folders, as the desktop names them (a system in another language has its
     // own names); folders that are the home itself or lie outside it cannot be stored and are left
@@ -39,7 +39,7 @@ private:
     void showProfile();
     void choose(const QString& relative, bool on);
 
-    AppState& m_state;
+    Preferences& m_preferences;
     QWidget* m_rows;
     QList<QPair<QString, ToggleRow*>> m_toggles; // relative name, its switch
     bool m_loaded = false;

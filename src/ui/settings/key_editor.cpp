@@ -1,6 +1,6 @@
 #include "key_editor.h"
 
-#include "controller/app_state.h"
+#include "controller/preferences.h"
 #include "texts.h"
 #include "ui/theme/secondary_button.h"
 
@@ -9,9 +9,9 @@
 #include <QLineEdit>
 #include <QVBoxLayout>
 
-KeyEditor::KeyEditor(AppState& state, QWidget* parent)
+KeyEditor::KeyEditor(Preferences& preferences, QWidget* parent)
     : QWidget(parent)
-    , m_state(state)
+    , m_preferences(preferences)
     , m_field(new QLineEdit(this))
     , m_save(new SecondaryButton(tr("Save key"), this, 32))
     , m_saved(Texts::label(tr("Saved."), Texts::Style::detail, this))
@@ -43,14 +43,14 @@ KeyEditor::KeyEditor(AppState& state, QWidget* parent)
     });
     connect(m_save, &QPushButton::clicked, this, &KeyEditor::save);
     connect(m_field, &QLineEdit::returnPressed, this, &KeyEditor::save);
-    connect(&m_state, &AppState::apiKeyChanged, this, &KeyEditor::showStored);
+    connect(&m_preferences, &Preferences::apiKeyChanged, this, &KeyEditor::showStored);
     showStored();
 }
 
 void KeyEditor::showStored()
 {
     // The stored key itself never comes back to the screen, not even as dots.
-    const bool stored = !m_state.apiKey().isEmpty();
+    const bool stored = !m_preferences.apiKey().isEmpty();
     m_stored->setText(stored ? tr("A key is stored. Paste a new one to replace it.")
                              : tr("No key stored yet. Paste your Claude API key."));
     m_field->setPlaceholderText(stored ? tr("New key") : tr("sk-ant-…"));
@@ -61,7 +61,7 @@ void KeyEditor::save()
 {
     if (m_field->text().trimmed().isEmpty())
         return;
-    m_state.saveKey(m_field->text());
+    m_preferences.saveKey(m_field->text());
     m_field->clear();
     m_saved->show();
 }

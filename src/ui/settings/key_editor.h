@@ -2,7 +2,7 @@
 
 #include <QWidget>
 
-class AppState;
+class Preferences;
 class QLabel;
 class QLineEdit;
 class QPushButton;
@@ -14,13 +14,13 @@ class KeyEditor : public QWidget
     Q_OBJECT
 
 public:
-    explicit KeyEditor(AppState& state, QWidget* parent = nullptr);
+    explicit KeyEditor(Preferences& preferences, QWidget* parent = nullptr);
 
 private:
     void showStored();
     void save();
 
-    AppState& m_state;
+    Preferences& m_preferences;
     QLineEdit* m_field;
     QPushButton* m_save;
     QLabel* m_saved;

@@ -1,6 +1,6 @@
 #include "mode_picker.h"
 
-#include "controller/app_state.h"
+#include "controller/preferences.h"
 #include "texts.h"
 
 #include <QButtonGroup>
@@ -11,9 +11,9 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-ModePicker::ModePicker(AppState& state, QWidget* parent)
+ModePicker::ModePicker(Preferences& preferences, QWidget* parent)
     : QWidget(parent)
-    , m_state(state)
+    , m_preferences(preferences)
     , m_group(new QButtonGroup(this))
 {
     auto* layout = new QVBoxLayout(this);
@@ -49,19 +49,19 @@ ModePicker::ModePicker(AppState& state, QWidget* parent)
     layout->addLayout(options);
 
     connect(m_group, &QButtonGroup::idClicked, this, [this](int id) {
-        Profile profile = m_state.profile();
+        Profile profile = m_preferences.profile();
         if (profile.model == m_models.value(id))
             return;
         profile.model = m_models.value(id);
-        m_state.setProfile(profile);
+        m_preferences.setProfile(profile);
     });
-    connect(&m_state, &AppState::profileChanged, this, &ModePicker::showProfile);
+    connect(&m_preferences, &Preferences::profileChanged, this, &ModePicker::showProfile);
     showProfile();
 }
 
 void ModePicker::showProfile()
 {
-    const qsizetype id = m_models.indexOf(m_state.profile().model);
+    const qsizetype id = m_models.indexOf(m_preferences.profile().model);
     if (QAbstractButton* option = m_group->button(int(id))) {
         option->setChecked(true);
         return;

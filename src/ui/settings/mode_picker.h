@@ -2,7 +2,7 @@
 
 #include <QWidget>
 
-class AppState;
+class Preferences;
 class QButtonGroup;
 
 // The choice of Claude model for sorting: a quick one and a careful one, each with a line on what
@@ -12,12 +12,12 @@ class ModePicker : public QWidget
     Q_OBJECT
 
 public:
-    explicit ModePicker(AppState& state, QWidget* parent = nullptr);
+    explicit ModePicker(Preferences& preferences, QWidget* parent = nullptr);
 
 private:
     void showProfile();
 
-    AppState& m_state;
+    Preferences& m_preferences;
     QButtonGroup* m_group;
     QStringList m_models; // by button id
 };

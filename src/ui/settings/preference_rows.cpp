@@ -1,13 +1,13 @@
 #include "preference_rows.h"
 
-#include "controller/app_state.h"
+#include "controller/preferences.h"
 #include "toggle_row.h"
 
 #include <QVBoxLayout>
 
-PreferenceRows::PreferenceRows(AppState& state, QWidget* parent)
+PreferenceRows::PreferenceRows(Preferences& preferences, QWidget* parent)
     : QWidget(parent)
-    , m_state(state)
+    , m_preferences(preferences)
     , m_rename(new ToggleRow(tr("Rename unclear files by what's in them"),
                              tr("IMG_4821.png → \"Quorrel - holographic dragon card art.png\", named by what's "
                                 "actually in the file."),
@@ -29,21 +29,21 @@ PreferenceRows::PreferenceRows(AppState& state, QWidget* parent)
 
     const auto store = [this](bool Profile::*field) {
         return [this, field](bool on) {
-            Profile profile = m_state.profile();
+            Profile profile = m_preferences.profile();
             profile.*field = on;
-            m_state.setProfile(profile);
+            m_preferences.setProfile(profile);
         };
     };
     connect(m_rename, &ToggleRow::toggled, this, store(&Profile::renameFiles));
     connect(m_installers, &ToggleRow::toggled, this, store(&Profile::keepInstallers));
     connect(m_sundayReset, &ToggleRow::toggled, this, store(&Profile::autoTidy));
-    connect(&m_state, &AppState::profileChanged, this, &PreferenceRows::showProfile);
+    connect(&m_preferences, &Preferences::profileChanged, this, &PreferenceRows::showProfile);
     showProfile();
 }
 
 void PreferenceRows::showProfile()
 {
-    const Profile& profile = m_state.profile();
+    const Profile& profile = m_preferences.profile();
     m_rename->setOn(profile.renameFiles);
     m_installers->setOn(profile.keepInstallers);
     m_sundayReset->setOn(profile.autoTidy);

@@ -2,7 +2,7 @@
 
 #include <QWidget>
 
-class AppState;
+class Preferences;
 class ToggleRow;
 
 // The three preferences both windows offer: renaming, installers and Sunday Reset. Each flip is
@@ -12,12 +12,12 @@ class PreferenceRows : public QWidget
     Q_OBJECT
 
 public:
-    explicit PreferenceRows(AppState& state, QWidget* parent = nullptr);
+    explicit PreferenceRows(Preferences& preferences, QWidget* parent = nullptr);
 
 private:
     void showProfile();
 
-    AppState& m_state;
+    Preferences& m_preferences;
     ToggleRow* m_rename;
     ToggleRow* m_installers;
     ToggleRow* m_sundayReset;

@@ -1,6 +1,6 @@
 #include "projects_editor.h"
 
-#include "controller/app_state.h"
+#include "controller/preferences.h"
 #include "texts.h"
 #include "ui/theme/secondary_button.h"
 
@@ -12,9 +12,9 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-ProjectsEditor::ProjectsEditor(AppState& state, QWidget* parent)
+ProjectsEditor::ProjectsEditor(Preferences& preferences, QWidget* parent)
     : QWidget(parent)
-    , m_state(state)
+    , m_preferences(preferences)
     , m_none(Texts::label(
           tr("None yet. They're learned automatically on your first refresh."), Texts::Style::detail, this))
     , m_list(new QWidget(this))
@@ -50,7 +50,7 @@ ProjectsEditor::ProjectsEditor(AppState& state, QWidget* parent)
     connect(m_add, &QPushButton::clicked, this, &ProjectsEditor::add);
     connect(m_name, &QLineEdit::returnPressed, this, &ProjectsEditor::add);
     connect(m_aliases, &QLineEdit::returnPressed, this, &ProjectsEditor::add);
-    connect(&m_state, &AppState::profileChanged, this, &ProjectsEditor::showProjects);
+    connect(&m_preferences, &Preferences::profileChanged, this, &ProjectsEditor::showProjects);
     showProjects();
 }
 
@@ -62,7 +62,7 @@ void ProjectsEditor::showProjects()
         item->widget()->deleteLater();
         delete item;
     }
-    const QList<Project>& projects = m_state.profile().projects;
+    const QList<Project>& projects = m_preferences.profile().projects;
     for (const Project& project : projects) {
         QWidget* row = projectRow(project.id, project.name, project.aliases);
         m_rows->addWidget(row);
@@ -103,18 +103,18 @@ QWidget* ProjectsEditor::projectRow(const QUuid& id, const QString& name, const 
 
 void ProjectsEditor::remove(const QUuid& id)
 {
-    Profile profile = m_state.profile();
+    Profile profile = m_preferences.profile();
     profile.projects.removeIf([&id](const Project& project) { return project.id == id; });
-    m_state.setProfile(profile);
+    m_preferences.setProfile(profile);
 }
 
 void ProjectsEditor::add()
 {
     if (m_name->text().trimmed().isEmpty())
         return;
-    Profile profile = m_state.profile();
+    Profile profile = m_preferences.profile();
     profile.projects.append(Project {QUuid::createUuid(), m_name->text(), m_aliases->text()});
-    m_state.setProfile(profile);
+    m_preferences.setProfile(profile);
     m_name->clear();
     m_aliases->clear();
 }

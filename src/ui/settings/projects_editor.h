@@ -2,7 +2,7 @@
 
 #include <QWidget>
 
-class AppState;
+class Preferences;
 class QLabel;
 class QLineEdit;
 class QPushButton;
@@ -15,7 +15,7 @@ class ProjectsEditor : public QWidget
     Q_OBJECT
 
 public:
-    explicit ProjectsEditor(AppState& state, QWidget* parent = nullptr);
+    explicit ProjectsEditor(Preferences& preferences, QWidget* parent = nullptr);
 
 private:
     void showProjects();
@@ -23,7 +23,7 @@ private:
     void remove(const QUuid& id);
     void add();
 
-    AppState& m_state;
+    Preferences& m_preferences;
     QLabel* m_none;
     QWidget* m_list;
     QVBoxLayout* m_rows;

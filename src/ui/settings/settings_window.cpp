@@ -2,7 +2,9 @@
 
 #include "brindlow_version.h"
 
-#include "controller/app_state.h"
+#include "controller/moves.h"
+#include "controller/preferences.h"
+#include "controller/refresh_run.h"
 #include "folder_choices.h"
 #include "key_editor.h"
 #include "mode_picker.h"
@@ -40,9 +42,12 @@ QFrame* rule(QWidget* parent)
 
 } // namespace
 
-SettingsWindow::SettingsWindow(AppState& state, const Clock* clock, const Autostart& autostart, QWidget* parent)
+SettingsWindow::SettingsWindow(const ControllerParts& parts,
+                               const Clock* clock,
+                               const Autostart& autostart,
+                               QWidget* parent)
     : QWidget(parent)
-    , m_state(state)
+    , m_parts(parts)
 {
     setWindowTitle(tr("Brindlow Settings"));
     setAccessibleName(tr("Brindlow Settings"));
@@ -73,17 +78,17 @@ QWidget* SettingsWindow::buildLeft(const Autostart& autostart)
     column->setFixedWidth(kColumnWidth);
 
     auto* key = new Card(column);
-    key->content()->addWidget(new KeyEditor(m_state, key));
+    key->content()->addWidget(new KeyEditor(m_parts.preferences, key));
 
     auto* preferences = new Card(column);
-    preferences->content()->addWidget(new PreferenceRows(m_state, preferences));
+    preferences->content()->addWidget(new PreferenceRows(m_parts.preferences, preferences));
     preferences->content()->addWidget(rule(preferences));
     auto* reminder = new ToggleRow(tr("Sunday 9 AM reminder"),
                                    tr("A gentle nudge: \"Don't forget to start the week fresh.\" Not needed when "
                                       "Sunday Reset is on, since that already notifies you."),
                                    preferences);
-    reminder->setOn(m_state.sundayReminderOn());
-    connect(reminder, &ToggleRow::toggled, this, [this](bool on) { m_state.setSundayReminderOn(on); });
+    reminder->setOn(m_parts.preferences.sundayReminderOn());
+    connect(reminder, &ToggleRow::toggled, this, [this](bool on) { m_parts.preferences.setSundayReminderOn(on); });
     preferences->content()->addWidget(reminder);
     preferences->content()->addWidget(new StartAtLoginRow(autostart, preferences));
 
@@ -101,18 +106,18 @@ QWidget* SettingsWindow::buildRight(const Clock* clock)
     column->setFixedWidth(kColumnWidth);
 
     auto* sorting = new Card(column);
-    sorting->content()->addWidget(new FolderChoices(m_state, sorting));
+    sorting->content()->addWidget(new FolderChoices(m_parts.preferences, sorting));
     sorting->content()->addSpacing(6);
-    sorting->content()->addWidget(new ModePicker(m_state, sorting));
+    sorting->content()->addWidget(new ModePicker(m_parts.preferences, sorting));
 
     auto* projects = new Card(column);
     projects->content()->addWidget(Texts::label(tr("PROJECTS BRINDLOW KNOWS"), Texts::Style::caption, projects));
-    projects->content()->addWidget(new ProjectsEditor(m_state, projects));
+    projects->content()->addWidget(new ProjectsEditor(m_parts.preferences, projects));
 
     auto* usage = new Card(column);
     auto* summary = new UsageSummary(clock, usage);
     // A refresh that just ended has added to the history.
-    connect(&m_state, &AppState::lastRunCostChanged, summary, &UsageSummary::reload);
+    connect(&m_parts.refresh, &RefreshRun::lastRunCostChanged, summary, &UsageSummary::reload);
     usage->content()->addWidget(summary);
 
     auto* layout = new QVBoxLayout(column);
@@ -179,6 +184,6 @@ RecapData SettingsWindow::sampleRecap()
 
 void SettingsWindow::previewRecap()
 {
-    m_state.setRecap(sampleRecap());
+    m_parts.moves.setRecap(sampleRecap());
     Q_EMIT windowRequested(u"recap"_s);
 }

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "controller/controller_parts.h"
+
 #include "platform/autostart.h"
 
 #include <QWidget>
 
-class AppState;
 class Clock;
 struct RecapData;
 
@@ -16,7 +17,7 @@ class SettingsWindow : public QWidget
     Q_OBJECT
 
 public:
-    explicit SettingsWindow(AppState& state,
+    explicit SettingsWindow(const ControllerParts& parts,
                             const Clock* clock = nullptr,
                             const Autostart& autostart = Autostart(),
                             QWidget* parent = nullptr);
@@ -37,5 +38,5 @@ private:
     void openMoveHistory();
     void previewRecap();
 
-    AppState& m_state;
+    ControllerParts m_parts;
 };

@@ -22,10 +22,8 @@ public:
 
     // Draws the mark into `box` (kept square and centred), optionally on a rounded tile. With
     // `monochrome` every part is drawn in that one colour (the desktop's symbolic icons).
-    static void paint(QPainter& painter,
-                      const QRectF& box,
-                      bool tile,
-                      const std::optional<QColor>& monochrome = std::nullopt);
+    static void
+    paint(QPainter& painter, const QRectF& box, bool tile, const std::optional<QColor>& monochrome = std::nullopt);
     // The program icon, rendered at the sizes desktops ask for.
     static QIcon icon();
 

@@ -1,0 +1,222 @@
+#include "moves.h"
+
+#include "activity.h"
+#include "model/plan_tab.h"
+#include "model/store.h"
+#include "plan_review.h"
+#include "planning/apply_options.h"
+#include "planning/mover.h"
+#include "platform/clock.h"
+#include "preferences.h"
+#include "store_writer.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QFutureWatcher>
+#include <QLocale>
+#include <QtConcurrent>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// What the recap shows is counted from the approved plan, before anything moves.
+RecapData recapOf(const QList<PlanItem>& items, bool includeRenames)
+{
+    QHash<QString, int> groups;
+    int duplicates = 0;
+    const PlanItem* anyRename = nullptr;
+    const PlanItem* imageRename = nullptr;
+    for (const PlanItem& item : items) {
+        if (!item.approved)
+            continue;
+        if (PlanTabs::isOrganized(item))
+            ++groups[item.group()];
+        duplicates += item.category == u"duplicate";
+        if (includeRenames && item.renameApproved && item.newName) {
+            if (!anyRename)
+                anyRename = &item;
+            if (!imageRename && item.kind == FileKind::image)
+                imageRename = &item;
+        }
+    }
+    RecapData recap;
+    for (auto it = groups.cbegin(); it != groups.cend(); ++it)
+        recap.groups.append({it.key(), it.value()});
+    std::sort(recap.groups.begin(), recap.groups.end(), [](const GroupCount& a, const GroupCount& b) {
+        return a.count != b.count ? a.count > b.count : a.name < b.name;
+    });
+    if (const PlanItem* example = imageRename ? imageRename : anyRename) {
+        recap.renameFrom = example->src.fileName();
+        recap.renameTo = example->newName;
+    }
+    recap.duplicates = duplicates;
+    return recap;
+}
+
+} // namespace
+
+Moves::Moves(Activity& activity, Preferences& preferences, PlanReview& review, StoreWriter& writer, const Clock& clock)
+    : m_activity(activity)
+    , m_preferences(preferences)
+    , m_review(review)
+    , m_writer(writer)
+    , m_clock(clock)
+{ }
+
+Moves::~Moves()
+{
+    // The mover stops between two files and writes its log before it returns.
+    if (m_cancellation)
+        m_cancellation->cancel();
+    m_work.waitForFinished();
+}
+
+std::optional<ApplyResult> Moves::lastResult() const
+{
+    return m_lastResult;
+}
+
+std::optional<UndoResult> Moves::lastUndo() const
+{
+    return m_lastUndo;
+}
+
+std::optional<RecapData> Moves::recap() const
+{
+    return m_recap;
+}
+
+void Moves::setRecap(const std::optional<RecapData>& recap)
+{
+    m_recap = recap;
+    Q_EMIT recapChanged();
+}
+
+QString Moves::lastLogText() const
+{
+    return m_lastLogText;
+}
+
+QString Moves::undoText(const UndoResult& result)
+{
+    QString text = result.restored < 1
+        ? tr("Nothing to undo.")
+        : tr("Restored %1 files to where they were.").arg(QLocale::system().toString(result.restored));
+    if (result.notRestored > 0)
+        text += u' '
+            + tr("%1 could not go back: something else is in their place now.")
+                  .arg(QLocale::system().toString(result.notRestored));
+    for (const QString& name : result.setAside)
+        text += u' ' + tr("A damaged move log was set aside as \u201C%1\u201D.").arg(QFileInfo(name).fileName());
+    return text;
+}
+
+void Moves::recordNothingToMove()
+{
+    m_lastResult = ApplyResult {};
+    Q_EMIT lastResultChanged();
+}
+
+void Moves::apply(bool includeRenames)
+{
+    if (m_activity.phase() != Phase::review)
+        return;
+    if (!m_activity.acquireLock())
+        return;
+    m_review.submitEdits();
+    m_activity.startMoving(tr("Moving files"), false);
+    m_cancellation = std::make_shared<Cancellation>();
+    const QList<PlanItem> items = m_review.plan();
+    const Profile& profile = m_preferences.profile();
+    ApplyOptions options;
+    options.homeBase = profile.homeBase;
+    for (const QString& folder : profile.scanFolders)
+        options.scanRoots.append(QDir::home().absoluteFilePath(folder));
+    options.includeRenames = includeRenames;
+    options.cancellation = m_cancellation;
+    const Clock* clock = &m_clock;
+    options.now = [clock] { return clock->now(); };
+
+    auto* watcher = new QFutureWatcher<ApplyResult>(this);
+    connect(
+        watcher, &QFutureWatcher<ApplyResult>::finished, this, [this, watcher, recap = recapOf(items, includeRenames)] {
+            applied(watcher->result(), recap);
+            watcher->deleteLater();
+        });
+    StoreWriter* writer = &m_writer;
+    const QFuture<ApplyResult> work = QtConcurrent::run([items, options, writer] {
+        // The reviewed plan is on disk before the first file moves.
+        writer->waitUntilWritten();
+        return Mover::apply(items, options);
+    });
+    m_work = QFuture<void>(work);
+    watcher->setFuture(work);
+}
+
+void Moves::applied(const ApplyResult& result, RecapData recap)
+{
+    m_activity.releaseLock();
+    m_lastResult = result;
+    Q_EMIT lastResultChanged();
+    recap.result = result;
+    setRecap(recap);
+    if (result.stoppedBecause)
+        m_activity.setMessage(result.stoppedBecause);
+    if (result.moved > 0)
+        Q_EMIT windowRequested(u"recap"_s);
+    m_preferences.recordRun();
+    m_review.replace({});
+    m_activity.setPhase(Phase::done);
+    refreshLastLogText();
+    Q_EMIT finished();
+}
+
+void Moves::undoLast()
+{
+    if (m_activity.isBusy())
+        return;
+    if (!m_activity.acquireLock())
+        return;
+    m_activity.startMoving(tr("Putting files back"), true);
+    m_cancellation = std::make_shared<Cancellation>();
+    auto* watcher = new QFutureWatcher<UndoResult>(this);
+    connect(watcher, &QFutureWatcher<UndoResult>::finished, this, [this, watcher] {
+        undone(watcher->result());
+        watcher->deleteLater();
+    });
+    const CancellationPtr cancellation = m_cancellation;
+    const QFuture<UndoResult> work = QtConcurrent::run([cancellation] { return Mover::undoLatest(cancellation); });
+    m_work = QFuture<void>(work);
+    watcher->setFuture(work);
+}
+
+void Moves::undone(const UndoResult& result)
+{
+    m_activity.releaseLock();
+    m_lastUndo = result;
+    m_activity.setPhase(Phase::idle);
+    m_activity.setMessage(undoText(result));
+    refreshLastLogText();
+    Q_EMIT finished();
+}
+
+void Moves::refreshLastLogText()
+{
+    auto* watcher = new QFutureWatcher<QString>(this);
+    connect(watcher, &QFutureWatcher<QString>::finished, this, [this, watcher] {
+        const QString text = watcher->result();
+        watcher->deleteLater();
+        if (text != m_lastLogText) {
+            m_lastLogText = text;
+            Q_EMIT lastLogTextChanged();
+        }
+    });
+    watcher->setFuture(QtConcurrent::run([] {
+        const std::optional<QString> log = Store::latestLog();
+        if (!log)
+            return QString();
+        const QDateTime modified = QFileInfo(*log).lastModified();
+        return modified.isValid() ? QLocale::system().toString(modified.date(), u"MMM d"_s) : QString();
+    }));
+}

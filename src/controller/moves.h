@@ -1,0 +1,75 @@
+#pragma once
+
+#include "model/apply_result.h"
+#include "model/recap_data.h"
+#include "platform/cancellation.h"
+
+#include <QFuture>
+#include <QObject>
+#include <QString>
+
+#include <optional>
+
+class Activity;
+class Clock;
+class PlanReview;
+class Preferences;
+class StoreWriter;
+
+// The two operations that change the person's files, applying the reviewed plan and undoing the
+// newest apply, run in the background; then what they did: the result, the recap, the move logs.
+class Moves : public QObject
+{
+    Q_OBJECT
+
+public:
+    Moves(Activity& activity, Preferences& preferences, PlanReview& review, StoreWriter& writer, const Clock& clock);
+    // Stops a move in hand at the next file and waits for its log.
+    ~Moves() override;
+
+    // Carries out the plan under review, in the background; then the recap.
+    void apply(bool includeRenames);
+    // Puts back the files of the newest applied plan.
+    void undoLast();
+
+    std::optional<ApplyResult> lastResult() const;
+    std::optional<UndoResult> lastUndo() const;
+    std::optional<RecapData> recap() const;
+    void setRecap(const std::optional<RecapData>& recap);
+    // The date of the newest undoable apply, read in the background at start-up and after every
+    // apply and undo; empty when there is none.
+    QString lastLogText() const;
+
+    // What an undo tells the person.
+    static QString undoText(const UndoResult& result);
+
+Q_SIGNALS:
+    void lastResultChanged();
+    void recapChanged();
+    void lastLogTextChanged();
+    // An apply or an undo has ended.
+    void finished();
+    void windowRequested(const QString& id);
+
+private:
+    friend class AppState;
+    friend class RefreshRun;
+
+    // A refresh that found everything in its place ends like an apply that moved nothing.
+    void recordNothingToMove();
+    void refreshLastLogText();
+    void applied(const ApplyResult& result, RecapData recap);
+    void undone(const UndoResult& result);
+
+    Activity& m_activity;
+    Preferences& m_preferences;
+    PlanReview& m_review;
+    StoreWriter& m_writer;
+    const Clock& m_clock;
+    std::optional<ApplyResult> m_lastResult;
+    std::optional<UndoResult> m_lastUndo;
+    std::optional<RecapData> m_recap;
+    QString m_lastLogText;
+    CancellationPtr m_cancellation;
+    QFuture<void> m_work;
+};

@@ -1,0 +1,313 @@
+#include "refresh_run.h"
+
+#include "activity.h"
+#include "moves.h"
+#include "plan_review.h"
+#include "platform/clock.h"
+#include "preferences.h"
+#include "refresh_pipeline.h"
+#include "schedule/notifier.h"
+#include "understanding/usage.h"
+
+#include <QDir>
+#include <QFutureWatcher>
+#include <QPointer>
+#include <QtConcurrent>
+
+#include <dirent.h>
+#include <sys/stat.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+int countNewEntries(const QString& folder, const std::optional<QDateTime>& since)
+{
+    int count = 0;
+    DIR* dir = ::opendir(QFile::encodeName(folder).constData());
+    if (!dir)
+        return 0;
+    const int fd = ::dirfd(dir);
+    while (const dirent* entry = ::readdir(dir)) {
+        if (entry->d_name[0] == '.')
+            continue;
+        struct stat info
+        { };
+        if (!since) {
+            ++count;
+        } else if (::fstatat(fd, entry->d_name, &info, 0) == 0) {
+            const qint64 ms = qint64(info.st_mtim.tv_sec) * 1000 + info.st_mtim.tv_nsec / 1000000;
+            count += ms > since->toMSecsSinceEpoch();
+        }
+    }
+    ::closedir(dir);
+    return count;
+}
+
+} // namespace
+
+RefreshRun::RefreshRun(
+    Activity& activity, Preferences& preferences, PlanReview& review, Moves& moves, const Clock& clock)
+    : m_activity(activity)
+    , m_preferences(preferences)
+    , m_review(review)
+    , m_moves(moves)
+    , m_clock(clock)
+{ }
+
+RefreshRun::~RefreshRun()
+{
+    if (m_cancellation)
+        m_cancellation->cancel();
+    m_pipeline.waitForFinished();
+}
+
+void RefreshRun::setNotifier(Notifier* notifier)
+{
+    m_notifier = notifier;
+}
+
+int RefreshRun::decided() const
+{
+    return m_decided;
+}
+
+int RefreshRun::total() const
+{
+    return m_total;
+}
+
+std::optional<double> RefreshRun::lastRunCost() const
+{
+    return m_lastRunCost;
+}
+
+int RefreshRun::newFiles() const
+{
+    return m_newFiles;
+}
+
+QString RefreshRun::refreshStoppedText()
+{
+    return tr("Refresh stopped. Nothing was moved.");
+}
+
+QString RefreshRun::estimatingText()
+{
+    return tr("Estimating time left\u2026");
+}
+
+void RefreshRun::resetProgress()
+{
+    m_classifyStart.reset();
+    m_classifyBaseline = 0;
+    m_decided = 0;
+    m_total = 0;
+    Q_EMIT progressChanged();
+}
+
+void RefreshRun::setProgress(int decided, int total)
+{
+    if (!m_classifyStart) {
+        m_classifyStart = m_clock.now();
+        m_classifyBaseline = decided;
+    }
+    m_decided = decided;
+    m_total = total;
+    Q_EMIT progressChanged();
+}
+
+RefreshPipeline::Reports RefreshRun::reportsToThisThread()
+{
+    // Reports from the background go through the event loop; a report for a part that is gone
+    // is dropped with its event.
+    QPointer<RefreshRun> self(this);
+    const auto post = [self](std::function<void(RefreshRun&)> change) {
+        QMetaObject::invokeMethod(
+            self.data(),
+            [self, change] {
+                if (self)
+                    change(*self);
+            },
+            Qt::QueuedConnection);
+    };
+    RefreshPipeline::Reports reports;
+    reports.status = [post](const QString& status, bool learning) {
+        post([status, learning](RefreshRun& run) { run.m_activity.setStatus(status, learning); });
+    };
+    reports.total = [post](int total) {
+        post([total](RefreshRun& run) {
+            run.m_total = total;
+            Q_EMIT run.progressChanged();
+        });
+    };
+    reports.learned = [post](const QList<Project>& added, const QString& status) {
+        post([added, status](RefreshRun& run) {
+            run.m_preferences.addProjects(added);
+            run.m_activity.setStatus(status, true);
+        });
+    };
+    reports.progress = [post](int decided, int total, const QMap<QString, int>&) {
+        post([=](RefreshRun& run) { run.setProgress(decided, total); });
+    };
+    return reports;
+}
+
+void RefreshRun::start(TidyMode mode)
+{
+    if (m_activity.isBusy())
+        return;
+    const Profile& profile = m_preferences.profile();
+    if (!profile.onboarded) {
+        Q_EMIT windowRequested(u"onboarding"_s);
+        return;
+    }
+    if (!m_activity.acquireLock())
+        return;
+    m_activity.setPhase(Phase::scanning);
+    m_activity.setStatus(tr("Looking through your folders"));
+    resetProgress();
+    m_activity.setMessage(std::nullopt);
+    // The waiting plan stays on disk until the new one is there, so a stopped refresh or a quit
+    // in the middle loses nothing.
+    m_review.submitEdits();
+    const QList<PlanItem>& waiting = m_review.plan();
+    m_planBeforeRefresh = waiting.isEmpty() ? std::nullopt : std::optional(waiting);
+    m_review.show({});
+
+    RefreshPipeline::Request request;
+    request.profile = profile;
+    request.apiKey = m_preferences.apiKey();
+    request.mode = mode;
+    request.scan = RefreshPipeline::scanOptions(profile, mode, QDir::homePath());
+    request.clock = &m_clock;
+    m_cancellation = std::make_shared<Cancellation>();
+    request.cancellation = m_cancellation;
+    Usage::shared().reset();
+
+    const RefreshPipeline::Reports reports = reportsToThisThread();
+    auto* watcher = new QFutureWatcher<RefreshPipeline::Outcome>(this);
+    connect(watcher, &QFutureWatcher<RefreshPipeline::Outcome>::finished, this, [this, watcher] {
+        finish(watcher->result());
+        watcher->deleteLater();
+    });
+    const QFuture<RefreshPipeline::Outcome> pipeline
+        = QtConcurrent::run([request, reports] { return RefreshPipeline::run(request, reports); });
+    m_pipeline = QFuture<void>(pipeline);
+    watcher->setFuture(pipeline);
+}
+
+void RefreshRun::cancel()
+{
+    if (m_activity.phase() == Phase::scanning && m_cancellation)
+        m_cancellation->cancel();
+}
+
+void RefreshRun::finish(const RefreshPipeline::Outcome& result)
+{
+    m_activity.releaseLock();
+    const std::optional<QList<PlanItem>> before = std::exchange(m_planBeforeRefresh, std::nullopt);
+    if (result.cancelled) {
+        finishStopped(before);
+        return;
+    }
+    if (result.failure) {
+        finishFailed(result, before.has_value());
+        return;
+    }
+    m_lastRunCost = Usage::shared().endRun(result.classified, m_clock.now());
+    Q_EMIT lastRunCostChanged();
+    if (result.capNotice)
+        m_activity.setMessage(result.capNotice);
+    m_review.replace(result.plan);
+    if (!result.plan.isEmpty()) {
+        m_activity.setPhase(Phase::review);
+        if (m_notifier)
+            m_notifier->planReady(int(result.plan.size()));
+    } else {
+        m_moves.recordNothingToMove();
+        m_preferences.recordRun();
+        m_activity.setPhase(Phase::done);
+    }
+    Q_EMIT finished();
+}
+
+void RefreshRun::finishStopped(const std::optional<QList<PlanItem>>& before)
+{
+    Usage::shared().endRun(0, m_clock.now());
+    if (before)
+        m_review.show(*before);
+    m_activity.setPhase(before ? Phase::review : Phase::idle);
+    m_activity.setMessage(refreshStoppedText());
+    Q_EMIT finished();
+}
+
+void RefreshRun::finishFailed(const RefreshPipeline::Outcome& result, bool planWaited)
+{
+    if (!result.connectionFailed) {
+        m_lastRunCost = Usage::shared().endRun(0, m_clock.now());
+        Q_EMIT lastRunCostChanged();
+    }
+    // A failed refresh still drops the plan that waited before it: it was started to replace
+    // that plan, and half a new one is never shown.
+    if (planWaited)
+        m_review.replace({});
+    m_activity.setPhase(Phase::idle);
+    m_activity.setMessage(result.failure->errorDescription());
+    Q_EMIT finished();
+}
+
+void RefreshRun::autoCheck()
+{
+    const Profile& profile = m_preferences.profile();
+    if (!profile.autoTidy || !profile.onboarded || m_activity.phase() != Phase::idle)
+        return;
+    const QDateTime local = m_clock.now().toLocalTime();
+    if (!Notifier::isWeeklyHour(local))
+        return;
+    if (!profile.lastRun || profile.lastRun->toLocalTime().date() != local.date())
+        start(TidyMode::quick);
+}
+
+void RefreshRun::refreshNewFiles()
+{
+    const std::optional<QDateTime> since = m_preferences.profile().lastRun;
+    const QString home = QDir::homePath();
+    auto* watcher = new QFutureWatcher<int>(this);
+    connect(watcher, &QFutureWatcher<int>::finished, this, [this, watcher] {
+        m_newFiles = watcher->result();
+        Q_EMIT newFilesChanged();
+        watcher->deleteLater();
+    });
+    watcher->setFuture(QtConcurrent::run([since, home] {
+        return countNewEntries(home + u"/Desktop"_s, since) + countNewEntries(home + u"/Downloads"_s, since);
+    }));
+}
+
+std::optional<QString> RefreshRun::timeLeftText() const
+{
+    if (m_activity.phase() != Phase::scanning || !m_classifyStart || m_decided >= m_total)
+        return std::nullopt;
+    const double elapsed = double(m_classifyStart->msecsTo(m_clock.now())) / 1000.0;
+    const int done = m_decided - m_classifyBaseline;
+    if (elapsed <= 6 || done < 1)
+        return estimatingText();
+    const double remaining = (m_total - m_decided) / (done / elapsed);
+    if (remaining >= 60)
+        return tr("About %1 min left").arg(qint64(remaining / 60));
+    return tr("Less than a minute left");
+}
+
+QString RefreshRun::calmStatus() const
+{
+    if (m_activity.phase() == Phase::applying)
+        return tr("Putting everything in its place");
+    const std::optional<QString> left = timeLeftText();
+    if (left && *left != estimatingText())
+        return *left;
+    if (m_activity.isLearning())
+        return tr("Learning what you work on\u2026");
+    if (!m_classifyStart)
+        return tr("Getting started\u2026");
+    return estimatingText();
+}
