@@ -1,7 +1,7 @@
 #include "controller/app_state.h"
 #include "model/store.h"
 #include "platform/process_lock.h"
-#include "support/app_driver.h"
+#include "support/controller_fixture.h"
 #include "support/fake_claude_server.h"
 #include "support/file_factory.h"
 #include "support/plan_factory.h"
@@ -27,49 +27,15 @@ QJsonObject personal(qint64)
     return FakeClaudeServer::decision(u"personal"_s, u"Documents"_s, u"a letter"_s);
 }
 
-// A set-up person with a home of real files, the fake service and a clock of the test's own.
-class Fixture
+// Someone set up on a Sunday morning, with one project.
+class Fixture : public ControllerFixture
 {
 public:
-    TempHome home;
-    FakeClaudeServer server;
-    TestClock clock {QDateTime(QDate(2026, 3, 1), QTime(10, 0), Qt::LocalTime)}; // a Sunday
-    QStringList windows;
-
     Fixture()
+        : ControllerFixture(Person {.projects = {{QUuid::createUuid(), u"Quorrel"_s, QString()}},
+                                    .now = QDateTime(QDate(2026, 3, 1), QTime(10, 0), Qt::LocalTime)})
     {
-        home.saveProfile(true, {{QUuid::createUuid(), u"Quorrel"_s, QString()}});
-        Store::saveKey(u"sk-test"_s);
         server.setHandler(FakeClaudeServer::sorting(personal));
-    }
-
-    std::unique_ptr<AppState> state()
-    {
-        return AppDriver::start(&clock, &windows);
-    }
-
-    // Paths of every file named in the sorting requests.
-    QStringList sentPaths() const
-    {
-        QStringList paths;
-        for (const FakeClaudeServer::Request& request : server.requests()) {
-            for (const QString& line : request.userText().split(u'\n')) {
-                const QJsonObject described = QJsonDocument::fromJson(line.toUtf8()).object();
-                if (described.contains("path"_L1))
-                    paths.append(described.value("path"_L1).toString());
-            }
-        }
-        paths.sort();
-        return paths;
-    }
-
-    // Everything the sorting requests from the `first`-th on said, as one text.
-    QString sentSince(int first) const
-    {
-        QStringList texts;
-        for (const FakeClaudeServer::Request& request : server.requests().mid(first))
-            texts.append(request.userText());
-        return texts.join(u'\n');
     }
 };
 
@@ -85,7 +51,7 @@ private Q_SLOTS:
         Fixture f;
         Profile fresh = Profile::defaults(f.home.path());
         Store::saveProfile(fresh);
-        auto state = f.state();
+        auto state = f.start();
         state->refresh().start(TidyMode::quick);
         QCOMPARE(f.windows, QStringList {u"onboarding"_s});
         QCOMPARE(state->activity().phase(), Phase::idle);
@@ -128,8 +94,8 @@ private Q_SLOTS:
         FileFactory::write(f.home.path() + u"/Documents/Projects/Quorrel/filed.txt"_s, "already filed");
         FileFactory::write(f.home.path() + u"/Music/song.txt"_s, "not a scan folder");
         Usage::shared().reset();
-        auto state = f.state();
-        QVERIFY(AppDriver::refresh(*state, TidyMode::quick));
+        auto state = f.start();
+        QVERIFY(ControllerFixture::refresh(*state, TidyMode::quick));
         QCOMPARE(state->activity().phase(), Phase::review);
         // The first quick refresh looks at every scan folder, never at what is already filed.
         QCOMPARE(f.sentPaths(), (QStringList {u"~/Desktop/letter to bank.txt"_s, u"~/Documents/old notes.txt"_s}));
@@ -150,7 +116,7 @@ private Q_SLOTS:
         FileFactory::setModified(f.home.path() + u"/Desktop/letter to bank.txt"_s,
                                  QDateTime::currentDateTime().addDays(-2));
         const int requestsBefore = f.server.requestCount();
-        QVERIFY(AppDriver::refresh(*state, TidyMode::quick));
+        QVERIFY(ControllerFixture::refresh(*state, TidyMode::quick));
         const QString later = f.sentSince(requestsBefore);
         QVERIFY(later.contains(u"~/Downloads/new.txt"_s));
         QVERIFY(!later.contains(u"also new"_s));
@@ -159,7 +125,7 @@ private Q_SLOTS:
         // Deep and junk-only refreshes look at every scan folder, whatever their age.
         state->review().discard();
         const int beforeDeep = f.server.requestCount();
-        QVERIFY(AppDriver::refresh(*state, TidyMode::deep));
+        QVERIFY(ControllerFixture::refresh(*state, TidyMode::deep));
         const QString deep = f.sentSince(beforeDeep);
         QVERIFY(deep.contains(u"also new"_s) && deep.contains(u"letter to bank"_s));
 
@@ -176,7 +142,7 @@ private Q_SLOTS:
         profile = state->preferences().profile();
         profile.lastRun = QDateTime::currentDateTime().addSecs(5);
         state->preferences().setProfile(profile);
-        QVERIFY(AppDriver::refresh(*state, TidyMode::quick));
+        QVERIFY(ControllerFixture::refresh(*state, TidyMode::quick));
         QCOMPARE(state->activity().phase(), Phase::done);
         QCOMPARE(state->moves().lastResult(), ApplyResult {});
         QCOMPARE(state->preferences().profile().lastRun, f.clock.now());
@@ -188,8 +154,8 @@ private Q_SLOTS:
         Fixture f;
         FileFactory::write(f.home.path() + u"/Desktop/a.txt"_s, "a");
         f.server.setHandler([](const FakeClaudeServer::Request&) { return FakeClaudeServer::Response {401, "{}", 0}; });
-        auto state = f.state();
-        QVERIFY(AppDriver::refresh(*state, TidyMode::deep));
+        auto state = f.start();
+        QVERIFY(ControllerFixture::refresh(*state, TidyMode::deep));
         QCOMPARE(state->activity().phase(), Phase::idle);
         QCOMPARE(state->activity().message(), u"Brindlow couldn't sign in to Claude (error 401). Nothing was moved."_s);
         QCOMPARE(f.server.requestCount(), 1); // the connection check alone
@@ -201,7 +167,7 @@ private Q_SLOTS:
                 return FakeClaudeServer::reply(u"OK"_s);
             return FakeClaudeServer::Response {400, R"({"error":"credit balance too low"})", 0};
         });
-        QVERIFY(AppDriver::refresh(*state, TidyMode::quick));
+        QVERIFY(ControllerFixture::refresh(*state, TidyMode::quick));
         QCOMPARE(state->activity().phase(), Phase::idle);
         QVERIFY(state->activity().message()->startsWith(u"Your Claude credits ran out."_s));
         QVERIFY(state->refresh().lastRunCost().has_value());
@@ -219,8 +185,8 @@ private Q_SLOTS:
             file.open(QIODevice::WriteOnly);
         }
         // Empty files are settled by the rules, so no request is needed for them.
-        auto state = f.state();
-        QVERIFY(AppDriver::refresh(*state, TidyMode::junkOnly));
+        auto state = f.start();
+        QVERIFY(ControllerFixture::refresh(*state, TidyMode::junkOnly));
         QCOMPARE(state->refresh().total(), 25000);
         QCOMPARE(state->review().plan().size(), 25000);
         QCOMPARE(state->activity().message(), u"Sorted your newest 25,000 files. Run it again for the rest."_s);
@@ -237,7 +203,7 @@ private Q_SLOTS:
         gone.id = 1;
         gone.src = QUrl::fromLocalFile(f.home.path() + u"/Desktop/gone.txt"_s);
         Store::savePlan({item, gone});
-        auto state = f.state();
+        auto state = f.start();
         QCOMPARE(state->activity().phase(), Phase::review);
         QCOMPARE(state->review().plan(), QList<PlanItem> {item});
         state->review().flushEdits();
@@ -246,16 +212,16 @@ private Q_SLOTS:
         PlanItem stale = item;
         stale.reason = u"Claude API error 500: oops"_s;
         Store::savePlan({item, stale});
-        QCOMPARE(f.state()->activity().phase(), Phase::idle);
+        QCOMPARE(f.start()->activity().phase(), Phase::idle);
         QVERIFY(Store::loadPlan().isEmpty());
 
         Store::savePlan({gone});
-        QCOMPARE(f.state()->activity().phase(), Phase::idle);
+        QCOMPARE(f.start()->activity().phase(), Phase::idle);
 
         // An import whose files are all gone is still renamed, so it is not read again.
         const QString import = f.home.path() + u"/Documents/Brindlow App/import-plan.json"_s;
         FileFactory::write(import, QJsonDocument(QJsonArray {gone.toJson()}).toJson());
-        auto importing = f.state();
+        auto importing = f.start();
         QCOMPARE(importing->activity().phase(), Phase::idle);
         QVERIFY(!QFile::exists(import));
         const QString renamed = QFileInfo(import).path() + u"/import-plan.loaded-"_s
@@ -273,7 +239,7 @@ private Q_SLOTS:
             import,
             QJsonDocument(QJsonArray {item.toJson(), gone.toJson(), secret.toJson(), nested.toJson()}).toJson());
         f.clock.advance(std::chrono::seconds(1));
-        auto imported = f.state();
+        auto imported = f.start();
         QCOMPARE(imported->activity().phase(), Phase::review);
         QCOMPARE(imported->review().plan(), QList<PlanItem> {item});
         f.clock.advance(std::chrono::milliseconds(1499));
@@ -285,12 +251,12 @@ private Q_SLOTS:
         FileFactory::write(import, "[]");
         Store::savePlan({});
         f.clock.advance(std::chrono::seconds(1));
-        QCOMPARE(f.state()->activity().phase(), Phase::idle);
+        QCOMPARE(f.start()->activity().phase(), Phase::idle);
         QVERIFY(!QFile::exists(import));
 
         FileFactory::write(import, "not json");
         f.clock.advance(std::chrono::seconds(1));
-        f.state();
+        f.start();
         QVERIFY(QFile::exists(import)); // only a plan that reads is taken and renamed
     }
 
@@ -302,7 +268,7 @@ private Q_SLOTS:
         const PlanItem waiting
             = PlanFactory::item(f.home.path() + u"/Downloads"_s, 7, u"w.txt"_s, u"admin"_s, u"Work Admin"_s);
         Store::savePlan({waiting});
-        auto state = f.state();
+        auto state = f.start();
         QSignalSpy finished(&state.get()->refresh(), &RefreshRun::finished);
         QSignalSpy decided(&state.get()->refresh(), &RefreshRun::progressChanged);
         QSignalSpy total(&state.get()->refresh(), &RefreshRun::progressChanged);
@@ -351,7 +317,7 @@ private Q_SLOTS:
         profile.autoTidy = true;
         profile.lastRun = QDateTime(QDate(2026, 2, 22), QTime(9, 30), Qt::LocalTime); // the Sunday before
         Store::saveProfile(profile);
-        auto state = f.state();
+        auto state = f.start();
         f.clock.set(QDateTime(QDate(2026, 3, 1), QTime(8, 59), Qt::LocalTime));
         state->refresh().autoCheck();
         QCOMPARE(state->activity().phase(), Phase::idle);
@@ -392,7 +358,7 @@ private Q_SLOTS:
     void texts()
     {
         Fixture f;
-        auto state = f.state();
+        auto state = f.start();
         QCOMPARE(state->preferences().lastRunText(), u"Ready for a fresh start"_s);
         Profile profile = state->preferences().profile();
         profile.lastRun = f.clock.now().addDays(-2);

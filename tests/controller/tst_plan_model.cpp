@@ -2,8 +2,8 @@
 #include "controller/plan_filter_model.h"
 #include "controller/plan_model.h"
 #include "model/store.h"
+#include "support/controller_fixture.h"
 #include "support/plan_factory.h"
-#include "support/temp_home.h"
 #include "support/test_clock.h"
 
 #include <QAbstractItemModelTester>
@@ -51,12 +51,10 @@ class TestPlanModel : public QObject
 private Q_SLOTS:
     void tabsGroupsAndCounts()
     {
-        TempHome home;
-        Store::savePlan(samplePlan(home.path() + u"/Downloads"_s));
-        TestClock clock;
-        AppState state(&clock);
-        state.init();
-        PlanModel model(&state.review());
+        ControllerFixture f;
+        Store::savePlan(samplePlan(f.home.path() + u"/Downloads"_s));
+        const auto state = f.start();
+        PlanModel model(&state->review());
         QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
         PlanFilterModel tab(&model);
 
@@ -88,12 +86,10 @@ private Q_SLOTS:
 
     void editsChangeExactlyTheirRows()
     {
-        TempHome home;
-        Store::savePlan(samplePlan(home.path() + u"/Downloads"_s));
-        TestClock clock;
-        AppState state(&clock);
-        state.init();
-        PlanModel model(&state.review());
+        ControllerFixture f;
+        Store::savePlan(samplePlan(f.home.path() + u"/Downloads"_s));
+        const auto state = f.start();
+        PlanModel model(&state->review());
         QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
         PlanFilterModel needs(&model);
         needs.setTab(PlanTab::needs);
@@ -109,31 +105,31 @@ private Q_SLOTS:
             return ranges;
         };
 
-        state.review().toggle(12);
+        state->review().toggle(12);
         QCOMPARE(changedRows(), (QList<QPair<int, int>> {{2, 2}}));
         QCOMPARE(model.approvedCount(), 6);
         // Rows 0, 1 and 3 are one run and one apart: two ranges, nothing else repainted.
-        state.review().setApproved({13, 10, 11, 999}, false);
+        state->review().setApproved({13, 10, 11, 999}, false);
         QCOMPARE(changedRows(), (QList<QPair<int, int>> {{0, 1}, {3, 3}}));
-        state.review().setApproved({10}, false); // already so: no signal
+        state->review().setApproved({10}, false); // already so: no signal
         QVERIFY(changedRows().isEmpty());
         QVERIFY(model.setData(model.index(0), Qt::Checked, Qt::CheckStateRole));
-        QVERIFY(state.review().plan()[0].approved);
+        QVERIFY(state->review().plan()[0].approved);
         changed.clear();
 
         // Sent to a folder, an undecided item leaves the needs tab for organize.
-        state.review().setDestination({17}, u"Archive"_s);
+        state->review().setDestination({17}, u"Archive"_s);
         QCOMPARE(changedRows(), (QList<QPair<int, int>> {{7, 7}}));
         QCOMPARE(names(needs), QStringList {u"huh.dat"_s});
         QCOMPARE(model.tabCount(PlanTab::organize), 5);
-        state.review().setDestination({18}, std::nullopt);
+        state->review().setDestination({18}, std::nullopt);
         QCOMPARE(needs.index(0, 0).data(PlanModel::ApprovedRole).toBool(), false);
-        QCOMPARE(state.review().addProject(u"huh"_s), 1);
+        QCOMPARE(state->review().addProject(u"huh"_s), 1);
         QVERIFY(names(needs).isEmpty());
         QVERIFY(reset.isEmpty());
         QVERIFY(!counts.isEmpty());
 
-        state.review().discard();
+        state->review().discard();
         QCOMPARE(reset.size(), 1);
         QCOMPARE(model.rowCount(), 0);
         QCOMPARE(model.tabCount(PlanTab::organize), 0);

@@ -1,7 +1,7 @@
 #include "controller/app_state.h"
 #include "model/store.h"
+#include "support/controller_fixture.h"
 #include "support/plan_factory.h"
-#include "support/temp_home.h"
 #include "support/test_clock.h"
 
 #include <QSignalSpy>
@@ -41,12 +41,10 @@ class TestPlanSaver : public QObject
 private Q_SLOTS:
     void burstsAreCoalescedAndTheFileIsAlwaysWhole()
     {
-        TempHome home;
-        const QList<PlanItem> plan = bigPlan(home.path() + u"/Downloads"_s, 1000);
+        ControllerFixture f;
+        const QList<PlanItem> plan = bigPlan(f.home.path() + u"/Downloads"_s, 1000);
         Store::savePlan(plan);
-        TestClock clock;
-        AppState state(&clock);
-        state.init();
+        const auto state = f.start();
 
         // A reader in the background never sees a plan cut short, however the writes fall.
         std::atomic<bool> reading {true};
@@ -58,15 +56,15 @@ private Q_SLOTS:
             }
         });
         for (const PlanItem& item : plan)
-            state.review().setDestination(item.id, u"Archive"_s);
+            state->review().setDestination(item.id, u"Archive"_s);
         // Without anyone waiting for it, the burst reaches the disk within about a second.
         QTRY_VERIFY_WITH_TIMEOUT(approvedOnDisk(999), 1500);
-        state.review().flushEdits();
+        state->review().flushEdits();
         reading = false;
         reader.join();
         QCOMPARE(torn.load(), 0);
-        QVERIFY2(state.review().planWrites() <= 3, qPrintable(QString::number(state.review().planWrites())));
-        QCOMPARE(Store::loadPlan(), state.review().plan());
+        QVERIFY2(state->review().planWrites() <= 3, qPrintable(QString::number(state->review().planWrites())));
+        QCOMPARE(Store::loadPlan(), state->review().plan());
         const QList<Lesson> lessons = Store::loadLessons();
         QCOMPARE(lessons.size(), Store::kMaxLessons);
         QCOMPARE(lessons.last(), (Lesson {u"file 999.txt"_s, u"reason for file 999.txt"_s, u"Archive"_s}));
@@ -74,35 +72,31 @@ private Q_SLOTS:
 
     void editsFromTwoProgramsAreBothKept()
     {
-        TempHome home;
-        Store::savePlan(bigPlan(home.path() + u"/Downloads"_s, 4));
-        TestClock clock;
-        AppState tray(&clock);
-        tray.init();
-        QSignalSpy trayReset(&tray.review(), &PlanReview::planReset);
+        ControllerFixture f;
+        Store::savePlan(bigPlan(f.home.path() + u"/Downloads"_s, 4));
+        const auto tray = f.start();
+        QSignalSpy trayReset(&tray->review(), &PlanReview::planReset);
         {
             // Another Brindlow (a terminal, say) edits one item and ends.
-            AppState terminal(&clock);
-            terminal.init();
-            terminal.review().toggle(1);
-            tray.review().toggle(2); // not yet written when the other one writes
-            terminal.review().flushEdits();
+            const auto terminal = f.start();
+            terminal->review().toggle(1);
+            tray->review().toggle(2); // not yet written when the other one writes
+            terminal->review().flushEdits();
         }
-        tray.review().flushEdits();
+        tray->review().flushEdits();
         QVERIFY(approvedOnDisk(1) && approvedOnDisk(2));
         // The tray program picks up the other edit without losing its own.
-        QTRY_VERIFY(tray.review().plan()[1].approved);
-        QVERIFY(tray.review().plan()[2].approved);
+        QTRY_VERIFY(tray->review().plan()[1].approved);
+        QVERIFY(tray->review().plan()[2].approved);
         QVERIFY(!trayReset.isEmpty());
 
         // A plan replaced elsewhere (applied from a terminal) ends the review here.
         {
-            AppState terminal(&clock);
-            terminal.init();
-            terminal.review().discard();
+            const auto terminal = f.start();
+            terminal->review().discard();
         }
-        QTRY_COMPARE(tray.activity().phase(), Phase::idle);
-        QVERIFY(tray.review().plan().isEmpty());
+        QTRY_COMPARE(tray->activity().phase(), Phase::idle);
+        QVERIFY(tray->review().plan().isEmpty());
     }
 };
 

@@ -2,7 +2,7 @@
 #include "model/store.h"
 #include "platform/file_mover_hooks.h"
 #include "platform/process_lock.h"
-#include "support/app_driver.h"
+#include "support/controller_fixture.h"
 #include "support/file_factory.h"
 #include "support/plan_factory.h"
 #include "support/temp_home.h"
@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QSignalSpy>
 #include <QThread>
+#include <QUuid>
 
 #include <QTest>
 #include <atomic>
@@ -19,48 +20,21 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-class Fixture
+// Someone with a project, and a plan waiting for them.
+class Fixture : public ControllerFixture
 {
 public:
-    TempHome home;
-    TestClock clock {QDateTime(QDate(2026, 3, 3), QTime(12, 0), Qt::LocalTime)};
-    QStringList windows;
-    QList<PlanItem> items;
-
     Fixture()
+        : ControllerFixture(Person {.projects = {{QUuid::createUuid(), u"Clients/Quorrel"_s, QString()}},
+                                    .now = QDateTime(QDate(2026, 3, 3), QTime(12, 0), Qt::LocalTime)})
     {
-        home.saveProfile(true, {{QUuid::createUuid(), u"Clients/Quorrel"_s, QString()}});
-    }
-
-    PlanItem& add(const QString& name, FileKind kind, const QString& category, const QString& destFolder)
-    {
-        const QString downloads = home.path() + u"/Downloads"_s;
-        items.append(PlanFactory::item(downloads, items.size(), name, category, destFolder));
-        if (kind == FileKind::folder) {
-            QFile::remove(downloads + u'/' + name);
-            FileFactory::write(downloads + u'/' + name + u"/inside.txt"_s, "inside");
-        }
-        items.last().kind = kind;
-        items.last().renameApproved = true;
-        return items.last();
-    }
-
-    std::unique_ptr<AppState> state()
-    {
-        Store::savePlan(items);
-        return AppDriver::start(&clock, &windows);
+        firstId = 0;
     }
 };
 
 const PlanItem& byId(AppState& state, qint64 id)
 {
-    return state.review().plan().at(state.review().rowOf(id));
-}
-
-bool waitForMove(AppState& state)
-{
-    QSignalSpy finished(&state.moves(), &Moves::finished);
-    return finished.wait(10000);
+    return ControllerFixture::item(state, id);
 }
 
 } // namespace
@@ -73,9 +47,9 @@ private Q_SLOTS:
     void edits()
     {
         Fixture f;
-        f.add(u"a.txt"_s, FileKind::doc, u"personal"_s, u"Personal/Documents"_s);
-        f.add(u"b.txt"_s, FileKind::doc, u"admin"_s, u"Work Admin"_s);
-        auto state = f.state();
+        f.add(u"a.txt"_s, u"personal"_s, u"Personal/Documents"_s, FileKind::doc);
+        f.add(u"b.txt"_s, u"admin"_s, u"Work Admin"_s, FileKind::doc);
+        auto state = f.start();
         QCOMPARE(state->activity().phase(), Phase::review);
 
         state->review().toggle(0);
@@ -124,21 +98,21 @@ private Q_SLOTS:
     void projects()
     {
         Fixture f;
-        f.add(u"quorrel-card.png"_s, FileKind::image, u"needs-you"_s, u"Brindlow Review/Needs You"_s);
-        PlanItem& deck = f.add(u"deck.pdf"_s, FileKind::pdf, u"library"_s, u"Library/Other"_s);
+        f.add(u"quorrel-card.png"_s, u"needs-you"_s, u"Brindlow Review/Needs You"_s, FileKind::image);
+        PlanItem& deck = f.add(u"deck.pdf"_s, u"library"_s, u"Library/Other"_s, FileKind::pdf);
         deck.reason = u"A Quorrel pitch deck"_s;
-        PlanItem& shoot = f.add(u"shoot"_s, FileKind::folder, u"needs-you"_s, u"Brindlow Review/Needs You"_s);
+        PlanItem& shoot = f.add(u"shoot"_s, u"needs-you"_s, u"Brindlow Review/Needs You"_s, FileKind::folder);
         shoot.suggestedProject = u"QUORREL"_s;
-        f.add(u"quorrel junk.png"_s, FileKind::image, u"junk"_s, u"Brindlow Review/To Delete - Review First"_s);
-        f.add(u"quorrel receipt.pdf"_s, FileKind::pdf, u"personal"_s, u"Personal/Other"_s);
+        f.add(u"quorrel junk.png"_s, u"junk"_s, u"Brindlow Review/To Delete - Review First"_s, FileKind::image);
+        f.add(u"quorrel receipt.pdf"_s, u"personal"_s, u"Personal/Other"_s, FileKind::pdf);
         for (int i = 0; i < 3; ++i)
-            f.add(u"k%1.png"_s.arg(i), FileKind::image, u"library"_s, u"Library/Other"_s).suggestedProject = u"KSTL"_s;
-        f.add(u"o.png"_s, FileKind::image, u"library"_s, u"Library/Other"_s).suggestedProject = u"Orvo"_s;
+            f.add(u"k%1.png"_s.arg(i), u"library"_s, u"Library/Other"_s, FileKind::image).suggestedProject = u"KSTL"_s;
+        f.add(u"o.png"_s, u"library"_s, u"Library/Other"_s, FileKind::image).suggestedProject = u"Orvo"_s;
         for (int i = 0; i < 5; ++i)
-            f.add(u"q%1.png"_s.arg(i), FileKind::image, u"junk"_s, u"X"_s).suggestedProject = u"Quorrel"_s;
+            f.add(u"q%1.png"_s.arg(i), u"junk"_s, u"X"_s, FileKind::image).suggestedProject = u"Quorrel"_s;
         for (int i = 0; i < 2; ++i)
-            f.add(u"n%1.png"_s.arg(i), FileKind::image, u"needs-you"_s, u"X"_s).suggestedProject = u"quorrel"_s;
-        auto state = f.state();
+            f.add(u"n%1.png"_s.arg(i), u"needs-you"_s, u"X"_s, FileKind::image).suggestedProject = u"quorrel"_s;
+        auto state = f.start();
 
         QCOMPARE(state->review().projectSuggestions(), (QList<GroupCount> {{u"KSTL"_s, 3}}));
         QCOMPARE(state->review().addProject(u"  "_s), 0);
@@ -169,23 +143,23 @@ private Q_SLOTS:
     {
         Fixture f;
         for (int i = 0; i < 3; ++i)
-            f.add(u"card %1.png"_s.arg(i), FileKind::image, u"project:Quorrel"_s, u"Projects/Quorrel/Images"_s);
-        f.add(u"receipt.pdf"_s, FileKind::pdf, u"personal"_s, u"Personal/Receipts"_s).newName = u"Receipt March.pdf"_s;
-        f.add(u"IMG_1.png"_s, FileKind::image, u"personal"_s, u"Personal/Photos"_s).newName = u"Beach day.png"_s;
-        f.add(u"junk.zip"_s, FileKind::archive, u"junk"_s, u"Brindlow Review/To Delete - Review First/Old"_s);
-        f.add(u"dup.png"_s, FileKind::image, u"duplicate"_s, u"Brindlow Review/Duplicates - Review First"_s);
-        f.add(u"unsure.txt"_s, FileKind::doc, u"needs-you"_s, u"Brindlow Review/Needs You"_s).approved = true;
-        f.add(u"skipped.txt"_s, FileKind::doc, u"admin"_s, u"Work Admin"_s).approved = false;
-        auto state = f.state();
+            f.add(u"card %1.png"_s.arg(i), u"project:Quorrel"_s, u"Projects/Quorrel/Images"_s, FileKind::image);
+        f.add(u"receipt.pdf"_s, u"personal"_s, u"Personal/Receipts"_s, FileKind::pdf).newName = u"Receipt March.pdf"_s;
+        f.add(u"IMG_1.png"_s, u"personal"_s, u"Personal/Photos"_s, FileKind::image).newName = u"Beach day.png"_s;
+        f.add(u"junk.zip"_s, u"junk"_s, u"Brindlow Review/To Delete - Review First/Old"_s, FileKind::archive);
+        f.add(u"dup.png"_s, u"duplicate"_s, u"Brindlow Review/Duplicates - Review First"_s, FileKind::image);
+        f.add(u"unsure.txt"_s, u"needs-you"_s, u"Brindlow Review/Needs You"_s, FileKind::doc).approved = true;
+        f.add(u"skipped.txt"_s, u"admin"_s, u"Work Admin"_s, FileKind::doc).approved = false;
+        auto state = f.start();
         state->moves().undoLast(); // nothing applied yet
-        QVERIFY(waitForMove(*state));
+        QVERIFY(ControllerFixture::waitForMove(*state));
         QCOMPARE(state->activity().message(), u"Nothing to undo."_s);
         QCOMPARE(state->activity().phase(), Phase::idle);
 
-        auto reviewing = f.state();
+        auto reviewing = f.start();
         reviewing->moves().apply(true);
         QCOMPARE(reviewing->activity().phase(), Phase::applying);
-        QVERIFY(waitForMove(*reviewing));
+        QVERIFY(ControllerFixture::waitForMove(*reviewing));
         QCOMPARE(reviewing->activity().phase(), Phase::done);
         const RecapData recap = *reviewing->moves().recap();
         QCOMPARE(recap.groups, (QList<GroupCount> {{u"Quorrel"_s, 3}, {u"Personal"_s, 2}}));
@@ -206,7 +180,7 @@ private Q_SLOTS:
         reviewing->moves().apply(true); // no longer in review
         QCOMPARE(reviewing->activity().phase(), Phase::done);
         reviewing->moves().undoLast();
-        QVERIFY(waitForMove(*reviewing));
+        QVERIFY(ControllerFixture::waitForMove(*reviewing));
         QCOMPARE(reviewing->activity().message(), u"Restored 8 files to where they were."_s);
         QVERIFY(QFile::exists(f.home.path() + u"/Downloads/IMG_1.png"_s));
     }
@@ -215,8 +189,8 @@ private Q_SLOTS:
     {
         Fixture f;
         for (int i = 0; i < 300; ++i)
-            f.add(u"f%1.txt"_s.arg(i), FileKind::doc, u"personal"_s, u"Personal/Documents"_s);
-        auto state = f.state();
+            f.add(u"f%1.txt"_s.arg(i), u"personal"_s, u"Personal/Documents"_s, FileKind::doc);
+        auto state = f.start();
         std::atomic<int> moves {0};
         std::atomic<bool> quitting {false};
         FileMoverHooks::setBeforeMove([&](const QString&) {
@@ -234,9 +208,9 @@ private Q_SLOTS:
         QVERIFY2(moved >= 4 && moved < 300, qPrintable(QString::number(moved)));
 
         f.items.clear();
-        auto restarted = f.state();
+        auto restarted = f.start();
         restarted->moves().undoLast();
-        QVERIFY(waitForMove(*restarted));
+        QVERIFY(ControllerFixture::waitForMove(*restarted));
         QCOMPARE(restarted->moves().lastUndo()->restored, moved);
         QCOMPARE(QDir(f.home.path() + u"/Downloads"_s).entryList(QDir::Files).size(), 300);
     }
@@ -244,14 +218,14 @@ private Q_SLOTS:
     void applyWithoutRenamesOrMoves()
     {
         Fixture f;
-        f.add(u"receipt.pdf"_s, FileKind::pdf, u"personal"_s, u"Personal/Receipts"_s).newName = u"Receipt.pdf"_s;
-        f.add(u"gone.pdf"_s, FileKind::pdf, u"personal"_s, u"Personal/Receipts"_s);
-        auto state = f.state();
+        f.add(u"receipt.pdf"_s, u"personal"_s, u"Personal/Receipts"_s, FileKind::pdf).newName = u"Receipt.pdf"_s;
+        f.add(u"gone.pdf"_s, u"personal"_s, u"Personal/Receipts"_s, FileKind::pdf);
+        auto state = f.start();
         QFile::remove(f.home.path() + u"/Downloads/gone.pdf"_s);
         QFile::remove(f.home.path() + u"/Downloads/receipt.pdf"_s);
         // Nothing left to move: the apply still ends, clears the plan and records the run.
         state->moves().apply(false);
-        QVERIFY(waitForMove(*state));
+        QVERIFY(ControllerFixture::waitForMove(*state));
         QCOMPARE(state->activity().phase(), Phase::done);
         QCOMPARE(state->moves().recap()->result.moved, 0);
         QCOMPARE(state->moves().recap()->result.skipped, 2);

@@ -2,7 +2,7 @@
 #include "model/store.h"
 #include "schedule/dbus_notifications.h"
 #include "schedule/notifier.h"
-#include "support/app_driver.h"
+#include "support/controller_fixture.h"
 #include "support/fake_claude_server.h"
 #include "support/fake_notification_service.h"
 #include "support/file_factory.h"
@@ -95,19 +95,16 @@ private Q_SLOTS:
 
     void planReadyAndClicks()
     {
-        TempHome home;
+        ControllerFixture f(ControllerFixture::Person {.projects = {{QUuid::createUuid(), u"Quorrel"_s, QString()}}});
         FakeNotificationService service;
-        FakeClaudeServer server;
-        server.setHandler(
+        f.server.setHandler(
             FakeClaudeServer::sorting([](qint64) { return FakeClaudeServer::decision(u"admin"_s, {}, u"form"_s); }));
-        home.saveProfile(true, {{QUuid::createUuid(), u"Quorrel"_s, QString()}});
         for (int i = 0; i < 3; ++i)
-            FileFactory::write(home.path() + u"/Downloads/form %1.txt"_s.arg(i), "form");
+            FileFactory::write(f.home.path() + u"/Downloads/form %1.txt"_s.arg(i), "form");
 
-        TestClock clock;
-        QStringList windows;
-        const auto state = AppDriver::start(&clock, &windows);
-        QVERIFY(AppDriver::refresh(*state));
+        const auto state = f.start();
+        QStringList& windows = f.windows;
+        QVERIFY(ControllerFixture::refresh(*state));
         QCOMPARE(state->activity().phase(), Phase::review);
         QTRY_COMPARE(service.shown.size(), 1);
         QCOMPARE(service.shown[0].summary, u"Your fresh start is ready"_s);

@@ -1,6 +1,6 @@
 #include "controller/app_state.h"
 #include "model/store.h"
-#include "support/app_driver.h"
+#include "support/controller_fixture.h"
 #include "support/fake_claude_server.h"
 #include "support/manual_animation_driver.h"
 #include "support/plan_factory.h"
@@ -30,21 +30,19 @@ namespace {
 using namespace WidgetDriver;
 
 // A set-up person with a home of real files, the fake service, a test clock and the panel.
-class Fixture
+class Fixture : public ControllerFixture
 {
 public:
-    TempHome home;
-    FakeClaudeServer server;
-    TestClock clock {QDateTime(QDate(2026, 3, 4), QTime(10, 0), Qt::LocalTime)};
     int inputTokens = 100;
     std::unique_ptr<AppState> state;
     std::unique_ptr<MenuView> view;
-    QStringList windows;
+    // What the panel asked to open.
+    QStringList opened;
     QStringList folders;
 
     explicit Fixture(bool onboarded = true)
+        : ControllerFixture(Person {.onboarded = onboarded})
     {
-        home.saveProfile(onboarded);
         Store::saveKey(u"sk-test"_s);
         // Each refresh costs what the test says.
         server.setHandler([this](const FakeClaudeServer::Request& request) {
@@ -57,10 +55,10 @@ public:
 
     void open()
     {
-        state = AppDriver::start(&clock);
+        state = start();
         view = std::make_unique<MenuView>(state->parts());
         QObject::connect(
-            view.get(), &MenuView::windowRequested, view.get(), [this](const QString& id) { windows.append(id); });
+            view.get(), &MenuView::windowRequested, view.get(), [this](const QString& id) { opened.append(id); });
         QObject::connect(
             view.get(), &MenuView::folderRequested, view.get(), [this](const QString& path) { folders.append(path); });
         QSignalSpy counted(&state.get()->refresh(), &RefreshRun::newFilesChanged);
@@ -114,9 +112,9 @@ private Q_SLOTS:
         QVERIFY(f.texts().contains(u"A fresh start for your computer."_s));
         QVERIFY(!control(*f.view, u"Refresh now"_s));
         click(control(*f.view, u"Get started"_s));
-        QCOMPARE(f.windows, QStringList {u"onboarding"_s});
+        QCOMPARE(f.opened, QStringList {u"onboarding"_s});
         click(control(*f.view, u"Settings"_s));
-        QCOMPARE(f.windows.last(), u"settings"_s);
+        QCOMPARE(f.opened.last(), u"settings"_s);
     }
 
     void idlePanelCountsAndSwitch()
@@ -219,7 +217,7 @@ private Q_SLOTS:
         QVERIFY(std::none_of(
             texts.cbegin(), texts.cend(), [](const QString& t) { return t.startsWith(u"Claude cost"_s); }));
         click(control(*f.view, u"Review changes"_s));
-        QCOMPARE(f.windows, QStringList {u"review"_s});
+        QCOMPARE(f.opened, QStringList {u"review"_s});
 
         QSignalSpy moved(&f.state.get()->moves(), &Moves::finished);
         f.state->moves().apply(true);
@@ -236,7 +234,7 @@ private Q_SLOTS:
         QCOMPARE(f.folders.last(),
                  f.state->preferences().profile().homeBase + u"/Brindlow Review/To Delete - Review First"_s);
         click(control(*f.view, u"Watch your recap"_s));
-        QCOMPARE(f.windows.last(), u"recap"_s);
+        QCOMPARE(f.opened.last(), u"recap"_s);
 
         // Undo shows the files going back on the progress panel, full, then the result.
         QSignalSpy back(&f.state.get()->moves(), &Moves::finished);
@@ -258,12 +256,12 @@ private Q_SLOTS:
         f.home.writeFile(u"Desktop/letter.txt"_s, "Dear bank");
         f.open();
         f.inputTokens = 40'000; // $0.004 at the default model's price
-        QVERIFY(AppDriver::refresh(*f.state));
+        QVERIFY(ControllerFixture::refresh(*f.state));
         QCOMPARE(f.view->currentPanel(), f.view->reviewReadyPanel());
         QVERIFY(f.texts().contains(u"Claude cost for this refresh: <$0.01"_s));
 
         f.inputTokens = 1'260'000; // $0.126
-        QVERIFY(AppDriver::refresh(*f.state));
+        QVERIFY(ControllerFixture::refresh(*f.state));
         QVERIFY2(f.texts().contains(u"Claude cost for this refresh: $0.13"_s), qPrintable(f.texts().join(u'|')));
     }
 
@@ -271,7 +269,7 @@ private Q_SLOTS:
     {
         Fixture f;
         f.open();
-        QVERIFY(AppDriver::refresh(*f.state));
+        QVERIFY(ControllerFixture::refresh(*f.state));
         QCOMPARE(f.view->currentPanel(), f.view->donePanel());
         const QStringList texts = f.texts();
         QVERIFY(texts.contains(u"Everything was already in its place."_s));

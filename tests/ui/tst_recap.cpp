@@ -1,6 +1,6 @@
 #include "controller/app_state.h"
+#include "support/controller_fixture.h"
 #include "support/manual_animation_driver.h"
-#include "support/temp_home.h"
 #include "support/widget_driver.h"
 #include "ui/panel/zen_view.h"
 #include "ui/recap/count_up.h"
@@ -68,13 +68,12 @@ RecapData recapOf(int moved, QList<GroupCount> groups, int renamed, qint64 junkB
 
 // A person's home, the controller holding a recap, and the recap window with the folders it
 // asks to open collected instead of opened.
-class Fixture
+class Fixture : public ControllerFixture
 {
 public:
-    TempHome home;
     ManualAnimationDriver driver;
-    AppState state;
-    RecapWindow window {state.preferences(), state.moves()};
+    std::unique_ptr<AppState> state = create();
+    RecapWindow window {state->preferences(), state->moves()};
     QStringList opened;
 
     Fixture()
@@ -124,7 +123,7 @@ private Q_SLOTS:
         };
         for (const auto& expected : cases) {
             Fixture f;
-            f.state.moves().setRecap(expected.recap);
+            f.state->moves().setRecap(expected.recap);
             f.window.show();
             QCOMPARE(f.view().slides(), expected.slides);
             const int count = int(expected.slides.size());
@@ -158,7 +157,7 @@ private Q_SLOTS:
         RecapData recap = recapOf(1234, {{u"Documents"_s, 10}}, 2, 1'234'000'000);
         recap.renameFrom = u"IMG_0001.jpg"_s;
         recap.renameTo = u"2026-03 Harbor Fest stage.jpg"_s;
-        f.state.moves().setRecap(recap);
+        f.state->moves().setRecap(recap);
         f.window.show();
         clickAnywhere(f.window);
         f.driver.step(2500ms);
@@ -179,7 +178,7 @@ private Q_SLOTS:
     void waitsBeforeMovingOnButNeverLeavesTheFinale()
     {
         Fixture f;
-        f.state.moves().setRecap(recapOf(15, {{u"Documents"_s, 15}}, 0, 0));
+        f.state->moves().setRecap(recapOf(15, {{u"Documents"_s, 15}}, 0, 0));
         f.window.show();
         f.driver.step(4100ms);
         QCOMPARE(f.view().currentSlide(), Slide::intro);
@@ -210,7 +209,7 @@ private Q_SLOTS:
     void slidesChangeInAnEasedSixTenthsOfASecond()
     {
         Fixture f;
-        f.state.moves().setRecap(recapOf(15, {}, 0, 0));
+        f.state->moves().setRecap(recapOf(15, {}, 0, 0));
         f.window.show();
         f.driver.step(100ms);
         clickAnywhere(f.window);
@@ -287,7 +286,7 @@ private Q_SLOTS:
     void barsGrowOneAfterAnother()
     {
         Fixture f;
-        f.state.moves().setRecap(recapOf(15, {{u"Documents"_s, 10}, {u"Quorrel"_s, 4}}, 0, 0));
+        f.state->moves().setRecap(recapOf(15, {{u"Documents"_s, 10}, {u"Quorrel"_s, 4}}, 0, 0));
         f.window.show();
         clickAnywhere(f.window);
         clickAnywhere(f.window);
@@ -322,7 +321,7 @@ private Q_SLOTS:
         QVERIFY(!f.window.isVisible());
 
         // Opened again, the recap of now plays from its first slide.
-        f.state.moves().setRecap(recapOf(3, {}, 0, 0));
+        f.state->moves().setRecap(recapOf(3, {}, 0, 0));
         f.window.show();
         QCOMPARE(f.view().currentSlide(), Slide::intro);
         QCOMPARE(f.view().slides().size(), 3);

@@ -1,7 +1,7 @@
 #include "controller/app_state.h"
 #include "controller/thumb_cache.h"
 #include "model/store.h"
-#include "support/app_driver.h"
+#include "support/controller_fixture.h"
 #include "support/plan_factory.h"
 #include "support/temp_home.h"
 #include "support/test_clock.h"
@@ -81,30 +81,15 @@ void clickItem(PlanListView* view, int row, const std::function<QPoint(const QRe
 }
 
 // A home with real files, a plan for them waiting, and the review window over it.
-class Fixture
+class Fixture : public ControllerFixture
 {
 public:
-    TempHome home;
-    TestClock clock {QDateTime(QDate(2026, 3, 4), QTime(10, 0), Qt::LocalTime)};
-    QList<PlanItem> items;
     std::unique_ptr<AppState> state;
     std::unique_ptr<ReviewWindow> window;
 
-    Fixture()
-    {
-        home.saveProfile();
-    }
-
-    PlanItem& add(const QString& name, const QString& category, const QString& destFolder)
-    {
-        items.append(PlanFactory::item(home.path() + u"/Downloads"_s, items.size() + 1, name, category, destFolder));
-        return items.last();
-    }
-
     void open(ThumbCache* thumbs = nullptr)
     {
-        QVERIFY(Store::savePlan(items));
-        state = AppDriver::start(&clock);
+        state = start();
         window = std::make_unique<ReviewWindow>(state->parts(), thumbs);
         window->show();
         QVERIFY(QTest::qWaitForWindowExposed(window.get()));
@@ -113,7 +98,7 @@ public:
 
     const PlanItem& item(qint64 id) const
     {
-        return state->review().plan().at(state->review().rowOf(id));
+        return ControllerFixture::item(*state, id);
     }
 
     QString homeBase() const

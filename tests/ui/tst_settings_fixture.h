@@ -7,9 +7,7 @@
 #include "platform/autostart.h"
 #include "schedule/notification_service.h"
 #include "schedule/notifier.h"
-#include "support/fake_claude_server.h"
-#include "support/temp_home.h"
-#include "support/test_clock.h"
+#include "support/controller_fixture.h"
 #include "support/widget_driver.h"
 
 #include <QSettings>
@@ -35,21 +33,16 @@ public:
 
 using namespace WidgetDriver;
 
-class Fixture
+class Fixture : public ControllerFixture
 {
 public:
-    TempHome home;
-    FakeClaudeServer server;
-    TestClock clock {QDateTime(QDate(2026, 3, 4), QTime(10, 0), Qt::LocalTime)};
     RecordingNotifications* notifications = nullptr;
     std::unique_ptr<AppState> state;
 
     // A first-time person (no key, not set up) or one who finished set-up long ago.
     explicit Fixture(bool onboarded, const QList<Project>& projects = {})
+        : ControllerFixture(Person {.onboarded = onboarded, .projects = projects, .key = u"sk-stored-secret"_s})
     {
-        home.saveProfile(onboarded, projects);
-        if (onboarded)
-            Store::saveKey(u"sk-stored-secret"_s);
         const FakeClaudeServer::Handler sorting = FakeClaudeServer::sorting(
             [](qint64) { return FakeClaudeServer::decision(u"personal"_s, u"Letters"_s, u"a letter"_s); });
         // Only one key passes the connection check.
@@ -59,7 +52,7 @@ public:
                     401, R"({"type":"error","error":{"type":"authentication_error","message":"invalid x-api-key"}})"};
             return sorting(request);
         });
-        state = std::make_unique<AppState>(&clock);
+        state = create();
         notifications = new RecordingNotifications(state.get());
         state->setNotifier(new Notifier(notifications, &clock, state.get()));
         state->init();
