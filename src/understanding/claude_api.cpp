@@ -116,19 +116,73 @@ ClaudeAPI::Answer ClaudeAPI::post(const QByteArray& body) const
     return answer;
 }
 
-ClaudeAPI::Result ClaudeAPI::send(const QString& system, const QList<QJsonObject>& content, int maxTokens) const
+namespace {
+
+QByteArray requestBody(const QString& model, const QString& system, const QList<QJsonObject>& content, int maxTokens)
 {
     QJsonArray blocks;
     for (const QJsonObject& block : content)
         blocks.append(block);
     const QJsonObject request {
-        {"model"_L1, m_model},
+        {"model"_L1, model},
         {"max_tokens"_L1, maxTokens},
         {"system"_L1, system},
         {"messages"_L1, QJsonArray {QJsonObject {{"role"_L1, u"user"_s}, {"content"_L1, blocks}}}},
     };
-    const QByteArray body = QJsonDocument(request).toJson(QJsonDocument::Compact);
+    return QJsonDocument(request).toJson(QJsonDocument::Compact);
+}
 
+// What an answer other than 200 means; nothing for a success. `text` has the key hidden.
+std::optional<APIError> failureOf(int status, const QString& text)
+{
+    if (status != 200 && text.contains(u"credit balance"))
+        return APIError::fatal(u"Your Claude credits ran out. Top up at "_s + ClaudeAPI::consoleHost()
+                               + u", then refresh again. Nothing was moved."_s);
+    if (status == 401 || status == 403)
+        return APIError::fatal(u"Brindlow couldn't sign in to Claude (error "_s + QString::number(status)
+                               + u"). Nothing was moved."_s);
+    if (status == 404 && text.contains(u"model"))
+        return APIError::fatal(u"Claude model not available: "_s + text.left(140));
+    if (status != 200)
+        return APIError::http(status, text);
+    return std::nullopt;
+}
+
+// The reply's text blocks joined, with what it cost added to the refresh's usage.
+ClaudeAPI::Result replyOf(const QByteArray& body, const QString& model)
+{
+    QJsonParseError error {};
+    const QJsonDocument document = QJsonDocument::fromJson(body, &error);
+    if (error.error != QJsonParseError::NoError)
+        return APIError::parse(error.errorString());
+    const QJsonObject object = document.object();
+    if (!document.isObject() || !object.value("content"_L1).isArray())
+        return APIError::of(APIError::Kind::badResponse);
+    QString reply;
+    for (const QJsonValue& block : object.value("content"_L1).toArray()) {
+        if (!block.isObject())
+            return APIError::of(APIError::Kind::badResponse);
+        const QJsonValue piece = block.toObject().value("text"_L1);
+        if (piece.isString())
+            reply += piece.toString();
+    }
+    if (object.value("usage"_L1).isObject()) {
+        const QJsonObject usage = object.value("usage"_L1).toObject();
+        const Usage::Price price = Usage::price(model);
+        const double input = double(counter(usage, "input_tokens"_L1))
+            + 1.25 * double(counter(usage, "cache_creation_input_tokens"_L1))
+            + 0.1 * double(counter(usage, "cache_read_input_tokens"_L1));
+        Usage::shared().add(input * price.input / 1e6
+                            + double(counter(usage, "output_tokens"_L1)) * price.output / 1e6);
+    }
+    return reply;
+}
+
+} // namespace
+
+ClaudeAPI::Result ClaudeAPI::send(const QString& system, const QList<QJsonObject>& content, int maxTokens) const
+{
+    const QByteArray body = requestBody(m_model, system, content, maxTokens);
     for (int attempt = 0;; ++attempt) {
         if (m_cancellation && m_cancellation->isCancelled())
             return APIError::of(APIError::Kind::cancelled);
@@ -148,44 +202,9 @@ ClaudeAPI::Result ClaudeAPI::send(const QString& system, const QList<QJsonObject
                 return APIError::of(APIError::Kind::busy);
             continue;
         }
-
-        const QString text = hideKey(QString::fromUtf8(answer.body));
-        if (status != 200 && text.contains(u"credit balance"))
-            return APIError::fatal(u"Your Claude credits ran out. Top up at "_s + consoleHost()
-                                   + u", then refresh again. Nothing was moved."_s);
-        if (status == 401 || status == 403)
-            return APIError::fatal(u"Brindlow couldn't sign in to Claude (error "_s + QString::number(status)
-                                   + u"). Nothing was moved."_s);
-        if (status == 404 && text.contains(u"model"))
-            return APIError::fatal(u"Claude model not available: "_s + text.left(140));
-        if (status != 200)
-            return APIError::http(status, text);
-
-        QJsonParseError error {};
-        const QJsonDocument document = QJsonDocument::fromJson(answer.body, &error);
-        if (error.error != QJsonParseError::NoError)
-            return APIError::parse(error.errorString());
-        const QJsonObject object = document.object();
-        if (!document.isObject() || !object.value("content"_L1).isArray())
-            return APIError::of(APIError::Kind::badResponse);
-        QString reply;
-        for (const QJsonValue& block : object.value("content"_L1).toArray()) {
-            if (!block.isObject())
-                return APIError::of(APIError::Kind::badResponse);
-            const QJsonValue piece = block.toObject().value("text"_L1);
-            if (piece.isString())
-                reply += piece.toString();
-        }
-        if (object.value("usage"_L1).isObject()) {
-            const QJsonObject usage = object.value("usage"_L1).toObject();
-            const Usage::Price price = Usage::price(m_model);
-            const double input = double(counter(usage, "input_tokens"_L1))
-                + 1.25 * double(counter(usage, "cache_creation_input_tokens"_L1))
-                + 0.1 * double(counter(usage, "cache_read_input_tokens"_L1));
-            Usage::shared().add(input * price.input / 1e6
-                                + double(counter(usage, "output_tokens"_L1)) * price.output / 1e6);
-        }
-        return reply;
+        if (std::optional<APIError> failure = failureOf(status, hideKey(QString::fromUtf8(answer.body))))
+            return *failure;
+        return replyOf(answer.body, m_model);
     }
 }
 
