@@ -1,6 +1,7 @@
 #include "commands.h"
 
 #include "brindlow_version.h"
+#include "common/numbers.h"
 #include "controller/app_state.h"
 #include "model/store.h"
 #include "plan_view.h"
@@ -18,7 +19,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QLocale>
 #include <QRegularExpression>
 #include <QTimer>
 
@@ -125,11 +125,6 @@ QString folderProblem(const QString& text)
         + u"' can't be used as a folder: use plain names without '..', leading dots or control characters"_s;
 }
 
-QString number(qint64 n)
-{
-    return QLocale::system().toString(n);
-}
-
 std::optional<QList<qint64>> parseIds(const QStringList& words, const PlanReview& review, QTextStream& err)
 {
     QList<qint64> ids;
@@ -166,7 +161,7 @@ int refresh(AppState& state, TidyMode mode, QTextStream& out, QTextStream& err)
         const int filled
             = state.refresh().total() > 0 ? width * state.refresh().decided() / state.refresh().total() : 0;
         progress << '\r' << '[' << QString(filled, u'#') << QString(width - filled, u'.') << "] "
-                 << number(state.refresh().decided()) << '/' << number(state.refresh().total()) << "  "
+                 << Numbers::count(state.refresh().decided()) << '/' << Numbers::count(state.refresh().total()) << "  "
                  << VisibleText::of(state.refresh().calmStatus()) << "\x1b[K" << Qt::flush;
     });
     if (tty)
@@ -205,10 +200,10 @@ int refresh(AppState& state, TidyMode mode, QTextStream& out, QTextStream& err)
                 ++groups[item.group()];
             }
         }
-        out << "To organize: " << number(organize) << "\nTo rename: " << number(renames) << "\nJunk: " << number(junk)
-            << '\n';
+        out << "To organize: " << Numbers::count(organize) << "\nTo rename: " << Numbers::count(renames)
+            << "\nJunk: " << Numbers::count(junk) << '\n';
         for (auto it = groups.cbegin(); it != groups.cend(); ++it)
-            out << "  " << VisibleText::of(it.key()) << ": " << number(it.value()) << '\n';
+            out << "  " << VisibleText::of(it.key()) << ": " << Numbers::count(it.value()) << '\n';
         if (!state.review().flushEdits()) {
             err << PlanReview::planNotSavedText() << '\n';
             return kFailed;
@@ -318,15 +313,14 @@ int status(AppState& state, QTextStream& out)
     out << state.preferences().lastRunText() << '\n';
     state.refresh().refreshNewFiles();
     waitFor(state.refresh(), &RefreshRun::newFilesChanged);
-    out << "New files waiting: " << number(state.refresh().newFiles()) << '\n';
+    out << "New files waiting: " << Numbers::count(state.refresh().newFiles()) << '\n';
     out << "Folders watched: " << VisibleText::of(profile.scanFolders.join(u", "_s)) << '\n';
-    out << "Projects known: " << number(profile.projects.size()) << '\n';
+    out << "Projects known: " << Numbers::count(profile.projects.size()) << '\n';
     const MonthUsage month = Usage::readLog().months.value(QDateTime::currentDateTime().toString(u"yyyy-MM"_s));
-    const double usd = month.usd;
-    out << "This month: " << (usd > 0 && usd < 0.01 ? u"<$0.01"_s : u"$"_s + QString::number(usd, 'f', 2)) << ", "
-        << number(month.files) << " files\n";
+    out << "This month: " << Numbers::money(month.usd, Numbers::Nothing::zeroDollars) << ", "
+        << Numbers::count(month.files) << " files\n";
     if (!state.review().plan().isEmpty())
-        out << number(state.review().plan().size()) << " changes wait for review: 'brindlow-cli plan'.\n";
+        out << Numbers::count(state.review().plan().size()) << " changes wait for review: 'brindlow-cli plan'.\n";
     return kOk;
 }
 
@@ -397,7 +391,7 @@ int run(const QStringList& arguments, QTextStream& out, QTextStream& err)
     }
     if (command == u"suggestions") {
         for (const GroupCount& suggestion : state.review().projectSuggestions())
-            out << VisibleText::of(suggestion.name) << " (" << number(suggestion.count) << ")\n";
+            out << VisibleText::of(suggestion.name) << " (" << Numbers::count(suggestion.count) << ")\n";
         return kOk;
     }
     if (command == u"add-project") {
@@ -406,7 +400,7 @@ int run(const QStringList& arguments, QTextStream& out, QTextStream& err)
         if (!typedFolder(args[0]))
             return usageError(err, folderProblem(args[0]));
         const int filed = state.review().addProject(args[0]);
-        out << "Added " << VisibleText::of(args[0].trimmed()) << "; " << number(filed)
+        out << "Added " << VisibleText::of(args[0].trimmed()) << "; " << Numbers::count(filed)
             << (filed == 1 ? " file" : " files") << " now go into it.\n";
         return kOk;
     }

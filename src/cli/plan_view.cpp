@@ -1,21 +1,16 @@
 #include "plan_view.h"
 
+#include "common/numbers.h"
 #include "visible_text.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QLocale>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace PlanView {
 
 namespace {
-
-QString number(qint64 n)
-{
-    return QLocale::system().toString(n);
-}
 
 QString line(const PlanItem& item)
 {
@@ -28,7 +23,7 @@ QString line(const PlanItem& item)
 
 void section(const QString& title, const QList<const PlanItem*>& items, QTextStream& out)
 {
-    out << title << ' ' << number(items.size()) << '\n';
+    out << title << ' ' << Numbers::count(items.size()) << '\n';
     for (const PlanItem* item : items)
         out << line(*item) << '\n';
     out << '\n';
@@ -64,7 +59,7 @@ void print(const QList<PlanItem>& plan, QTextStream& out)
             needs.append(&item);
     }
     section(u"Organize"_s, organize, out);
-    out << "Rename " << number(renames.size()) << '\n';
+    out << "Rename " << Numbers::count(renames.size()) << '\n';
     for (const PlanItem* item : renames) {
         out << "  [" << (item->renameApproved ? 'x' : ' ') << "] #" << item->id << ' '
             << VisibleText::of(whereIs(item->src)) << " -> " << VisibleText::of(*item->newName) << '\n';
@@ -76,9 +71,9 @@ void print(const QList<PlanItem>& plan, QTextStream& out)
 
 void printResult(const ApplyResult& result, QTextStream& out)
 {
-    out << "Moved " << number(result.moved) << ", renamed " << number(result.renamed) << ", set aside "
-        << QLocale::system().formattedDataSize(result.junkBytes, 1, QLocale::DataSizeSIFormat) << " for review, "
-        << number(result.needsYou) << " for you to decide, skipped " << number(result.skipped) << ".\n";
+    out << "Moved " << Numbers::count(result.moved) << ", renamed " << Numbers::count(result.renamed) << ", set aside "
+        << Numbers::size(result.junkBytes) << " for review, " << Numbers::count(result.needsYou)
+        << " for you to decide, skipped " << Numbers::count(result.skipped) << ".\n";
     for (const SkippedMove& skipped : result.skippedItems) {
         const QString folder
             = skipped.folder.isEmpty() || skipped.folder.endsWith(u'/') ? skipped.folder : skipped.folder + u'/';

@@ -1,6 +1,7 @@
 #include "moves.h"
 
 #include "activity.h"
+#include "common/numbers.h"
 #include "model/plan_tab.h"
 #include "model/store.h"
 #include "plan_review.h"
@@ -102,11 +103,10 @@ QString Moves::undoText(const UndoResult& result)
 {
     QString text = result.restored < 1
         ? tr("Nothing to undo.")
-        : tr("Restored %1 files to where they were.").arg(QLocale::system().toString(result.restored));
+        : tr("Restored %1 files to where they were.").arg(Numbers::count(result.restored));
     if (result.notRestored > 0)
         text += u' '
-            + tr("%1 could not go back: something else is in their place now.")
-                  .arg(QLocale::system().toString(result.notRestored));
+            + tr("%1 could not go back: something else is in their place now.").arg(Numbers::count(result.notRestored));
     for (const QString& name : result.setAside)
         text += u' ' + tr("A damaged move log was set aside as \u201C%1\u201D.").arg(QFileInfo(name).fileName());
     return text;

@@ -1,5 +1,6 @@
 #include "refresh_pipeline.h"
 
+#include "common/numbers.h"
 #include "scan/scanner.h"
 #include "understanding/classifier.h"
 #include "understanding/claude_api.h"
@@ -7,7 +8,6 @@
 
 #include <QCoreApplication>
 #include <QJsonObject>
-#include <QLocale>
 #include <QSet>
 
 using namespace Qt::Literals::StringLiterals;
@@ -20,7 +20,7 @@ const QString kDiscoveryModel = u"claude-opus-5-5"_s;
 
 QString number(qsizetype n)
 {
-    return QLocale::system().toString(qint64(n));
+    return Numbers::count(n);
 }
 
 QString text(const char* source)

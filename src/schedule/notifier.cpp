@@ -1,9 +1,9 @@
 #include "notifier.h"
 
+#include "common/numbers.h"
 #include "notification_service.h"
 #include "platform/clock.h"
 
-#include <QLocale>
 #include <QSettings>
 
 using namespace Qt::Literals::StringLiterals;
@@ -82,7 +82,7 @@ bool Notifier::isWeeklyHour(const QDateTime& local)
 
 QString Notifier::planReadyBody(int changes)
 {
-    return QLocale::system().toString(changes) + u" changes are waiting. Nothing moves until you say so."_s;
+    return Numbers::count(changes) + u" changes are waiting. Nothing moves until you say so."_s;
 }
 
 void Notifier::setAnnouncesPlans(bool announce)

@@ -1,5 +1,6 @@
 #include "usage.h"
 
+#include "common/numbers.h"
 #include "model/store.h"
 #include "platform/file_io.h"
 
@@ -45,8 +46,7 @@ Usage::Price Usage::price(const QString& model)
 
 QString Usage::costText(double usd)
 {
-    const QString amount = usd > 0 && usd < 0.01 ? u"<$0.01"_s : u"$"_s + QString::number(usd, 'f', 2);
-    return u"Claude cost for this refresh: "_s + amount;
+    return u"Claude cost for this refresh: "_s + Numbers::money(usd, Numbers::Nothing::zeroDollars);
 }
 
 void Usage::add(double usd)

@@ -1,9 +1,9 @@
 #include "done_panel.h"
 
+#include "common/numbers.h"
 #include "controller/activity.h"
 #include "controller/moves.h"
 #include "controller/preferences.h"
-#include "panel_format.h"
 #include "panel_icons.h"
 #include "stat.h"
 #include "ui/theme/card.h"
@@ -115,17 +115,17 @@ void DonePanel::refresh()
     const ApplyResult result = m_parts.moves.lastResult().value_or(ApplyResult {});
     m_line->setText(result.moved != 0 ? tr("Everything has a home. Nothing was deleted.")
                                       : tr("Everything was already in its place."));
-    m_moved->setValue(PanelFormat::number(result.moved));
-    m_renamed->setValue(PanelFormat::number(result.renamed));
-    m_junk->setValue(PanelFormat::size(result.junkBytes));
+    m_moved->setValue(Numbers::count(result.moved));
+    m_renamed->setValue(Numbers::count(result.renamed));
+    m_junk->setValue(Numbers::size(result.junkBytes));
     const bool recap = m_parts.moves.recap().has_value();
     m_recap->setVisible(recap);
     m_openSecondary->setVisible(recap);
     m_openPrimary->setVisible(!recap);
     m_needsYou->setVisible(result.needsYou > 0);
-    m_needsYou->setText(tr("%1 files need you").arg(PanelFormat::number(result.needsYou)));
+    m_needsYou->setText(tr("%1 files need you").arg(Numbers::count(result.needsYou)));
     m_needsYou->setAccessibleName(m_needsYou->text());
     m_clearOut->setVisible(result.junkBytes > 0);
-    m_clearOut->setText(tr("Review what to clear out · %1").arg(PanelFormat::size(result.junkBytes)));
+    m_clearOut->setText(tr("Review what to clear out · %1").arg(Numbers::size(result.junkBytes)));
     m_clearOut->setAccessibleName(m_clearOut->text());
 }

@@ -1,11 +1,11 @@
 #include "idle_panel.h"
 
+#include "common/numbers.h"
 #include "controller/activity.h"
 #include "controller/moves.h"
 #include "controller/preferences.h"
 #include "controller/refresh_run.h"
 #include "menu_row.h"
-#include "panel_format.h"
 #include "panel_header.h"
 #include "panel_icons.h"
 #include "stat.h"
@@ -198,10 +198,10 @@ void IdlePanel::refresh()
     m_welcome->setVisible(!profile.onboarded);
     m_main->setVisible(profile.onboarded);
     const int newFiles = m_parts.refresh.newFiles();
-    m_newCount->setText(PanelFormat::number(newFiles));
+    m_newCount->setText(Numbers::count(newFiles));
     m_newLabel->setText(newFiles == 1 ? tr("new file to sort") : tr("new files to sort"));
-    m_folders->setValue(PanelFormat::number(profile.scanFolders.size()));
-    m_projects->setValue(PanelFormat::number(profile.projects.size()));
+    m_folders->setValue(Numbers::count(profile.scanFolders.size()));
+    m_projects->setValue(Numbers::count(profile.projects.size()));
     const std::optional<QString> message = m_parts.activity.message();
     m_message->setText(message.value_or(QString()));
     m_message->setVisible(message && !message->isEmpty());

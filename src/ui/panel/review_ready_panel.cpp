@@ -1,9 +1,9 @@
 #include "review_ready_panel.h"
 
+#include "common/numbers.h"
 #include "controller/activity.h"
 #include "controller/plan_review.h"
 #include "controller/refresh_run.h"
-#include "panel_format.h"
 #include "panel_header.h"
 #include "stat.h"
 #include "ui/theme/card.h"
@@ -77,10 +77,10 @@ void ReviewReadyPanel::refresh()
         if (junk)
             junkBytes += item.size;
     }
-    m_organize->setValue(PanelFormat::number(organize));
-    m_rename->setValue(PanelFormat::number(rename));
-    m_junk->setValue(PanelFormat::size(junkBytes));
+    m_organize->setValue(Numbers::count(organize));
+    m_rename->setValue(Numbers::count(rename));
+    m_junk->setValue(Numbers::size(junkBytes));
     const std::optional<double> cost = m_parts.refresh.lastRunCost();
     m_cost->setVisible(cost.has_value());
-    m_cost->setText(cost ? tr("Claude cost for this refresh: %1").arg(PanelFormat::cost(*cost)) : QString());
+    m_cost->setText(cost ? tr("Claude cost for this refresh: %1").arg(Numbers::money(*cost)) : QString());
 }

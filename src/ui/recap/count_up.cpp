@@ -1,8 +1,8 @@
 #include "count_up.h"
 
+#include "common/numbers.h"
 #include "motion.h"
 
-#include <QLocale>
 #include <QVariantAnimation>
 
 #include <cmath>
@@ -54,7 +54,7 @@ double CountUp::value() const
 
 QString CountUp::countText(double value)
 {
-    return QLocale().toString(qint64(std::llround(value)));
+    return Numbers::count(qint64(std::llround(value)));
 }
 
 void CountUp::setValue(double value)

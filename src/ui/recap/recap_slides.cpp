@@ -1,5 +1,6 @@
 #include "recap_slides.h"
 
+#include "common/numbers.h"
 #include "count_up.h"
 #include "grow_bar.h"
 #include "rise.h"
@@ -8,7 +9,6 @@
 
 #include <QGridLayout>
 #include <QLabel>
-#include <QLocale>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -133,9 +133,9 @@ QWidget* RecapSlides::groups(const RecapData& recap)
         auto* bar = new GrowBar(double(group.count) / largest, kGroupFirstDelayMs + row * kGroupDelayStepMs);
         bar->setAccessibleName(group.name);
         bar->setAccessibleDescription(group.count == 1 ? tr("1 file")
-                                                       : tr("%1 files").arg(QLocale().toString(group.count)));
+                                                       : tr("%1 files").arg(Numbers::count(group.count)));
         grid->addWidget(bar, row, 1, Qt::AlignVCenter);
-        QLabel* count = text(QLocale().toString(group.count), 15, Theme::amber, true);
+        QLabel* count = text(Numbers::count(group.count), 15, Theme::amber, true);
         count->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
         grid->addWidget(count, row, 2);
     }
@@ -144,7 +144,7 @@ QWidget* RecapSlides::groups(const RecapData& recap)
                             new Rise(rows, 150)};
     if (recap.groups.size() > shown) {
         const int others = int(recap.groups.size()) - shown;
-        pieces.append(new Rise(text(tr("+ %1 more").arg(QLocale().toString(others)), 14, Theme::stone),
+        pieces.append(new Rise(text(tr("+ %1 more").arg(Numbers::count(others)), 14, Theme::stone),
                                kGroupFirstDelayMs + shown * kGroupDelayStepMs));
     }
     return page(pieces, {28, 16});
@@ -171,10 +171,7 @@ QWidget* RecapSlides::renamed(const RecapData& recap)
 
 QWidget* RecapSlides::clear(const RecapData& recap, const std::function<void()>& openReviewFolder)
 {
-    auto* figure = text(QLocale().formattedDataSize(recap.result.junkBytes, 1, QLocale::DataSizeSIFormat),
-                        kFigureSize,
-                        Theme::amber,
-                        true);
+    auto* figure = text(Numbers::size(recap.result.junkBytes), kFigureSize, Theme::amber, true);
     QFont font = figure->font();
     font.setWeight(QFont::Bold);
     figure->setFont(font);

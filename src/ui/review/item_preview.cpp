@@ -1,5 +1,6 @@
 #include "item_preview.h"
 
+#include "common/numbers.h"
 #include "controller/plan_model.h"
 #include "platform/download_origin.h"
 #include "platform/thumbnailer.h"
@@ -7,7 +8,6 @@
 
 #include <QFormLayout>
 #include <QLabel>
-#include <QLocale>
 #include <QVBoxLayout>
 #include <QtConcurrent>
 
@@ -58,10 +58,7 @@ ItemPreview::ItemPreview(const QModelIndex& index, QWidget* parent)
     if (!newName.isEmpty())
         details->addRow(tr("New name"), valueLabel(newName, this));
     details->addRow(tr("Why"), valueLabel(index.data(PlanModel::ReasonRole).toString(), this));
-    details->addRow(tr("Size"),
-                    valueLabel(QLocale().formattedDataSize(
-                                   index.data(PlanModel::SizeRole).toLongLong(), 1, QLocale::DataSizeSIFormat),
-                               this));
+    details->addRow(tr("Size"), valueLabel(Numbers::size(index.data(PlanModel::SizeRole).toLongLong()), this));
     details->addRow(tr("Now in"), valueLabel(index.data(PlanModel::FolderRole).toString(), this));
     details->addRow(tr("Downloaded from"), m_origin);
 

@@ -1,5 +1,6 @@
 #include "junk_section.h"
 
+#include "common/numbers.h"
 #include "controller/plan_model.h"
 #include "controller/plan_review.h"
 #include "first_rows_model.h"
@@ -11,7 +12,6 @@
 
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QLocale>
 #include <QVBoxLayout>
 
 using namespace Qt::Literals::StringLiterals;
@@ -110,14 +110,13 @@ void JunkSection::refresh()
     bool anyIncluded = false;
     for (int row = 0; row < rows && !anyIncluded; ++row)
         anyIncluded = m_model->index(row, 0).data(PlanModel::ApprovedRole).toBool();
-    m_count->setText(QLocale().toString(rows) + tr(" files"));
+    m_count->setText(Numbers::count(rows) + tr(" files"));
     m_switch->setText(anyIncluded ? tr("Keep all") : tr("Include again"));
     m_switch->setAccessibleName(m_switch->text() + u' ' + m_group);
     m_kept->setVisible(!anyIncluded && rows > 0);
     const int hidden = rows - std::min(rows, kShown);
     m_more->setVisible(hidden > 0);
-    m_more->setText(u"+ "_s + QLocale().toString(hidden)
-                    + tr(" more like these. Use Keep all to keep the whole group."));
+    m_more->setText(u"+ "_s + Numbers::count(hidden) + tr(" more like these. Use Keep all to keep the whole group."));
     const int shown = std::min(rows, kShown);
     m_list->setFixedHeight(shown * std::max(0, m_list->sizeHintForRow(0)) + 2);
     setVisible(rows > 0);

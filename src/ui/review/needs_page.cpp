@@ -1,5 +1,6 @@
 #include "needs_page.h"
 
+#include "common/numbers.h"
 #include "controller/plan_model.h"
 #include "controller/plan_review.h"
 #include "controller/preferences.h"
@@ -15,7 +16,6 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QLocale>
 #include <QMenu>
 #include <QPainter>
 #include <QPushButton>
@@ -185,7 +185,7 @@ void NeedsPage::chooseDestination()
 void NeedsPage::addProject(const QString& name)
 {
     const int filed = m_review.addProject(name);
-    m_addedNote->setText(tr("Added %1: ").arg(name) + QLocale().toString(filed) + tr(" files sorted into it."));
+    m_addedNote->setText(tr("Added %1: ").arg(name) + Numbers::count(filed) + tr(" files sorted into it."));
     m_addedNote->show();
 }
 
@@ -217,7 +217,7 @@ void NeedsPage::rebuildSuggestions()
         QFont bold = name->font();
         bold.setWeight(QFont::DemiBold);
         name->setFont(bold);
-        auto* count = new QLabel(u"("_s + QLocale().toString(suggestion.count) + tr(" files") + u")"_s, row);
+        auto* count = new QLabel(u"("_s + Numbers::count(suggestion.count) + tr(" files") + u")"_s, row);
         auto* accept = new QPushButton(tr("Add as project"), row);
         accept->setFlat(true);
         accept->setAccessibleName(tr("Add %1 as a project").arg(suggestion.name));

@@ -1,5 +1,6 @@
 #include "organize_page.h"
 
+#include "common/numbers.h"
 #include "controller/plan_model.h"
 #include "controller/thumb_cache.h"
 #include "plan_list_view.h"
@@ -9,7 +10,6 @@
 
 #include <QEvent>
 #include <QLabel>
-#include <QLocale>
 #include <QScrollBar>
 #include <QVBoxLayout>
 
@@ -109,7 +109,7 @@ int OrganizePage::pendingThumbnails() const
 void OrganizePage::updateHeader()
 {
     m_title->setText(m_model->group().value_or(tr("Everything")));
-    m_subtitle->setText(QLocale().toString(m_model->rowCount())
+    m_subtitle->setText(Numbers::count(m_model->rowCount())
                         + tr(" files \u00B7 sorted by what each file is, not its name"));
 }
 

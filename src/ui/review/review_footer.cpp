@@ -1,5 +1,6 @@
 #include "review_footer.h"
 
+#include "common/numbers.h"
 #include "controller/moves.h"
 #include "controller/plan_model.h"
 #include "ui/theme/primary_button.h"
@@ -8,7 +9,6 @@
 
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QLocale>
 #include <QPainter>
 #include <QPainterPath>
 
@@ -82,6 +82,6 @@ ReviewFooter::ReviewFooter(Moves& moves, PlanModel& plan, QWidget* parent)
 
 void ReviewFooter::updateCount()
 {
-    m_approve->setText(tr("Approve ") + QLocale().toString(m_plan.approvedCount()) + tr(" changes"));
+    m_approve->setText(tr("Approve ") + Numbers::count(m_plan.approvedCount()) + tr(" changes"));
     m_approve->setAccessibleName(m_approve->text());
 }

@@ -1,11 +1,11 @@
 #include "review_sidebar.h"
 
+#include "common/numbers.h"
 #include "controller/plan_model.h"
 #include "ui/theme/theme.h"
 
 #include <QHeaderView>
 #include <QLabel>
-#include <QLocale>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
@@ -17,10 +17,10 @@ constexpr int kGroupRole = Qt::UserRole + 1;
 
 QTreeWidgetItem* rowFor(const QString& name, int count, const std::optional<QString>& group)
 {
-    auto* row = new QTreeWidgetItem({name, QLocale().toString(count)});
+    auto* row = new QTreeWidgetItem({name, Numbers::count(count)});
     row->setTextAlignment(1, Qt::AlignRight | Qt::AlignVCenter);
     row->setData(0, kGroupRole, group ? QVariant(*group) : QVariant());
-    row->setData(0, Qt::AccessibleTextRole, QString(name + u", "_s + QLocale().toString(count)));
+    row->setData(0, Qt::AccessibleTextRole, QString(name + u", "_s + Numbers::count(count)));
     row->setToolTip(0, name);
     return row;
 }

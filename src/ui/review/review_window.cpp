@@ -1,5 +1,6 @@
 #include "review_window.h"
 
+#include "common/numbers.h"
 #include "controller/moves.h"
 #include "controller/plan_model.h"
 #include "controller/plan_review.h"
@@ -18,7 +19,6 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QLocale>
 #include <QShortcut>
 #include <QStackedWidget>
 #include <QTabBar>
@@ -226,7 +226,7 @@ void ReviewWindow::updateTabTitles()
     const QString names[] = {tr("Organize"), tr("Rename"), tr("Junk"), tr("Needs You")};
     const PlanTab tabs[] = {PlanTab::organize, PlanTab::rename, PlanTab::junk, PlanTab::needs};
     for (int i = 0; i < 4; ++i) {
-        const QString title = names[i] + u' ' + QLocale().toString(m_plan->tabCount(tabs[i]));
+        const QString title = names[i] + u' ' + Numbers::count(m_plan->tabCount(tabs[i]));
         if (m_tabs->tabText(i) != title) {
             m_tabs->setTabText(i, title);
             m_tabs->setAccessibleTabName(i, title);

@@ -1,10 +1,10 @@
 #include "row_delegate.h"
 
+#include "common/numbers.h"
 #include "controller/plan_model.h"
 #include "ui/theme/theme.h"
 
 #include <QApplication>
-#include <QLocale>
 #include <QPainter>
 #include <QStyle>
 
@@ -106,8 +106,7 @@ void RowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, c
             break;
         }
         case Kind::junk: {
-            const QString size = QLocale().formattedDataSize(
-                index.data(PlanModel::SizeRole).toLongLong(), 1, QLocale::DataSizeSIFormat);
+            const QString size = Numbers::size(index.data(PlanModel::SizeRole).toLongLong());
             const int sizeWidth = metrics.horizontalAdvance(size) + 8;
             const int folderWidth = std::min(260, text.width() / 3);
             const int nameWidth = text.width() - sizeWidth - folderWidth - 16;

@@ -1,5 +1,6 @@
 #include "usage_summary.h"
 
+#include "common/numbers.h"
 #include "platform/clock.h"
 #include "texts.h"
 #include "understanding/usage.h"
@@ -7,7 +8,6 @@
 #include <QFutureWatcher>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QLocale>
 #include <QVBoxLayout>
 #include <QtConcurrent>
 
@@ -49,14 +49,6 @@ QWidget* UsageSummary::figure(QLabel*& value, const QString& caption)
     return box;
 }
 
-QString UsageSummary::amount(double usd)
-{
-    // Nothing spent is shown as nothing, not as a fraction of a cent.
-    if (usd > 0 && usd < 0.01)
-        return tr("<$0.01");
-    return u"$"_s + QString::number(std::max(usd, 0.0), 'f', 2);
-}
-
 void UsageSummary::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
@@ -78,9 +70,9 @@ void UsageSummary::reload()
 void UsageSummary::showLog(const UsageLog& log)
 {
     const MonthUsage month = log.months.value(m_clock->now().toLocalTime().toString(u"yyyy-MM"_s));
-    m_lastRun->setText(amount(log.runs.isEmpty() ? 0 : log.runs.last().usd));
-    m_month->setText(amount(month.usd));
-    m_total->setText(amount(log.totalUSD));
-    m_files->setText(tr("%1 files this month").arg(QLocale::system().toString(month.files)));
+    m_lastRun->setText(Numbers::money(log.runs.isEmpty() ? 0 : log.runs.last().usd));
+    m_month->setText(Numbers::money(month.usd));
+    m_total->setText(Numbers::money(log.totalUSD));
+    m_files->setText(tr("%1 files this month").arg(Numbers::count(month.files)));
     Q_EMIT updated();
 }

@@ -18,8 +18,6 @@ public:
 
     // Reads the file again; an older reading still on its way is then dropped.
     void reload();
-    // "<$0.01" for a fraction of a cent, otherwise dollars with two decimals.
-    static QString amount(double usd);
 
 Q_SIGNALS:
     // A reading of the file is shown.
