@@ -10,10 +10,10 @@
 #include "panel_icons.h"
 #include "stat.h"
 #include "ui/theme/card.h"
+#include "ui/theme/divider.h"
 #include "ui/theme/primary_button.h"
 #include "ui/theme/switch.h"
 
-#include <QFrame>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QShortcut>
@@ -22,14 +22,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-QFrame* rule(QWidget* parent)
-{
-    auto* line = new QFrame(parent);
-    line->setFixedHeight(1);
-    line->setStyleSheet(u"background: #E4DCCD;"_s);
-    return line;
-}
 
 QLabel* text(const QString& content, int pixelSize, QWidget* parent, bool secondary = false)
 {
@@ -123,7 +115,7 @@ QWidget* IdlePanel::buildMain()
     minis->addWidget(m_projects, 1);
     card->content()->addWidget(caption);
     card->content()->addLayout(count);
-    card->content()->addWidget(rule(card));
+    card->content()->addWidget(new Divider(card));
     card->content()->addLayout(minis);
 
     m_message = text(QString(), 12, box, true);
@@ -179,11 +171,11 @@ QWidget* IdlePanel::buildMain()
     auto* rows = new QVBoxLayout;
     rows->setSpacing(3);
     rows->addWidget(deep);
-    rows->addWidget(rule(box));
+    rows->addWidget(new Divider(box));
     rows->addWidget(junk);
-    rows->addWidget(rule(box));
+    rows->addWidget(new Divider(box));
     rows->addWidget(m_undo);
-    rows->addWidget(rule(box));
+    rows->addWidget(new Divider(box));
     rows->addSpacing(6);
     rows->addLayout(reset);
     layout->addLayout(rows);

@@ -16,6 +16,7 @@
 #include "texts.h"
 #include "toggle_row.h"
 #include "ui/theme/card.h"
+#include "ui/theme/divider.h"
 #include "ui/theme/secondary_button.h"
 #include "ui/theme/sunrise_mark.h"
 #include "usage_summary.h"
@@ -31,14 +32,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int kColumnWidth = 400;
-
-QFrame* rule(QWidget* parent)
-{
-    auto* line = new QFrame(parent);
-    line->setFixedHeight(1);
-    line->setStyleSheet(u"background: #E4DCCD;"_s);
-    return line;
-}
 
 } // namespace
 
@@ -82,7 +75,7 @@ QWidget* SettingsWindow::buildLeft(const Autostart& autostart)
 
     auto* preferences = new Card(column);
     preferences->content()->addWidget(new PreferenceRows(m_parts.preferences, preferences));
-    preferences->content()->addWidget(rule(preferences));
+    preferences->content()->addWidget(new Divider(preferences));
     auto* reminder = new ToggleRow(tr("Sunday 9 AM reminder"),
                                    tr("A gentle nudge: \"Don't forget to start the week fresh.\" Not needed when "
                                       "Sunday Reset is on, since that already notifies you."),
