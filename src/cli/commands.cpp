@@ -3,6 +3,7 @@
 #include "brindlow_version.h"
 #include "common/numbers.h"
 #include "controller/app_state.h"
+#include "controller/refresh_pipeline.h"
 #include "model/store.h"
 #include "plan_view.h"
 #include "planning/planner.h"
@@ -10,7 +11,6 @@
 #include "schedule/dbus_notifications.h"
 #include "schedule/notifier.h"
 #include "terminal.h"
-#include "understanding/claude_api.h"
 #include "understanding/usage.h"
 #include "visible_text.h"
 
@@ -285,11 +285,9 @@ int setup(const QStringList& args, QTextStream& out, QTextStream& err)
     if (key->isEmpty())
         return usageError(err, u"an API key is needed"_s);
     if (test) {
-        ClaudeAPI api(*key, profile.model);
-        const ClaudeAPI::Result result
-            = api.send(u"Reply with OK."_s, {QJsonObject {{"type"_L1, u"text"_s}, {"text"_L1, u"ping"_s}}}, 5);
-        if (const APIError* error = std::get_if<APIError>(&result)) {
-            err << VisibleText::of(error->errorDescription()) << '\n';
+        if (const std::optional<APIError> failure
+            = RefreshPipeline::checkConnection(*key, profile.model, nullptr, {})) {
+            err << VisibleText::of(failure->errorDescription()) << '\n';
             return kFailed;
         }
     }
