@@ -8,6 +8,7 @@
 #include "plan_view.h"
 #include "planning/planner.h"
 #include "platform/file_io.h"
+#include "refresh_progress.h"
 #include "schedule/dbus_notifications.h"
 #include "schedule/notifier.h"
 #include "terminal.h"
@@ -20,7 +21,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
-#include <QTimer>
+
+#include <variant>
 
 #include <unistd.h>
 
@@ -30,50 +32,15 @@ namespace CliCommands {
 
 namespace {
 
-struct Command
+// What a command is handed: its own arguments, the two streams and, unless it starts the
+// controller itself, the controller with everything stored loaded.
+struct Call
 {
-    QString synopsis;
-    QString help;
+    const QStringList& args;
+    QTextStream& out;
+    QTextStream& err;
+    AppState* state;
 };
-
-const QMap<QString, Command>& commands()
-{
-    static const QMap<QString, Command> table {
-        {u"setup"_s,
-         {u"setup [--key-file PATH] [--folders Desktop,Downloads,Documents] [--model ID] [--no-rename] "
-          u"[--keep-installers] [--sunday-reset] [--no-test]"_s,
-          u"Sets Brindlow up: stores your Claude API key (read from the file given with --key-file, or from "
-          u"standard input without echo), checks it with one tiny request unless --no-test, and saves your "
-          u"preferences."_s}},
-        {u"refresh"_s,
-         {u"refresh [--quick | --deep | --junk-only]"_s,
-          u"Looks through your folders and prepares a plan (quick by default). Nothing moves until you apply it."_s}},
-        {u"plan"_s, {u"plan [--json]"_s, u"Shows the plan waiting for review by tab, with item ids."_s}},
-        {u"approve"_s, {u"approve ID..."_s, u"Includes items in the next apply."_s}},
-        {u"skip"_s, {u"skip ID..."_s, u"Leaves items out of the next apply."_s}},
-        {u"rename"_s, {u"rename on|off ID..."_s, u"Accepts or refuses proposed new names."_s}},
-        {u"move"_s,
-         {u"move ID FOLDER"_s, u"Sends an item to a folder of your choosing, relative to your home base."_s}},
-        {u"leave"_s, {u"leave ID"_s, u"Leaves an item where it is."_s}},
-        {u"add-project"_s, {u"add-project NAME"_s, u"Adds a project and files the items that mention it."_s}},
-        {u"suggestions"_s, {u"suggestions"_s, u"Lists project names the plan keeps suggesting."_s}},
-        {u"apply"_s,
-         {u"apply [--organize-only]"_s, u"Moves the approved items (and renames them, unless --organize-only)."_s}},
-        {u"undo"_s, {u"undo"_s, u"Puts back the files of the last apply; again to go further back."_s}},
-        {u"discard"_s, {u"discard"_s, u"Drops the plan waiting for review."_s}},
-        {u"status"_s, {u"status"_s, u"What Brindlow knows: last refresh, new files, folders, projects, cost."_s}},
-    };
-    return table;
-}
-
-void printUsage(QTextStream& stream)
-{
-    stream << "Usage: brindlow-cli <command> [options]\n\nCommands:\n";
-    for (const Command& command : commands())
-        stream << "  " << command.synopsis << '\n';
-    stream << "\nExit codes: 0 success, 1 failure, 2 wrong usage.\n"
-              "Run 'brindlow-cli <command> --help' for one command.\n";
-}
 
 int usageError(QTextStream& err, const QString& problem)
 {
@@ -149,23 +116,7 @@ std::optional<QList<qint64>> parseIds(const QStringList& words, const PlanReview
 
 int refresh(AppState& state, TidyMode mode, QTextStream& out, QTextStream& err)
 {
-    const bool tty = Terminal::isInteractive(STDERR_FILENO);
-    QTextStream progress(stderr);
-    QObject::connect(&state.activity(), &Activity::statusChanged, &state, [&] {
-        if (!tty)
-            out << VisibleText::of(state.activity().status()) << '\n' << Qt::flush;
-    });
-    QTimer ticker;
-    QObject::connect(&ticker, &QTimer::timeout, &state, [&] {
-        const int width = 30;
-        const int filled
-            = state.refresh().total() > 0 ? width * state.refresh().decided() / state.refresh().total() : 0;
-        progress << '\r' << '[' << QString(filled, u'#') << QString(width - filled, u'.') << "] "
-                 << Numbers::count(state.refresh().decided()) << '/' << Numbers::count(state.refresh().total()) << "  "
-                 << VisibleText::of(state.refresh().calmStatus()) << "\x1b[K" << Qt::flush;
-    });
-    if (tty)
-        ticker.start(250);
+    RefreshProgress progress(state.activity(), state.refresh(), out);
     if (!state.preferences().profile().onboarded) {
         err << "Brindlow is not set up yet. Run 'brindlow-cli setup' first.\n";
         return kFailed;
@@ -176,9 +127,7 @@ int refresh(AppState& state, TidyMode mode, QTextStream& out, QTextStream& err)
         return kFailed;
     }
     waitFor(state.refresh(), &RefreshRun::finished);
-    ticker.stop();
-    if (tty)
-        progress << "\r\x1b[K" << Qt::flush;
+    progress.finish();
     if (state.activity().phase() == Phase::idle) {
         err << VisibleText::of(state.activity().message().value_or(u"The refresh failed."_s)) << '\n';
         return kFailed;
@@ -240,11 +189,19 @@ std::optional<QString> promptForKey(QTextStream& err)
     return key->trimmed();
 }
 
-int setup(const QStringList& args, QTextStream& out, QTextStream& err)
+// What `setup` was asked for on its command line.
+struct SetupOptions
 {
-    Profile profile = Store::loadProfile();
+    Profile profile;
     std::optional<QString> keyFile;
     bool test = true;
+};
+
+// The stored profile with the options applied, or the exit code of a wrong option once reported.
+std::variant<SetupOptions, int> setupOptions(const QStringList& args, QTextStream& err)
+{
+    SetupOptions options;
+    options.profile = Store::loadProfile();
     for (qsizetype i = 0; i < args.size(); ++i) {
         const QString& arg = args[i];
         const auto value
@@ -254,39 +211,48 @@ int setup(const QStringList& args, QTextStream& out, QTextStream& err)
                               u"--key is not accepted: every user of this computer can read a command line. "
                               u"Use --key-file PATH, or type the key when asked."_s);
         } else if (arg == u"--key-file") {
-            keyFile = value();
-            if (!keyFile)
+            options.keyFile = value();
+            if (!options.keyFile)
                 return usageError(err, u"--key-file needs a path"_s);
         } else if (arg == u"--folders") {
             const std::optional<QString> folders = value();
             if (!folders || folders->split(u',', Qt::SkipEmptyParts).isEmpty())
                 return usageError(err, u"--folders needs a comma-separated list"_s);
-            profile.scanFolders = folders->split(u',', Qt::SkipEmptyParts);
+            options.profile.scanFolders = folders->split(u',', Qt::SkipEmptyParts);
         } else if (arg == u"--model") {
             const std::optional<QString> model = value();
             if (!model)
                 return usageError(err, u"--model needs a value"_s);
-            profile.model = *model;
+            options.profile.model = *model;
         } else if (arg == u"--no-rename") {
-            profile.renameFiles = false;
+            options.profile.renameFiles = false;
         } else if (arg == u"--keep-installers") {
-            profile.keepInstallers = true;
+            options.profile.keepInstallers = true;
         } else if (arg == u"--sunday-reset") {
-            profile.autoTidy = true;
+            options.profile.autoTidy = true;
         } else if (arg == u"--no-test") {
-            test = false;
+            options.test = false;
         } else {
             return usageError(err, u"unknown option '"_s + arg + u"' for setup"_s);
         }
     }
-    const std::optional<QString> key = keyFile ? readKeyFile(*keyFile, err) : promptForKey(err);
+    return options;
+}
+
+int setup(const QStringList& args, QTextStream& out, QTextStream& err)
+{
+    std::variant<SetupOptions, int> parsed = setupOptions(args, err);
+    if (const int* code = std::get_if<int>(&parsed))
+        return *code;
+    SetupOptions& options = std::get<SetupOptions>(parsed);
+    const std::optional<QString> key = options.keyFile ? readKeyFile(*options.keyFile, err) : promptForKey(err);
     if (!key)
         return kFailed;
     if (key->isEmpty())
         return usageError(err, u"an API key is needed"_s);
-    if (test) {
+    if (options.test) {
         if (const std::optional<APIError> failure
-            = RefreshPipeline::checkConnection(*key, profile.model, nullptr, {})) {
+            = RefreshPipeline::checkConnection(*key, options.profile.model, nullptr, {})) {
             err << VisibleText::of(failure->errorDescription()) << '\n';
             return kFailed;
         }
@@ -295,8 +261,8 @@ int setup(const QStringList& args, QTextStream& out, QTextStream& err)
     useTerminalNotices(state, err);
     state.init();
     state.preferences().saveKey(*key);
-    profile.onboarded = true;
-    state.preferences().setProfile(profile);
+    options.profile.onboarded = true;
+    state.preferences().setProfile(options.profile);
     out << "Brindlow is set up. Run 'brindlow-cli refresh' to sort your files.\n";
     return kOk;
 }
@@ -322,176 +288,290 @@ int status(AppState& state, QTextStream& out)
     return kOk;
 }
 
+int refreshCommand(const Call& call)
+{
+    if (call.args.size() > 1)
+        return usageError(call.err, u"choose one of --quick, --deep, --junk-only"_s);
+    const QString mode = call.args.value(0, u"--quick"_s);
+    if (mode != u"--quick" && mode != u"--deep" && mode != u"--junk-only")
+        return usageError(call.err, u"unknown option '"_s + mode + u"' for refresh"_s);
+    return refresh(*call.state,
+                   mode == u"--deep"            ? TidyMode::deep
+                       : mode == u"--junk-only" ? TidyMode::junkOnly
+                                                : TidyMode::quick,
+                   call.out,
+                   call.err);
+}
+
+int showPlan(const Call& call)
+{
+    const QList<PlanItem>& plan = call.state->review().plan();
+    if (call.args == QStringList {u"--json"_s}) {
+        QJsonArray items;
+        for (const PlanItem& item : plan)
+            items.append(item.toJson());
+        call.out << QJsonDocument(items).toJson(QJsonDocument::Indented);
+        return kOk;
+    }
+    if (!call.args.isEmpty())
+        return usageError(call.err, u"unknown option for plan"_s);
+    if (plan.isEmpty()) {
+        call.out << "Nothing waiting\n";
+        return kOk;
+    }
+    PlanView::print(plan, call.out);
+    return kOk;
+}
+
+int listSuggestions(const Call& call)
+{
+    for (const GroupCount& suggestion : call.state->review().projectSuggestions())
+        call.out << VisibleText::of(suggestion.name) << " (" << Numbers::count(suggestion.count) << ")\n";
+    return kOk;
+}
+
+int addProject(const Call& call)
+{
+    const QStringList& args = call.args;
+    if (args.size() != 1 || args[0].trimmed().isEmpty())
+        return usageError(call.err, u"add-project takes one name"_s);
+    if (!typedFolder(args[0]))
+        return usageError(call.err, folderProblem(args[0]));
+    const int filed = call.state->review().addProject(args[0]);
+    call.out << "Added " << VisibleText::of(args[0].trimmed()) << "; " << Numbers::count(filed)
+             << (filed == 1 ? " file" : " files") << " now go into it.\n";
+    return kOk;
+}
+
+int discardPlan(const Call& call)
+{
+    AppState& state = *call.state;
+    state.review().discard();
+    if (!state.review().plan().isEmpty()) {
+        call.err << VisibleText::of(state.activity().message().value_or(Activity::otherProcessBusyText())) << '\n';
+        return kFailed;
+    }
+    call.out << "The plan was dropped. Nothing moved.\n";
+    return kOk;
+}
+
+int undoLast(const Call& call)
+{
+    AppState& state = *call.state;
+    if (!call.args.isEmpty())
+        return usageError(call.err, u"undo takes no options"_s);
+    state.moves().undoLast();
+    if (!state.activity().isBusy()) {
+        call.err << VisibleText::of(state.activity().message().value_or(u"Brindlow is busy."_s)) << '\n';
+        return kFailed;
+    }
+    waitFor(state.moves(), &Moves::finished);
+    call.out << VisibleText::of(state.activity().message().value_or(QString())) << '\n';
+    return kOk;
+}
+
+int applyPlan(const Call& call)
+{
+    AppState& state = *call.state;
+    if (!call.args.isEmpty() && call.args != QStringList {u"--organize-only"_s})
+        return usageError(call.err, u"unknown option for apply"_s);
+    if (state.activity().phase() != Phase::review) {
+        call.err << "Nothing waiting\n";
+        return kFailed;
+    }
+    state.moves().apply(call.args.isEmpty());
+    if (!state.activity().isBusy()) {
+        call.err << VisibleText::of(state.activity().message().value_or(u"Brindlow is busy."_s)) << '\n';
+        return kFailed;
+    }
+    waitFor(state.moves(), &Moves::finished);
+    const ApplyResult result = *state.moves().lastResult();
+    PlanView::printResult(result, call.out);
+    if (result.stoppedBecause) {
+        call.err << VisibleText::of(*result.stoppedBecause) << '\n';
+        return kFailed;
+    }
+    return kOk;
+}
+
+int setApproved(const Call& call, bool approved)
+{
+    const std::optional<QList<qint64>> ids = parseIds(call.args, call.state->review(), call.err);
+    if (!ids)
+        return kUsage;
+    call.state->review().setApproved(*ids, approved);
+    return kOk;
+}
+
+int renameItems(const Call& call)
+{
+    PlanReview& review = call.state->review();
+    const QStringList& args = call.args;
+    if (args.isEmpty() || (args[0] != u"on" && args[0] != u"off"))
+        return usageError(call.err, u"rename takes on or off, then item ids"_s);
+    const std::optional<QList<qint64>> ids = parseIds(args.mid(1), review, call.err);
+    if (!ids)
+        return kUsage;
+    for (const qint64 id : *ids) {
+        const auto item = std::find_if(
+            review.plan().cbegin(), review.plan().cend(), [id](const PlanItem& p) { return p.id == id; });
+        if (item->renameApproved != (args[0] == u"on"))
+            review.toggleRename(id);
+    }
+    return kOk;
+}
+
+int moveItem(const Call& call)
+{
+    const QStringList& args = call.args;
+    if (args.size() != 2 || args[1].trimmed().isEmpty())
+        return usageError(call.err, u"move takes an item id and a folder"_s);
+    const std::optional<QList<qint64>> ids = parseIds({args[0]}, call.state->review(), call.err);
+    if (!ids)
+        return kUsage;
+    const std::optional<QString> folder = typedFolder(args[1]);
+    if (!folder)
+        return usageError(call.err, folderProblem(args[1]));
+    call.state->review().setDestination(ids->first(), *folder);
+    return kOk;
+}
+
+int leaveItem(const Call& call)
+{
+    const std::optional<QList<qint64>> ids = parseIds(call.args, call.state->review(), call.err);
+    if (!ids || ids->size() != 1)
+        return ids ? usageError(call.err, u"leave takes one item id"_s) : kUsage;
+    call.state->review().setDestination(ids->first(), std::nullopt);
+    return kOk;
+}
+
+// What has to be in place before a command's handler runs.
+enum class Needs {
+    nothing, // it starts the controller itself, once it knows it may
+    controller,
+    plan, // a review edit: without a plan waiting there is nothing to edit
+};
+
+struct Command
+{
+    QString arguments;
+    QString help;
+    Needs needs = Needs::controller;
+    int (*handler)(const Call&) = nullptr;
+};
+
+// Keyed by name, so the usage lists the commands in alphabetical order.
+const QMap<QString, Command>& commands()
+{
+    static const QMap<QString, Command> table {
+        {u"setup"_s,
+         {u"[--key-file PATH] [--folders Desktop,Downloads,Documents] [--model ID] [--no-rename] "
+          u"[--keep-installers] [--sunday-reset] [--no-test]"_s,
+          u"Sets Brindlow up: stores your Claude API key (read from the file given with --key-file, or from "
+          u"standard input without echo), checks it with one tiny request unless --no-test, and saves your "
+          u"preferences."_s,
+          Needs::nothing,
+          [](const Call& call) { return setup(call.args, call.out, call.err); }}},
+        {u"refresh"_s,
+         {u"[--quick | --deep | --junk-only]"_s,
+          u"Looks through your folders and prepares a plan (quick by default). Nothing moves until you apply it."_s,
+          Needs::controller,
+          refreshCommand}},
+        {u"plan"_s,
+         {u"[--json]"_s, u"Shows the plan waiting for review by tab, with item ids."_s, Needs::controller, showPlan}},
+        {u"approve"_s,
+         {u"ID..."_s,
+          u"Includes items in the next apply."_s,
+          Needs::plan,
+          [](const Call& call) { return setApproved(call, true); }}},
+        {u"skip"_s,
+         {u"ID..."_s,
+          u"Leaves items out of the next apply."_s,
+          Needs::plan,
+          [](const Call& call) { return setApproved(call, false); }}},
+        {u"rename"_s, {u"on|off ID..."_s, u"Accepts or refuses proposed new names."_s, Needs::plan, renameItems}},
+        {u"move"_s,
+         {u"ID FOLDER"_s,
+          u"Sends an item to a folder of your choosing, relative to your home base."_s,
+          Needs::plan,
+          moveItem}},
+        {u"leave"_s, {u"ID"_s, u"Leaves an item where it is."_s, Needs::plan, leaveItem}},
+        {u"add-project"_s,
+         {u"NAME"_s, u"Adds a project and files the items that mention it."_s, Needs::controller, addProject}},
+        {u"suggestions"_s,
+         {QString(), u"Lists project names the plan keeps suggesting."_s, Needs::controller, listSuggestions}},
+        {u"apply"_s,
+         {u"[--organize-only]"_s,
+          u"Moves the approved items (and renames them, unless --organize-only)."_s,
+          Needs::controller,
+          applyPlan}},
+        {u"undo"_s,
+         {QString(),
+          u"Puts back the files of the last apply; again to go further back."_s,
+          Needs::controller,
+          undoLast}},
+        {u"discard"_s, {QString(), u"Drops the plan waiting for review."_s, Needs::controller, discardPlan}},
+        {u"status"_s,
+         {QString(),
+          u"What Brindlow knows: last refresh, new files, folders, projects, cost."_s,
+          Needs::controller,
+          [](const Call& call) { return status(*call.state, call.out); }}},
+    };
+    return table;
+}
+
+QString synopsis(const QString& name, const Command& command)
+{
+    return command.arguments.isEmpty() ? name : name + u' ' + command.arguments;
+}
+
+void printUsage(QTextStream& stream)
+{
+    stream << "Usage: brindlow-cli <command> [options]\n\nCommands:\n";
+    for (auto it = commands().cbegin(); it != commands().cend(); ++it)
+        stream << "  " << synopsis(it.key(), it.value()) << '\n';
+    stream << "\nExit codes: 0 success, 1 failure, 2 wrong usage.\n"
+              "Run 'brindlow-cli <command> --help' for one command.\n";
+}
+
 } // namespace
 
 int run(const QStringList& arguments, QTextStream& out, QTextStream& err)
 {
-    const QString command = arguments.value(1);
+    const QString name = arguments.value(1);
     const QStringList args = arguments.mid(2);
-    if (command == u"--version") {
+    if (name == u"--version") {
         out << "brindlow-cli " << BRINDLOW_VERSION << '\n';
         return kOk;
     }
-    if (command == u"--help" || command == u"-h" || command == u"help") {
+    if (name == u"--help" || name == u"-h" || name == u"help") {
         printUsage(out);
         return kOk;
     }
-    if (!command.isEmpty() && !commands().contains(command))
-        return usageError(err, u"unknown command '"_s + command + u'\'');
+    if (!name.isEmpty() && !commands().contains(name))
+        return usageError(err, u"unknown command '"_s + name + u'\'');
+    const Command command = commands().value(name);
     if (args.contains(u"--help"_s) || args.contains(u"-h"_s)) {
-        const Command& found = commands()[command];
-        out << "Usage: brindlow-cli " << found.synopsis << "\n\n" << found.help << '\n';
+        out << "Usage: brindlow-cli " << synopsis(name, command) << "\n\n" << command.help << '\n';
         return kOk;
     }
-    if (command == u"setup")
-        return setup(args, out, err);
+    if (command.needs == Needs::nothing)
+        return command.handler({args, out, err, nullptr});
 
     AppState state;
     useTerminalNotices(state, err);
     state.init();
-    if (command.isEmpty()) {
+    if (name.isEmpty()) {
         // A first-time user at a terminal is walked through the set-up.
         if (!state.preferences().profile().onboarded && Terminal::isInteractive(STDIN_FILENO))
             return setup({}, out, err);
         return status(state, out);
     }
-    if (command == u"status")
-        return status(state, out);
-    if (command == u"refresh") {
-        if (args.size() > 1)
-            return usageError(err, u"choose one of --quick, --deep, --junk-only"_s);
-        const QString mode = args.value(0, u"--quick"_s);
-        if (mode != u"--quick" && mode != u"--deep" && mode != u"--junk-only")
-            return usageError(err, u"unknown option '"_s + mode + u"' for refresh"_s);
-        return refresh(state,
-                       mode == u"--deep"            ? TidyMode::deep
-                           : mode == u"--junk-only" ? TidyMode::junkOnly
-                                                    : TidyMode::quick,
-                       out,
-                       err);
-    }
-    if (command == u"plan") {
-        if (args == QStringList {u"--json"_s}) {
-            QJsonArray items;
-            for (const PlanItem& item : state.review().plan())
-                items.append(item.toJson());
-            out << QJsonDocument(items).toJson(QJsonDocument::Indented);
-            return kOk;
-        }
-        if (!args.isEmpty())
-            return usageError(err, u"unknown option for plan"_s);
-        if (state.review().plan().isEmpty()) {
-            out << "Nothing waiting\n";
-            return kOk;
-        }
-        PlanView::print(state.review().plan(), out);
-        return kOk;
-    }
-    if (command == u"suggestions") {
-        for (const GroupCount& suggestion : state.review().projectSuggestions())
-            out << VisibleText::of(suggestion.name) << " (" << Numbers::count(suggestion.count) << ")\n";
-        return kOk;
-    }
-    if (command == u"add-project") {
-        if (args.size() != 1 || args[0].trimmed().isEmpty())
-            return usageError(err, u"add-project takes one name"_s);
-        if (!typedFolder(args[0]))
-            return usageError(err, folderProblem(args[0]));
-        const int filed = state.review().addProject(args[0]);
-        out << "Added " << VisibleText::of(args[0].trimmed()) << "; " << Numbers::count(filed)
-            << (filed == 1 ? " file" : " files") << " now go into it.\n";
-        return kOk;
-    }
-    if (command == u"discard") {
-        state.review().discard();
-        if (!state.review().plan().isEmpty()) {
-            err << VisibleText::of(state.activity().message().value_or(Activity::otherProcessBusyText())) << '\n';
-            return kFailed;
-        }
-        out << "The plan was dropped. Nothing moved.\n";
-        return kOk;
-    }
-    if (command == u"undo") {
-        if (!args.isEmpty())
-            return usageError(err, u"undo takes no options"_s);
-        state.moves().undoLast();
-        if (!state.activity().isBusy()) {
-            err << VisibleText::of(state.activity().message().value_or(u"Brindlow is busy."_s)) << '\n';
-            return kFailed;
-        }
-        waitFor(state.moves(), &Moves::finished);
-        out << VisibleText::of(state.activity().message().value_or(QString())) << '\n';
-        return kOk;
-    }
-    if (command == u"apply") {
-        if (!args.isEmpty() && args != QStringList {u"--organize-only"_s})
-            return usageError(err, u"unknown option for apply"_s);
-        if (state.activity().phase() != Phase::review) {
-            err << "Nothing waiting\n";
-            return kFailed;
-        }
-        state.moves().apply(args.isEmpty());
-        if (!state.activity().isBusy()) {
-            err << VisibleText::of(state.activity().message().value_or(u"Brindlow is busy."_s)) << '\n';
-            return kFailed;
-        }
-        waitFor(state.moves(), &Moves::finished);
-        const ApplyResult result = *state.moves().lastResult();
-        PlanView::printResult(result, out);
-        if (result.stoppedBecause) {
-            err << VisibleText::of(*result.stoppedBecause) << '\n';
-            return kFailed;
-        }
-        return kOk;
-    }
-
-    // The review edits work on the plan waiting for review.
-    if (state.review().plan().isEmpty()) {
+    if (command.needs == Needs::plan && state.review().plan().isEmpty()) {
         err << "Nothing waiting\n";
         return kFailed;
     }
-    if (command == u"approve" || command == u"skip") {
-        const std::optional<QList<qint64>> ids = parseIds(args, state.review(), err);
-        if (!ids)
-            return kUsage;
-        state.review().setApproved(*ids, command == u"approve");
-        return kOk;
-    }
-    if (command == u"rename") {
-        if (args.isEmpty() || (args[0] != u"on" && args[0] != u"off"))
-            return usageError(err, u"rename takes on or off, then item ids"_s);
-        const std::optional<QList<qint64>> ids = parseIds(args.mid(1), state.review(), err);
-        if (!ids)
-            return kUsage;
-        for (const qint64 id : *ids) {
-            const auto item = std::find_if(state.review().plan().cbegin(),
-                                           state.review().plan().cend(),
-                                           [id](const PlanItem& p) { return p.id == id; });
-            if (item->renameApproved != (args[0] == u"on"))
-                state.review().toggleRename(id);
-        }
-        return kOk;
-    }
-    if (command == u"move") {
-        if (args.size() != 2 || args[1].trimmed().isEmpty())
-            return usageError(err, u"move takes an item id and a folder"_s);
-        const std::optional<QList<qint64>> ids = parseIds({args[0]}, state.review(), err);
-        if (!ids)
-            return kUsage;
-        const std::optional<QString> folder = typedFolder(args[1]);
-        if (!folder)
-            return usageError(err, folderProblem(args[1]));
-        state.review().setDestination(ids->first(), *folder);
-        return kOk;
-    }
-    if (command == u"leave") {
-        const std::optional<QList<qint64>> ids = parseIds(args, state.review(), err);
-        if (!ids || ids->size() != 1)
-            return ids ? usageError(err, u"leave takes one item id"_s) : kUsage;
-        state.review().setDestination(ids->first(), std::nullopt);
-        return kOk;
-    }
-    return usageError(err, u"unknown command '"_s + command + u'\'');
+    return command.handler({args, out, err, &state});
 }
 
 } // namespace CliCommands
