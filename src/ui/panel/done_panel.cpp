@@ -36,25 +36,8 @@ DonePanel::DonePanel(const ControllerParts& parts, QWidget* parent)
     , m_line(new QLabel(this))
 {
     auto* mark = new SunriseMark(56, this);
-    auto* heading = new QLabel(tr("A fresh start."), this);
-    QFont headingFont = heading->font();
-    headingFont.setPixelSize(22);
-    headingFont.setWeight(QFont::DemiBold);
-    heading->setFont(headingFont);
-    heading->setAlignment(Qt::AlignCenter);
-    m_line->setObjectName(u"doneLine"_s);
-    m_line->setAlignment(Qt::AlignCenter);
-    m_line->setWordWrap(true);
-    m_line->setForegroundRole(QPalette::PlaceholderText);
-
-    auto* card = new Card(this);
-    m_moved = new Stat(tr("organized"), Stat::Size::regular, card);
-    m_renamed = new Stat(tr("renamed"), Stat::Size::regular, card);
-    m_junk = new Stat(tr("to review"), Stat::Size::regular, card);
-    auto* stats = new QHBoxLayout;
-    for (Stat* stat : {m_moved, m_renamed, m_junk})
-        stats->addWidget(stat, 1);
-    card->content()->addLayout(stats);
+    QLabel* heading = buildHeading();
+    Card* card = buildStats();
 
     m_recap = new PrimaryButton(tr("Watch your recap"), this);
     m_openPrimary = new PrimaryButton(tr("Open Folder"), this);
@@ -74,15 +57,7 @@ DonePanel::DonePanel(const ControllerParts& parts, QWidget* parent)
         Q_EMIT folderRequested(reviewFolder(u"To Delete - Review First"_s));
     });
 
-    auto* done = link(tr("Done"), this);
-    connect(done, &QPushButton::clicked, this, [this] { m_parts.activity.acknowledgeDone(); });
-    auto* undo = link(tr("Undo last refresh"), this);
-    undo->setIcon(PanelIcons::undo());
-    connect(undo, &QPushButton::clicked, this, [this] { m_parts.moves.undoLast(); });
-    auto* footer = new QHBoxLayout;
-    footer->addWidget(done);
-    footer->addStretch(1);
-    footer->addWidget(undo);
+    QLayout* footer = buildFooter();
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 8, 0, 0);
@@ -128,4 +103,46 @@ void DonePanel::refresh()
     m_clearOut->setVisible(result.junkBytes > 0);
     m_clearOut->setText(tr("Review what to clear out · %1").arg(Numbers::size(result.junkBytes)));
     m_clearOut->setAccessibleName(m_clearOut->text());
+}
+
+QLabel* DonePanel::buildHeading()
+{
+    auto* heading = new QLabel(tr("A fresh start."), this);
+    QFont headingFont = heading->font();
+    headingFont.setPixelSize(22);
+    headingFont.setWeight(QFont::DemiBold);
+    heading->setFont(headingFont);
+    heading->setAlignment(Qt::AlignCenter);
+    m_line->setObjectName(u"doneLine"_s);
+    m_line->setAlignment(Qt::AlignCenter);
+    m_line->setWordWrap(true);
+    m_line->setForegroundRole(QPalette::PlaceholderText);
+    return heading;
+}
+
+Card* DonePanel::buildStats()
+{
+    auto* card = new Card(this);
+    m_moved = new Stat(tr("organized"), Stat::Size::regular, card);
+    m_renamed = new Stat(tr("renamed"), Stat::Size::regular, card);
+    m_junk = new Stat(tr("to review"), Stat::Size::regular, card);
+    auto* stats = new QHBoxLayout;
+    for (Stat* stat : {m_moved, m_renamed, m_junk})
+        stats->addWidget(stat, 1);
+    card->content()->addLayout(stats);
+    return card;
+}
+
+QLayout* DonePanel::buildFooter()
+{
+    auto* done = link(tr("Done"), this);
+    connect(done, &QPushButton::clicked, this, [this] { m_parts.activity.acknowledgeDone(); });
+    auto* undo = link(tr("Undo last refresh"), this);
+    undo->setIcon(PanelIcons::undo());
+    connect(undo, &QPushButton::clicked, this, [this] { m_parts.moves.undoLast(); });
+    auto* footer = new QHBoxLayout;
+    footer->addWidget(done);
+    footer->addStretch(1);
+    footer->addWidget(undo);
+    return footer;
 }

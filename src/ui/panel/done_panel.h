@@ -4,7 +4,9 @@
 
 #include <QWidget>
 
+class Card;
 class QLabel;
+class QLayout;
 class QPushButton;
 class Stat;
 
@@ -23,6 +25,9 @@ Q_SIGNALS:
     void folderRequested(const QString& path);
 
 private:
+    QLabel* buildHeading();
+    Card* buildStats();
+    QLayout* buildFooter();
     QString reviewFolder(const QString& name) const;
 
     ControllerParts m_parts;

@@ -90,6 +90,55 @@ QWidget* IdlePanel::buildWelcome()
 QWidget* IdlePanel::buildMain()
 {
     auto* box = new QWidget(this);
+    Card* card = buildSinceCard(box);
+    m_message = text(QString(), 12, box, true);
+    m_message->setObjectName(u"panelMessage"_s);
+
+    auto* refresh = new PrimaryButton(tr("Refresh now"), box);
+    refresh->setToolTip(tr("Refresh now (Ctrl+R)"));
+    connect(refresh, &QPushButton::clicked, this, [this] { m_parts.refresh.start(TidyMode::quick); });
+    auto* shortcut = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_R), box);
+    connect(shortcut, &QShortcut::activated, refresh, &QPushButton::click);
+
+    auto* deep = new MenuRow(PanelIcons::folder(), tr("Deep clean everything"), box);
+    deep->setDetail(tr("All folders"));
+    connect(deep, &MenuRow::clicked, this, [this] { m_parts.refresh.start(TidyMode::deep); });
+    auto* junk = new MenuRow(PanelIcons::trash(), tr("Clear out junk & duplicates"), box);
+    connect(junk, &MenuRow::clicked, this, [this] { m_parts.refresh.start(TidyMode::junkOnly); });
+    m_undo = new MenuRow(PanelIcons::undo(), tr("Undo last refresh"), box);
+    // The controller ignores an undo while anything runs, so a stale click cannot overlap a move.
+    connect(m_undo, &MenuRow::clicked, this, [this] { m_parts.moves.undoLast(); });
+    QLayout* reset = buildSundayReset(box);
+
+    m_update = new QPushButton(box);
+    m_update->setFlat(true);
+    m_update->setCursor(Qt::PointingHandCursor);
+    setUpdateAvailable(false);
+    connect(m_update, &QPushButton::clicked, this, &IdlePanel::updateCheckRequested);
+
+    auto* layout = new QVBoxLayout(box);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(10);
+    layout->addWidget(card);
+    layout->addWidget(m_message);
+    layout->addWidget(refresh);
+    auto* rows = new QVBoxLayout;
+    rows->setSpacing(3);
+    rows->addWidget(deep);
+    rows->addWidget(new Divider(box));
+    rows->addWidget(junk);
+    rows->addWidget(new Divider(box));
+    rows->addWidget(m_undo);
+    rows->addWidget(new Divider(box));
+    rows->addSpacing(6);
+    rows->addLayout(reset);
+    layout->addLayout(rows);
+    layout->addWidget(m_update, 0, Qt::AlignHCenter);
+    return box;
+}
+
+Card* IdlePanel::buildSinceCard(QWidget* box)
+{
     auto* card = new Card(box);
     auto* caption = text(tr("SINCE YOUR LAST REFRESH"), 11, card, true);
     QFont captionFont = caption->font();
@@ -117,25 +166,11 @@ QWidget* IdlePanel::buildMain()
     card->content()->addLayout(count);
     card->content()->addWidget(new Divider(card));
     card->content()->addLayout(minis);
+    return card;
+}
 
-    m_message = text(QString(), 12, box, true);
-    m_message->setObjectName(u"panelMessage"_s);
-
-    auto* refresh = new PrimaryButton(tr("Refresh now"), box);
-    refresh->setToolTip(tr("Refresh now (Ctrl+R)"));
-    connect(refresh, &QPushButton::clicked, this, [this] { m_parts.refresh.start(TidyMode::quick); });
-    auto* shortcut = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_R), box);
-    connect(shortcut, &QShortcut::activated, refresh, &QPushButton::click);
-
-    auto* deep = new MenuRow(PanelIcons::folder(), tr("Deep clean everything"), box);
-    deep->setDetail(tr("All folders"));
-    connect(deep, &MenuRow::clicked, this, [this] { m_parts.refresh.start(TidyMode::deep); });
-    auto* junk = new MenuRow(PanelIcons::trash(), tr("Clear out junk & duplicates"), box);
-    connect(junk, &MenuRow::clicked, this, [this] { m_parts.refresh.start(TidyMode::junkOnly); });
-    m_undo = new MenuRow(PanelIcons::undo(), tr("Undo last refresh"), box);
-    // The controller ignores an undo while anything runs, so a stale click cannot overlap a move.
-    connect(m_undo, &MenuRow::clicked, this, [this] { m_parts.moves.undoLast(); });
-
+QLayout* IdlePanel::buildSundayReset(QWidget* box)
+{
     auto* resetTitle = text(tr("Sunday Reset"), 14, box);
     auto* resetDetail = text(tr("Sorts your week's new files every Sunday at 9 AM"), 12, box, true);
     m_sundayReset = new Switch(tr("Sunday Reset"), box);
@@ -155,32 +190,7 @@ QWidget* IdlePanel::buildMain()
     reset->setContentsMargins(8, 0, 4, 0);
     reset->addLayout(resetTexts, 1);
     reset->addWidget(m_sundayReset, 0, Qt::AlignVCenter);
-
-    m_update = new QPushButton(box);
-    m_update->setFlat(true);
-    m_update->setCursor(Qt::PointingHandCursor);
-    setUpdateAvailable(false);
-    connect(m_update, &QPushButton::clicked, this, &IdlePanel::updateCheckRequested);
-
-    auto* layout = new QVBoxLayout(box);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(10);
-    layout->addWidget(card);
-    layout->addWidget(m_message);
-    layout->addWidget(refresh);
-    auto* rows = new QVBoxLayout;
-    rows->setSpacing(3);
-    rows->addWidget(deep);
-    rows->addWidget(new Divider(box));
-    rows->addWidget(junk);
-    rows->addWidget(new Divider(box));
-    rows->addWidget(m_undo);
-    rows->addWidget(new Divider(box));
-    rows->addSpacing(6);
-    rows->addLayout(reset);
-    layout->addLayout(rows);
-    layout->addWidget(m_update, 0, Qt::AlignHCenter);
-    return box;
+    return reset;
 }
 
 void IdlePanel::refresh()

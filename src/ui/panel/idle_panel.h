@@ -4,9 +4,11 @@
 
 #include <QWidget>
 
+class Card;
 class MenuRow;
 class PanelHeader;
 class QCheckBox;
+class QLayout;
 class QLabel;
 class QPushButton;
 class Stat;
@@ -31,6 +33,8 @@ Q_SIGNALS:
 private:
     QWidget* buildWelcome();
     QWidget* buildMain();
+    Card* buildSinceCard(QWidget* box);
+    QLayout* buildSundayReset(QWidget* box);
 
     ControllerParts m_parts;
     PanelHeader* m_header;

@@ -70,41 +70,12 @@ NeedsPage::NeedsPage(PlanReview& review, Preferences& preferences, PlanModel& pl
         tr("Needs You"),
         tr("Brindlow wasn't sure about these. Send them to a folder, or leave them where they are."));
 
-    auto* leaveAll = new SecondaryButton(tr("Leave all where they are"), this, 32);
-    leaveAll->setAccessibleName(leaveAll->text());
-    auto* needsFolder = new SecondaryButton(tr("Needs You folder"), this, 32);
-    needsFolder->setAccessibleName(needsFolder->text());
-    connect(leaveAll, &QPushButton::clicked, this, [this] { m_review.setDestination(needsIds(), std::nullopt); });
-    connect(needsFolder, &QPushButton::clicked, this, [this] {
-        m_review.setDestination(needsIds(), DestinationChoices::kNeedsYouFolder);
-    });
-    auto* bulk = new QHBoxLayout;
-    bulk->setSpacing(8);
-    bulk->addWidget(leaveAll);
-    bulk->addWidget(needsFolder);
-    bulk->addStretch(1);
+    QLayout* bulk = buildBulkChoices();
 
     m_suggestionsLayout->setContentsMargins(0, 0, 0, 0);
     m_suggestionsLayout->setSpacing(4);
 
-    m_newProject->setPlaceholderText(tr("Add a project, e.g. Penwick"));
-    m_newProject->setAccessibleName(tr("Add a project"));
-    m_newProject->setClearButtonEnabled(true);
-    m_newProject->setFixedWidth(320);
-    m_addedNote->setAccessibleName(tr("Project added"));
-    m_addedNote->hide();
-    connect(m_newProject, &QLineEdit::returnPressed, this, [this] {
-        const QString name = m_newProject->text().trimmed();
-        if (name.isEmpty())
-            return;
-        m_newProject->clear();
-        addProject(name);
-    });
-    auto* adding = new QHBoxLayout;
-    adding->setSpacing(12);
-    adding->addWidget(m_newProject);
-    adding->addWidget(m_addedNote);
-    adding->addStretch(1);
+    QLayout* adding = buildProjectAdding();
 
     m_list->setObjectName(u"needsList"_s);
     m_list->setAccessibleName(tr("Files that need you"));
@@ -129,6 +100,47 @@ NeedsPage::NeedsPage(PlanReview& review, Preferences& preferences, PlanModel& pl
     connect(&review, &PlanReview::planChanged, this, &NeedsPage::rebuildSuggestions);
     connect(&preferences, &Preferences::profileChanged, this, &NeedsPage::rebuildSuggestions);
     rebuildSuggestions();
+}
+
+QLayout* NeedsPage::buildBulkChoices()
+{
+    auto* leaveAll = new SecondaryButton(tr("Leave all where they are"), this, 32);
+    leaveAll->setAccessibleName(leaveAll->text());
+    auto* needsFolder = new SecondaryButton(tr("Needs You folder"), this, 32);
+    needsFolder->setAccessibleName(needsFolder->text());
+    connect(leaveAll, &QPushButton::clicked, this, [this] { m_review.setDestination(needsIds(), std::nullopt); });
+    connect(needsFolder, &QPushButton::clicked, this, [this] {
+        m_review.setDestination(needsIds(), DestinationChoices::kNeedsYouFolder);
+    });
+    auto* bulk = new QHBoxLayout;
+    bulk->setSpacing(8);
+    bulk->addWidget(leaveAll);
+    bulk->addWidget(needsFolder);
+    bulk->addStretch(1);
+    return bulk;
+}
+
+QLayout* NeedsPage::buildProjectAdding()
+{
+    m_newProject->setPlaceholderText(tr("Add a project, e.g. Penwick"));
+    m_newProject->setAccessibleName(tr("Add a project"));
+    m_newProject->setClearButtonEnabled(true);
+    m_newProject->setFixedWidth(320);
+    m_addedNote->setAccessibleName(tr("Project added"));
+    m_addedNote->hide();
+    connect(m_newProject, &QLineEdit::returnPressed, this, [this] {
+        const QString name = m_newProject->text().trimmed();
+        if (name.isEmpty())
+            return;
+        m_newProject->clear();
+        addProject(name);
+    });
+    auto* adding = new QHBoxLayout;
+    adding->setSpacing(12);
+    adding->addWidget(m_newProject);
+    adding->addWidget(m_addedNote);
+    adding->addStretch(1);
+    return adding;
 }
 
 void NeedsPage::setNameFilter(const QString& text)

@@ -11,6 +11,7 @@ class DestinationChoices;
 class PlanListView;
 class PlanModel;
 class QLabel;
+class QLayout;
 class QLineEdit;
 class QVBoxLayout;
 class ReviewFilterModel;
@@ -35,6 +36,8 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
+    QLayout* buildBulkChoices();
+    QLayout* buildProjectAdding();
     QList<qint64> needsIds() const;
     void rebuildSuggestions();
     void addProject(const QString& name);

@@ -100,32 +100,8 @@ ReviewWindow::~ReviewWindow() = default;
 QWidget* ReviewWindow::buildContent()
 {
     auto* content = new QWidget(m_whole);
-    m_sidebar = new ReviewSidebar(*m_plan, content);
-    m_sidebar->setObjectName(u"reviewSidebar"_s);
-    m_sidebar->setAttribute(Qt::WA_StyledBackground);
-    m_sidebar->setFixedWidth(260);
-
-    m_tabs = new QTabBar(content);
-    m_tabs->setObjectName(u"reviewTabs"_s);
-    m_tabs->setAccessibleName(tr("Review tabs"));
-    m_tabs->setDrawBase(false);
-    m_tabs->setExpanding(false);
-    for (int i = 0; i < 4; ++i)
-        m_tabs->addTab(QString());
-
-    m_filter = new QLineEdit(content);
-    m_filter->setPlaceholderText(tr("Filter by name"));
-    m_filter->setAccessibleName(tr("Filter by name"));
-    m_filter->setClearButtonEnabled(true);
-    m_filter->setFixedWidth(260);
-
-    m_organize = new OrganizePage(m_parts.review, *m_plan, *m_thumbs, content);
-    m_rename = new RenamePage(m_parts.review, *m_plan, content);
-    m_junk = new JunkPage(m_parts.review, *m_plan, content);
-    m_needs = new NeedsPage(m_parts.review, m_parts.preferences, *m_plan, content);
-    m_pages = new QStackedWidget(content);
-    for (QWidget* page : std::initializer_list<QWidget*> {m_organize, m_rename, m_junk, m_needs})
-        m_pages->addWidget(page);
+    buildNavigation(content);
+    buildPages(content);
 
     auto* top = new QHBoxLayout;
     top->addWidget(m_tabs);
@@ -151,6 +127,46 @@ QWidget* ReviewWindow::buildContent()
     layout->addLayout(body, 1);
     layout->addWidget(footer);
 
+    connectPages(footer);
+    addShortcuts();
+    return content;
+}
+
+void ReviewWindow::buildNavigation(QWidget* content)
+{
+    m_sidebar = new ReviewSidebar(*m_plan, content);
+    m_sidebar->setObjectName(u"reviewSidebar"_s);
+    m_sidebar->setAttribute(Qt::WA_StyledBackground);
+    m_sidebar->setFixedWidth(260);
+
+    m_tabs = new QTabBar(content);
+    m_tabs->setObjectName(u"reviewTabs"_s);
+    m_tabs->setAccessibleName(tr("Review tabs"));
+    m_tabs->setDrawBase(false);
+    m_tabs->setExpanding(false);
+    for (int i = 0; i < 4; ++i)
+        m_tabs->addTab(QString());
+
+    m_filter = new QLineEdit(content);
+    m_filter->setPlaceholderText(tr("Filter by name"));
+    m_filter->setAccessibleName(tr("Filter by name"));
+    m_filter->setClearButtonEnabled(true);
+    m_filter->setFixedWidth(260);
+}
+
+void ReviewWindow::buildPages(QWidget* content)
+{
+    m_organize = new OrganizePage(m_parts.review, *m_plan, *m_thumbs, content);
+    m_rename = new RenamePage(m_parts.review, *m_plan, content);
+    m_junk = new JunkPage(m_parts.review, *m_plan, content);
+    m_needs = new NeedsPage(m_parts.review, m_parts.preferences, *m_plan, content);
+    m_pages = new QStackedWidget(content);
+    for (QWidget* page : std::initializer_list<QWidget*> {m_organize, m_rename, m_junk, m_needs})
+        m_pages->addWidget(page);
+}
+
+void ReviewWindow::connectPages(ReviewFooter* footer)
+{
     connect(m_tabs, &QTabBar::currentChanged, m_pages, &QStackedWidget::setCurrentIndex);
     connect(m_sidebar, &ReviewSidebar::groupChosen, this, [this](const std::optional<QString>& group) {
         m_organize->setGroup(group);
@@ -166,7 +182,10 @@ QWidget* ReviewWindow::buildContent()
     connect(m_organize, &OrganizePage::openRequested, this, &ReviewWindow::openPreview);
     connect(m_rename, &RenamePage::openRequested, this, &ReviewWindow::openPreview);
     connect(m_junk, &JunkPage::openRequested, this, &ReviewWindow::openPreview);
+}
 
+void ReviewWindow::addShortcuts()
+{
     auto* find = new QShortcut(QKeySequence::Find, this);
     connect(find, &QShortcut::activated, this, [this] {
         m_filter->setFocus(Qt::ShortcutFocusReason);
@@ -178,7 +197,6 @@ QWidget* ReviewWindow::buildContent()
     connect(previous, &QShortcut::activated, this, [this] {
         showTab((m_tabs->currentIndex() + m_tabs->count() - 1) % m_tabs->count());
     });
-    return content;
 }
 
 QTabBar* ReviewWindow::tabs() const

@@ -14,6 +14,7 @@ class QLineEdit;
 class QStackedWidget;
 class QTabBar;
 class RenamePage;
+class ReviewFooter;
 class ReviewSidebar;
 class ThumbCache;
 
@@ -45,6 +46,10 @@ private:
     void updateEmptyState();
     void openPreview(const QModelIndex& index);
     QWidget* buildContent();
+    void buildNavigation(QWidget* content);
+    void buildPages(QWidget* content);
+    void connectPages(ReviewFooter* footer);
+    void addShortcuts();
 
     ControllerParts m_parts;
     std::unique_ptr<ThumbCache> m_ownThumbs;

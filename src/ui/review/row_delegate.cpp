@@ -31,6 +31,73 @@ void drawCheckBox(QPainter* painter, const QRect& rect, bool on)
     painter->drawPolyline(points, 3);
 }
 
+// The old name, an arrow, and the new name, each half of what is left.
+void paintRename(
+    QPainter* painter, const QRect& text, const QFontMetrics& metrics, const QString& name, const QModelIndex& index)
+{
+    const QString newName = index.data(PlanModel::NewNameRole).toString();
+    const int half = (text.width() - 40) / 2;
+    painter->setPen(Theme::muted);
+    painter->drawText(QRect(text.left(), text.top(), half, text.height()),
+                      Qt::AlignVCenter | Qt::AlignLeft,
+                      metrics.elidedText(name, Qt::ElideMiddle, half));
+    painter->setPen(Theme::amberDeep);
+    painter->drawText(QRect(text.left() + half, text.top(), 40, text.height()), Qt::AlignCenter, u"\u2192"_s);
+    painter->setPen(Theme::charcoal);
+    painter->drawText(QRect(text.left() + half + 40, text.top(), half, text.height()),
+                      Qt::AlignVCenter | Qt::AlignLeft,
+                      metrics.elidedText(newName, Qt::ElideMiddle, half));
+}
+
+// The name, the folder it is in, and its size at the right edge.
+void paintJunk(
+    QPainter* painter, const QRect& text, const QFontMetrics& metrics, const QString& name, const QModelIndex& index)
+{
+    const QString size = Numbers::size(index.data(PlanModel::SizeRole).toLongLong());
+    const int sizeWidth = metrics.horizontalAdvance(size) + 8;
+    const int folderWidth = std::min(260, text.width() / 3);
+    const int nameWidth = text.width() - sizeWidth - folderWidth - 16;
+    painter->setPen(Theme::charcoal);
+    painter->drawText(QRect(text.left(), text.top(), nameWidth, text.height()),
+                      Qt::AlignVCenter | Qt::AlignLeft,
+                      metrics.elidedText(name, Qt::ElideMiddle, nameWidth));
+    painter->setPen(Theme::muted);
+    painter->drawText(QRect(text.left() + nameWidth + 8, text.top(), folderWidth, text.height()),
+                      Qt::AlignVCenter | Qt::AlignLeft,
+                      metrics.elidedText(index.data(PlanModel::FolderRole).toString(), Qt::ElideMiddle, folderWidth));
+    painter->drawText(text, Qt::AlignVCenter | Qt::AlignRight, size);
+}
+
+// The name over the reason it needs the person, and the drop-down of where it goes.
+void paintNeeds(QPainter* painter,
+                const QRect& row,
+                const QRect& text,
+                const QFontMetrics& metrics,
+                const QString& name,
+                const QModelIndex& index)
+{
+    const int line = metrics.height();
+    const QRect upper(text.left(), row.center().y() - line, text.width(), line);
+    const QRect lower(text.left(), row.center().y() + 1, text.width(), line);
+    painter->setPen(Theme::charcoal);
+    painter->drawText(upper, Qt::AlignLeft | Qt::AlignBottom, metrics.elidedText(name, Qt::ElideMiddle, text.width()));
+    painter->setPen(Theme::muted);
+    painter->drawText(lower,
+                      Qt::AlignLeft | Qt::AlignTop,
+                      metrics.elidedText(index.data(PlanModel::ReasonRole).toString(), Qt::ElideRight, text.width()));
+    const QRect choice = RowDelegate::choiceRect(row);
+    painter->setPen(QPen(Theme::hairline.darker(110), 1));
+    painter->setBrush(Theme::surface);
+    painter->drawRoundedRect(QRectF(choice).adjusted(0.5, 0.5, -0.5, -0.5), 7, 7);
+    painter->setPen(Theme::charcoal);
+    const QRect inside = choice.adjusted(12, 0, -28, 0);
+    painter->drawText(inside,
+                      Qt::AlignVCenter | Qt::AlignLeft,
+                      metrics.elidedText(RowDelegate::choiceText(index), Qt::ElideMiddle, inside.width()));
+    painter->setPen(Theme::muted);
+    painter->drawText(choice.adjusted(0, 0, -10, 0), Qt::AlignVCenter | Qt::AlignRight, u"\u25BE"_s);
+}
+
 } // namespace
 
 QRect RowDelegate::checkRect(const QRect& row)
@@ -90,63 +157,15 @@ void RowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, c
     QRect text(left, row.top(), right - left, row.height());
 
     switch (m_kind) {
-        case Kind::rename: {
-            const QString newName = index.data(PlanModel::NewNameRole).toString();
-            const int half = (text.width() - 40) / 2;
-            painter->setPen(Theme::muted);
-            painter->drawText(QRect(text.left(), text.top(), half, text.height()),
-                              Qt::AlignVCenter | Qt::AlignLeft,
-                              metrics.elidedText(name, Qt::ElideMiddle, half));
-            painter->setPen(Theme::amberDeep);
-            painter->drawText(QRect(text.left() + half, text.top(), 40, text.height()), Qt::AlignCenter, u"\u2192"_s);
-            painter->setPen(Theme::charcoal);
-            painter->drawText(QRect(text.left() + half + 40, text.top(), half, text.height()),
-                              Qt::AlignVCenter | Qt::AlignLeft,
-                              metrics.elidedText(newName, Qt::ElideMiddle, half));
+        case Kind::rename:
+            paintRename(painter, text, metrics, name, index);
             break;
-        }
-        case Kind::junk: {
-            const QString size = Numbers::size(index.data(PlanModel::SizeRole).toLongLong());
-            const int sizeWidth = metrics.horizontalAdvance(size) + 8;
-            const int folderWidth = std::min(260, text.width() / 3);
-            const int nameWidth = text.width() - sizeWidth - folderWidth - 16;
-            painter->setPen(Theme::charcoal);
-            painter->drawText(QRect(text.left(), text.top(), nameWidth, text.height()),
-                              Qt::AlignVCenter | Qt::AlignLeft,
-                              metrics.elidedText(name, Qt::ElideMiddle, nameWidth));
-            painter->setPen(Theme::muted);
-            painter->drawText(
-                QRect(text.left() + nameWidth + 8, text.top(), folderWidth, text.height()),
-                Qt::AlignVCenter | Qt::AlignLeft,
-                metrics.elidedText(index.data(PlanModel::FolderRole).toString(), Qt::ElideMiddle, folderWidth));
-            painter->drawText(text, Qt::AlignVCenter | Qt::AlignRight, size);
+        case Kind::junk:
+            paintJunk(painter, text, metrics, name, index);
             break;
-        }
-        case Kind::needs: {
-            const int line = metrics.height();
-            const QRect upper(text.left(), row.center().y() - line, text.width(), line);
-            const QRect lower(text.left(), row.center().y() + 1, text.width(), line);
-            painter->setPen(Theme::charcoal);
-            painter->drawText(
-                upper, Qt::AlignLeft | Qt::AlignBottom, metrics.elidedText(name, Qt::ElideMiddle, text.width()));
-            painter->setPen(Theme::muted);
-            painter->drawText(
-                lower,
-                Qt::AlignLeft | Qt::AlignTop,
-                metrics.elidedText(index.data(PlanModel::ReasonRole).toString(), Qt::ElideRight, text.width()));
-            const QRect choice = choiceRect(row);
-            painter->setPen(QPen(Theme::hairline.darker(110), 1));
-            painter->setBrush(Theme::surface);
-            painter->drawRoundedRect(QRectF(choice).adjusted(0.5, 0.5, -0.5, -0.5), 7, 7);
-            painter->setPen(Theme::charcoal);
-            const QRect inside = choice.adjusted(12, 0, -28, 0);
-            painter->drawText(inside,
-                              Qt::AlignVCenter | Qt::AlignLeft,
-                              metrics.elidedText(choiceText(index), Qt::ElideMiddle, inside.width()));
-            painter->setPen(Theme::muted);
-            painter->drawText(choice.adjusted(0, 0, -10, 0), Qt::AlignVCenter | Qt::AlignRight, u"\u25BE"_s);
+        case Kind::needs:
+            paintNeeds(painter, row, text, metrics, name, index);
             break;
-        }
     }
     painter->restore();
 }
