@@ -41,7 +41,7 @@ public:
     QStringList folders;
 
     explicit Fixture(bool onboarded = true)
-        : ControllerFixture(Person {.onboarded = onboarded})
+        : ControllerFixture(Person {.onboarded = onboarded, .projects = {}})
     {
         Store::saveKey(u"sk-test"_s);
         // Each refresh costs what the test says.
