@@ -76,12 +76,8 @@ private Q_SLOTS:
         QCOMPARE(model.tabCount(PlanTab::needs), 2);
         QCOMPARE(model.approvedCount(), 7);
 
-        const QModelIndex photo = model.index(3);
-        QCOMPARE(photo.data(PlanModel::FolderRole).toString(), u"Downloads"_s);
-        QCOMPARE(photo.data(PlanModel::NewNameRole).toString(), u"Beach day.jpg"_s);
-        QCOMPARE(photo.data(PlanModel::GroupRole).toString(), u"Personal"_s);
-        QCOMPARE(model.index(16 - 10).data(PlanModel::JunkGroupRole).toString(), u"Duplicates - Review First"_s);
-        QCOMPARE(photo.data(Qt::ToolTipRole).toString(), u"reason for IMG_1.jpg"_s);
+        // Where a file is now, as the person knows the place.
+        QCOMPARE(model.index(3).data(PlanModel::FolderRole).toString(), u"Downloads"_s);
     }
 
     void editsChangeExactlyTheirRows()

@@ -50,23 +50,7 @@ private Q_SLOTS:
         f.add(u"a.txt"_s, u"personal"_s, u"Personal/Documents"_s, FileKind::doc);
         f.add(u"b.txt"_s, u"admin"_s, u"Work Admin"_s, FileKind::doc);
         auto state = f.start();
-        QCOMPARE(state->activity().phase(), Phase::review);
-
-        state->review().toggle(0);
-        QVERIFY(!byId(*state, 0).approved);
-        state->review().flushEdits();
-        QVERIFY(!Store::loadPlan().at(0).approved);
-        state->review().toggle(0);
-        QVERIFY(byId(*state, 0).approved);
-        state->review().toggle(99);
-        state->review().setApproved({}, false);
-        QVERIFY(byId(*state, 0).approved && byId(*state, 1).approved);
-        state->review().setApproved({0, 1, 99}, false);
-        QVERIFY(!byId(*state, 0).approved && !byId(*state, 1).approved);
-        state->review().toggleRename(1);
-        state->review().flushEdits();
-        QVERIFY(!Store::loadPlan().at(1).renameApproved);
-
+        // Left where it is, a file teaches nothing; sent somewhere, it is the person's own choice.
         state->review().setDestination(0, std::nullopt);
         QVERIFY(!byId(*state, 0).approved);
         state->review().flushEdits();
@@ -151,17 +135,11 @@ private Q_SLOTS:
         f.add(u"unsure.txt"_s, u"needs-you"_s, u"Brindlow Review/Needs You"_s, FileKind::doc).approved = true;
         f.add(u"skipped.txt"_s, u"admin"_s, u"Work Admin"_s, FileKind::doc).approved = false;
         auto state = f.start();
-        state->moves().undoLast(); // nothing applied yet
+        state->moves().apply(true);
+        QCOMPARE(state->activity().phase(), Phase::applying);
         QVERIFY(ControllerFixture::waitForMove(*state));
-        QCOMPARE(state->activity().message(), u"Nothing to undo."_s);
-        QCOMPARE(state->activity().phase(), Phase::idle);
-
-        auto reviewing = f.start();
-        reviewing->moves().apply(true);
-        QCOMPARE(reviewing->activity().phase(), Phase::applying);
-        QVERIFY(ControllerFixture::waitForMove(*reviewing));
-        QCOMPARE(reviewing->activity().phase(), Phase::done);
-        const RecapData recap = *reviewing->moves().recap();
+        QCOMPARE(state->activity().phase(), Phase::done);
+        const RecapData recap = *state->moves().recap();
         QCOMPARE(recap.groups, (QList<GroupCount> {{u"Quorrel"_s, 3}, {u"Personal"_s, 2}}));
         QCOMPARE(recap.renameFrom, u"IMG_1.png"_s); // an image is the better example
         QCOMPARE(recap.renameTo, u"Beach day.png"_s);
@@ -169,19 +147,19 @@ private Q_SLOTS:
         QCOMPARE(recap.result.moved, 8);
         QCOMPARE(recap.result.renamed, 2);
         QCOMPARE(recap.result.needsYou, 1);
-        QCOMPARE(*reviewing->moves().lastResult(), recap.result);
+        QCOMPARE(*state->moves().lastResult(), recap.result);
         QCOMPARE(f.windows, QStringList {u"recap"_s});
-        reviewing->review().flushEdits();
-        QVERIFY(reviewing->review().plan().isEmpty() && Store::loadPlan().isEmpty());
-        QCOMPARE(reviewing->preferences().profile().lastRun, f.clock.now());
+        state->review().flushEdits();
+        QVERIFY(state->review().plan().isEmpty() && Store::loadPlan().isEmpty());
+        QCOMPARE(state->preferences().profile().lastRun, f.clock.now());
         QVERIFY(QFile::exists(f.home.path() + u"/Documents/Personal/Photos/Beach day.png"_s));
-        QTRY_VERIFY(!reviewing->moves().lastLogText().isEmpty());
+        QTRY_VERIFY(!state->moves().lastLogText().isEmpty());
 
-        reviewing->moves().apply(true); // no longer in review
-        QCOMPARE(reviewing->activity().phase(), Phase::done);
-        reviewing->moves().undoLast();
-        QVERIFY(ControllerFixture::waitForMove(*reviewing));
-        QCOMPARE(reviewing->activity().message(), u"Restored 8 files to where they were."_s);
+        state->moves().apply(true); // no longer in review
+        QCOMPARE(state->activity().phase(), Phase::done);
+        state->moves().undoLast();
+        QVERIFY(ControllerFixture::waitForMove(*state));
+        QCOMPARE(state->activity().message(), u"Restored 8 files to where they were."_s);
         QVERIFY(QFile::exists(f.home.path() + u"/Downloads/IMG_1.png"_s));
     }
 
