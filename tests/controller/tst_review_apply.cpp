@@ -14,7 +14,9 @@
 #include <QUuid>
 
 #include <QTest>
+
 #include <atomic>
+#include <thread>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -35,6 +37,13 @@ public:
 const PlanItem& byId(AppState& state, qint64 id)
 {
     return ControllerFixture::item(state, id);
+}
+
+bool approvedOnDisk(qint64 id)
+{
+    const QList<PlanItem> plan = Store::loadPlan();
+    return std::any_of(
+        plan.cbegin(), plan.cend(), [id](const PlanItem& item) { return item.id == id && item.approved; });
 }
 
 } // namespace
@@ -77,6 +86,63 @@ private Q_SLOTS:
         state->review().flushEdits();
         QCOMPARE(Store::loadLessons(), (QList<Lesson> {{u"a.txt"_s, u"reason for a.txt"_s, u"Archive/2024"_s}}));
         QCOMPARE(Store::loadPlan(), state->review().plan());
+    }
+
+    void burstsAreCoalescedAndTheFileIsAlwaysWhole()
+    {
+        Fixture f;
+        for (int i = 0; i < 1000; ++i)
+            f.add(u"file %1.txt"_s.arg(i), u"needs-you"_s, u"Brindlow Review/Needs You"_s);
+        const auto state = f.start();
+
+        // A reader in the background never sees a plan cut short, however the writes fall.
+        std::atomic<bool> reading {true};
+        std::atomic<int> torn {0};
+        std::thread reader([&] {
+            while (reading)
+                torn += Store::loadPlan().size() != 1000;
+        });
+        for (const PlanItem& item : f.items)
+            state->review().setDestination(item.id, u"Archive"_s);
+        // Without anyone waiting for it, the burst reaches the disk within about a second.
+        QTRY_VERIFY_WITH_TIMEOUT(approvedOnDisk(999), 1500);
+        state->review().flushEdits();
+        reading = false;
+        reader.join();
+        QCOMPARE(torn.load(), 0);
+        QVERIFY2(state->review().planWrites() <= 3, qPrintable(QString::number(state->review().planWrites())));
+        QCOMPARE(Store::loadPlan(), state->review().plan());
+        const QList<Lesson> lessons = Store::loadLessons();
+        QCOMPARE(lessons.size(), Store::kMaxLessons);
+        QCOMPARE(lessons.last(), (Lesson {u"file 999.txt"_s, u"reason for file 999.txt"_s, u"Archive"_s}));
+    }
+
+    void editsFromTwoProgramsAreBothKept()
+    {
+        Fixture f;
+        for (int i = 0; i < 4; ++i)
+            f.add(u"file %1.txt"_s.arg(i), u"needs-you"_s, u"Brindlow Review/Needs You"_s);
+        const auto tray = f.start();
+        f.items.clear(); // on disk now: the other programs find it there
+        QSignalSpy trayReset(&tray->review(), &PlanReview::planReset);
+        {
+            // Another Brindlow (a terminal, say) edits one item and ends.
+            const auto terminal = f.start();
+            terminal->review().toggle(1);
+            tray->review().toggle(2); // not yet written when the other one writes
+            terminal->review().flushEdits();
+        }
+        tray->review().flushEdits();
+        QVERIFY(approvedOnDisk(1) && approvedOnDisk(2));
+        // The tray program picks up the other edit without losing its own.
+        QTRY_VERIFY(tray->review().plan()[1].approved);
+        QVERIFY(tray->review().plan()[2].approved);
+        QVERIFY(!trayReset.isEmpty());
+
+        // A plan replaced elsewhere (applied from a terminal) ends the review here.
+        f.start()->review().discard();
+        QTRY_COMPARE(tray->activity().phase(), Phase::idle);
+        QVERIFY(tray->review().plan().isEmpty());
     }
 
     void projects()
