@@ -1,4 +1,3 @@
-#include "controller/app_state.h"
 #include "model/store.h"
 #include "platform/process_lock.h"
 #include "support/controller_fixture.h"
@@ -92,7 +91,6 @@ private Q_SLOTS:
         FileFactory::write(f.home.path() + u"/Documents/old notes.txt"_s, "notes");
         FileFactory::write(f.home.path() + u"/Documents/Projects/Quorrel/filed.txt"_s, "already filed");
         FileFactory::write(f.home.path() + u"/Music/song.txt"_s, "not a scan folder");
-        Usage::shared().reset();
         auto state = f.start();
         QVERIFY(ControllerFixture::refresh(*state, TidyMode::quick));
         QCOMPARE(state->activity().phase(), Phase::review);

@@ -1,10 +1,8 @@
-#include "controller/app_state.h"
 #include "controller/plan_filter_model.h"
 #include "controller/plan_model.h"
 #include "model/store.h"
 #include "support/controller_fixture.h"
 #include "support/plan_factory.h"
-#include "support/test_clock.h"
 
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>

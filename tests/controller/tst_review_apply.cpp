@@ -1,12 +1,7 @@
-#include "controller/app_state.h"
 #include "model/store.h"
 #include "platform/file_mover_hooks.h"
 #include "platform/process_lock.h"
 #include "support/controller_fixture.h"
-#include "support/file_factory.h"
-#include "support/plan_factory.h"
-#include "support/temp_home.h"
-#include "support/test_clock.h"
 
 #include <QDir>
 #include <QSignalSpy>

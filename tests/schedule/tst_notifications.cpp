@@ -1,13 +1,8 @@
-#include "controller/app_state.h"
-#include "model/store.h"
 #include "schedule/dbus_notifications.h"
 #include "schedule/notifier.h"
 #include "support/controller_fixture.h"
-#include "support/fake_claude_server.h"
 #include "support/fake_notification_service.h"
 #include "support/file_factory.h"
-#include "support/temp_home.h"
-#include "support/test_clock.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

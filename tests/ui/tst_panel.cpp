@@ -1,4 +1,3 @@
-#include "controller/app_state.h"
 #include "model/store.h"
 #include "support/controller_fixture.h"
 #include "support/manual_animation_driver.h"
@@ -17,7 +16,6 @@
 #include <QMenu>
 #include <QSignalSpy>
 #include <QSystemTrayIcon>
-#include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;

@@ -1,4 +1,3 @@
-#include "controller/app_state.h"
 #include "support/controller_fixture.h"
 #include "support/manual_animation_driver.h"
 #include "support/widget_driver.h"
@@ -15,7 +14,6 @@
 #include <QAccessible>
 #include <QLabel>
 #include <QRegularExpression>
-#include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;

@@ -1,4 +1,3 @@
-#include "controller/app_state.h"
 #include "model/store.h"
 #include "platform/autostart.h"
 #include "schedule/notification_service.h"
