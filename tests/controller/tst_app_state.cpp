@@ -1,5 +1,4 @@
 #include "model/store.h"
-#include "platform/process_lock.h"
 #include "support/controller_fixture.h"
 #include "support/file_factory.h"
 #include "support/plan_factory.h"
@@ -9,7 +8,6 @@
 #include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
 #include <QThread>
@@ -59,20 +57,6 @@ private Q_SLOTS:
 
         fresh.onboarded = true;
         state->preferences().setProfile(fresh);
-        {
-            // Another process holds the lock: nothing starts, the person is told why, and the lock
-            // goes with that process however it ends.
-            QProcess holder;
-            holder.start(u"flock"_s, {u"--close"_s, Store::dir() + u"/busy.lock"_s, u"sleep"_s, u"30"_s});
-            QVERIFY(holder.waitForStarted());
-            QTRY_VERIFY(!ProcessLock::tryAcquire(Store::dir() + u"/busy.lock"_s).held());
-            state->refresh().start(TidyMode::quick);
-            QCOMPARE(state->activity().phase(), Phase::idle);
-            QCOMPARE(state->activity().message(), Activity::otherProcessBusyText());
-            holder.kill();
-            holder.waitForFinished();
-            QTRY_VERIFY(ProcessLock::tryAcquire(Store::dir() + u"/busy.lock"_s).held());
-        }
         f.server.setLatency(300);
         state->refresh().start(TidyMode::quick);
         QCOMPARE(state->activity().phase(), Phase::scanning);
@@ -139,24 +123,17 @@ private Q_SLOTS:
         QCOMPARE(state->preferences().profile().lastRun, f.clock.now());
     }
 
-    void failures()
+    // The check passes, then sorting dies of a fatal answer: nothing planned, the cost recorded.
+    void fatalAnswerWhileSorting()
     {
         Fixture f;
         FileFactory::write(f.home.path() + u"/Desktop/a.txt"_s, "a");
-        f.server.setHandler([](const FakeClaudeServer::Request&) { return FakeClaudeServer::Response {401, "{}", 0}; });
-        auto state = f.start();
-        QVERIFY(ControllerFixture::refresh(*state, TidyMode::deep));
-        QCOMPARE(state->activity().phase(), Phase::idle);
-        QCOMPARE(state->activity().message(), u"Brindlow couldn't sign in to Claude (error 401). Nothing was moved."_s);
-        QCOMPARE(f.server.requestCount(), 1); // the connection check alone
-        QVERIFY(state->review().plan().isEmpty());
-
-        // The check passes, classification dies of a fatal error: nothing planned, cost recorded.
         f.server.setHandler([](const FakeClaudeServer::Request& request) {
             if (request.isConnectionCheck())
                 return FakeClaudeServer::reply(u"OK"_s);
             return FakeClaudeServer::Response {400, R"({"error":"credit balance too low"})", 0};
         });
+        auto state = f.start();
         QVERIFY(ControllerFixture::refresh(*state, TidyMode::quick));
         QCOMPARE(state->activity().phase(), Phase::idle);
         QVERIFY(state->activity().message()->startsWith(u"Your Claude credits ran out."_s));
