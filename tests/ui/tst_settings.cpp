@@ -127,7 +127,7 @@ void reread(SettingsWindow& window)
 } // namespace
 
 // Set-up and settings, as a person goes through them: a temporary home, the fake Claude service,
-// a test clock and the controller with a notification service that only records.
+// a test clock and the controller with a notification service that shows nothing.
 class TestSettings : public QObject
 {
     Q_OBJECT
