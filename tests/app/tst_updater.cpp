@@ -1,26 +1,22 @@
 #include "app/update_dialog.h"
 #include "app/updater.h"
-#include "controller/app_state.h"
-#include "model/store.h"
-#include "support/fake_claude_server.h"
-#include "support/temp_home.h"
-#include "support/test_clock.h"
+#include "support/controller_fixture.h"
+#include "support/widget_driver.h"
 #include "ui/panel/idle_panel.h"
 #include "ui/panel/menu_view.h"
 
-#include <QAbstractButton>
 #include <QApplication>
 #include <QDesktopServices>
-#include <QLabel>
 #include <QSignalSpy>
 #include <QTcpServer>
-#include <QTest>
 
 #include <openssl/evp.h>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+using namespace WidgetDriver;
 
 const QString kInstalled = u"1.4.0"_s;
 
@@ -108,15 +104,6 @@ UpdateDialog* shownDialog()
     for (QWidget* widget : QApplication::topLevelWidgets()) {
         if (auto* dialog = qobject_cast<UpdateDialog*>(widget); dialog && dialog->isVisible())
             return dialog;
-    }
-    return nullptr;
-}
-
-QAbstractButton* button(const QWidget& root, const QString& text)
-{
-    for (QAbstractButton* candidate : root.findChildren<QAbstractButton*>()) {
-        if (candidate->text() == text)
-            return candidate;
     }
     return nullptr;
 }
@@ -247,32 +234,27 @@ private Q_SLOTS:
 
     void panelButtonShowsTheRelease()
     {
-        TempHome home;
-        home.saveProfile();
+        ControllerFixture f;
+        const auto state = f.start();
+        MenuView view(state->parts());
         Feed feed;
-        AppState state(&feed.clock);
-        state.init();
-        MenuView view(state.parts());
         auto updater = feed.updater(feed.settings());
         UpdateDialog::attach(*updater, view);
         view.show();
         Browser browser;
         QDesktopServices::setUrlHandler(u"https"_s, &browser, "open");
 
-        QAbstractButton* check = button(*view.idlePanel(), u"Check for updates"_s);
-        QVERIFY(check && check->isVisible());
         feed.document = feedFor(u"1.5.0"_s);
-        QTest::mouseClick(check, Qt::LeftButton);
+        click(control(*view.idlePanel(), u"Check for updates"_s));
         QVERIFY(waitForCheck(*updater));
-        QCOMPARE(check->text(), u"Update available"_s);
         QVERIFY(shownDialog());
         QCOMPARE(shownDialog()->findChild<QLabel*>(u"updateHeading"_s)->text(), u"Brindlow 1.5.0 is available"_s);
-        QTest::mouseClick(button(*shownDialog(), u"Open Release Page"_s), Qt::LeftButton);
+        click(control(*shownDialog(), u"Open Release Page"_s));
         QCOMPARE(browser.opened, (QList<QUrl> {QUrl(u"https://example.org/releases/1.5.0"_s)}));
         QVERIFY(!shownDialog());
 
         // Once known, the release is shown again without asking the server.
-        QTest::mouseClick(check, Qt::LeftButton);
+        click(control(*view.idlePanel(), u"Update available"_s));
         QVERIFY(shownDialog());
         QCOMPARE(feed.server.requestCount(), 2);
         QDesktopServices::unsetUrlHandler(u"https"_s);
