@@ -239,8 +239,6 @@ private Q_SLOTS:
         QWidget parent;
         auto* count = new CountUp(1234, 60, Qt::black, 400, &parent);
         parent.show();
-        driver.step(240ms);
-        QCOMPARE(count->text(), u"0"_s);
         const QRegularExpression whole(u"^\\d{1,3}(,\\d{3})*$"_s);
         int last = 0;
         for (int frame = 0; frame < 120; ++frame) {
