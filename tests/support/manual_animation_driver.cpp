@@ -5,10 +5,14 @@
 ManualAnimationDriver::ManualAnimationDriver()
 {
     install();
+    m_throughout.setDuration(24 * 3600 * 1000);
+    m_throughout.start();
+    step(std::chrono::milliseconds(16));
 }
 
 ManualAnimationDriver::~ManualAnimationDriver()
 {
+    m_throughout.stop();
     uninstall();
 }
 

@@ -23,23 +23,6 @@ namespace {
 
 using namespace WidgetDriver;
 
-// Qt's animation timer counts the wall-clock time since an earlier test's last frame into the
-// first frame after a driver starts again; an animation that runs throughout takes that frame,
-// so whatever a test starts moves only as far as the test steps it.
-class SteadyDriver : public ManualAnimationDriver
-{
-public:
-    SteadyDriver()
-    {
-        m_throughout.setDuration(24 * 3600 * 1000);
-        m_throughout.start();
-        step(16ms);
-    }
-
-private:
-    QVariantAnimation m_throughout;
-};
-
 // A click on the slide itself, away from its words and buttons.
 void clickAnywhere(RecapWindow& window)
 {
@@ -79,7 +62,7 @@ RecapData recapOf(int moved, QList<GroupCount> groups, int renamed, qint64 junkB
 class Fixture : public ControllerFixture
 {
 public:
-    SteadyDriver driver;
+    ManualAnimationDriver driver;
     std::unique_ptr<AppState> state = create();
     RecapWindow window {state->preferences(), state->moves()};
     QStringList opened;
@@ -235,7 +218,7 @@ private Q_SLOTS:
 
     void countUpLandsOnItsTargetInWholeNumbers()
     {
-        SteadyDriver driver;
+        ManualAnimationDriver driver;
         QWidget parent;
         auto* count = new CountUp(1234, 60, Qt::black, 400, &parent);
         parent.show();
@@ -322,7 +305,7 @@ private Q_SLOTS:
 
     void previewDecidesOneByOneUntilItsTotal()
     {
-        SteadyDriver driver;
+        ManualAnimationDriver driver;
         ZenPreview preview;
         preview.show();
         driver.step(1000ms);
@@ -342,7 +325,7 @@ private Q_SLOTS:
 
     void zenViewBreathesOnlyWhileShown()
     {
-        SteadyDriver driver;
+        ManualAnimationDriver driver;
         ZenView view;
         const auto breath = [&view] { return view.findChild<QLabel*>()->text(); };
         QVERIFY(!view.isRunning());
@@ -367,7 +350,7 @@ private Q_SLOTS:
 
     void zenViewRipplesFadeAndStayFew()
     {
-        SteadyDriver driver;
+        ManualAnimationDriver driver;
         ZenView view;
         view.show();
         driver.step(100ms);
