@@ -36,14 +36,14 @@ void report(const QString& what, double ms, const QString& target)
 QList<PlanItem> makePlan(const QString& folder, int count)
 {
     QDir().mkpath(folder);
-    static const QStringList categories {u"project:Quorrel"_s,
-                                         u"personal"_s,
-                                         u"library"_s,
-                                         u"needs-you"_s,
-                                         u"admin"_s,
-                                         u"junk"_s,
-                                         u"creator"_s,
-                                         u"needs-you"_s};
+    static const QList<Category> categories {Category::forProject(u"Quorrel"_s),
+                                             Category::personal,
+                                             Category::library,
+                                             Category::needsYou,
+                                             Category::admin,
+                                             Category::junk,
+                                             Category::creator,
+                                             Category::needsYou};
     QList<PlanItem> plan;
     plan.reserve(count);
     for (int i = 0; i < count; ++i) {
@@ -53,16 +53,16 @@ QList<PlanItem> makePlan(const QString& folder, int count)
         item.id = i;
         item.src = QUrl::fromLocalFile(path);
         item.category = categories[i % categories.size()];
-        item.destFolder
-            = item.category == u"needs-you" ? u"Brindlow Review/Needs You"_s : u"Library/Screenshots/%1"_s.arg(i % 40);
-        item.confidence = u"medium"_s;
+        item.destFolder = item.category == Category::needsYou ? u"Brindlow Review/Needs You"_s
+                                                              : u"Library/Screenshots/%1"_s.arg(i % 40);
+        item.confidence = Confidence::medium;
         item.reason = u"A screenshot of a chat about the spring campaign, probably for a client deck"_s;
         item.kind = FileKind::image;
         item.size = 250000 + i;
-        item.approved = item.category != u"needs-you";
+        item.approved = item.category != Category::needsYou;
         if (i % 5 == 0)
             item.newName = u"Campaign chat %1.png"_s.arg(i);
-        if (i % 19 == 0 && (item.category == u"needs-you" || item.category == u"library"))
+        if (i % 19 == 0 && (item.category == Category::needsYou || item.category == Category::library))
             item.suggestedProject = u"Penwick"_s;
         plan.append(item);
     }
@@ -109,7 +109,7 @@ int main(int argc, char** argv)
     report(u"toggle while the writer holds the plan"_s, millis([&] { state.review().toggle(2); }), u"2 ms"_s);
     QList<qint64> needs;
     for (const PlanItem& item : state.review().plan()) {
-        if (item.category == u"needs-you" && needs.size() < 1000)
+        if (item.category == Category::needsYou && needs.size() < 1000)
             needs.append(item.id);
     }
     report(u"\"Leave all where they are\" over 1,000"_s,

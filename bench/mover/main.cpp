@@ -81,8 +81,8 @@ void run(int count, const QString& dir)
         item.id = i;
         item.src = QUrl::fromLocalFile(path);
         item.destFolder = u"Projects/Client %1/Docs"_s.arg(i % 50);
-        item.category = u"project:Client"_s;
-        item.confidence = u"high"_s;
+        item.category = Category::forProject(u"Client"_s);
+        item.confidence = Confidence::high;
         item.kind = FileKind::doc;
         item.size = 1;
         item.approved = true;

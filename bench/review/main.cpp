@@ -58,7 +58,7 @@ QList<PlanItem> makePlan(const QString& downloads, int count, int photos)
     for (int i = 0; i < count; ++i) {
         PlanItem item;
         item.id = i + 1;
-        item.confidence = u"high"_s;
+        item.confidence = Confidence::high;
         item.approved = true;
         QString name;
         if (i < photos) {
@@ -67,21 +67,21 @@ QList<PlanItem> makePlan(const QString& downloads, int count, int photos)
             file.open(QIODevice::WriteOnly);
             file.write(SyntheticPhotos::uniqueJpeg(jpeg, QByteArray::number(i)));
             item.kind = FileKind::image;
-            item.category = u"photos"_s;
+            item.category = Category::user;
             item.destFolder = u"Photos/20%1"_s.arg(20 + i % 6);
         } else {
             name = u"document-%1 with a fairly long descriptive name.pdf"_s.arg(i);
             QFile(downloads + u'/' + name).open(QIODevice::WriteOnly);
             item.kind = FileKind::pdf;
             if (i < photos + needs) {
-                item.category = u"needs-you"_s;
+                item.category = Category::needsYou;
                 item.destFolder = u"Brindlow Review/Needs You"_s;
                 item.approved = false;
             } else if (i < photos + needs + junk) {
-                item.category = u"junk"_s;
+                item.category = Category::junk;
                 item.destFolder = u"Brindlow Review/To Delete - Review First/Installers"_s;
             } else {
-                item.category = u"work"_s;
+                item.category = Category::user;
                 item.destFolder = folders[i % folders.size()];
             }
         }

@@ -85,7 +85,7 @@ int measure(const QString& home, const QString& reportDir)
 
     QList<ScannedItem> fresh = items;
     for (ScannedItem& item : fresh)
-        item.junkHints.removeAll(u"exact-duplicate"_s);
+        item.junkHints.removeAll(JunkHint::exactDuplicate);
     timer.restart();
     Scanner::markDuplicates(fresh);
     const double duplicates = seconds(timer);
@@ -132,7 +132,7 @@ int measure(const QString& home, const QString& reportDir)
     sets.open(QIODevice::WriteOnly);
     int marked = 0;
     for (const ScannedItem& item : items)
-        marked += item.junkHints.contains(u"exact-duplicate"_s);
+        marked += item.junkHints.contains(JunkHint::exactDuplicate);
     for (QStringList paths : std::as_const(byKey)) {
         if (paths.size() < 2)
             continue;

@@ -4,6 +4,7 @@
 #include "common/numbers.h"
 #include "controller/app_state.h"
 #include "controller/refresh_pipeline.h"
+#include "model/plan_tab.h"
 #include "model/store.h"
 #include "plan_view.h"
 #include "planning/planner.h"
@@ -141,10 +142,9 @@ int refresh(AppState& state, TidyMode mode, QTextStream& out, QTextStream& err)
         int organize = 0, renames = 0, junk = 0;
         QMap<QString, int> groups;
         for (const PlanItem& item : plan) {
-            const bool isJunk = item.category == u"junk" || item.category == u"duplicate";
-            junk += isJunk;
+            junk += item.category.isSetAside();
             renames += item.newName.has_value();
-            if (!isJunk && item.category != u"needs-you") {
+            if (PlanTabs::isOrganized(item)) {
                 ++organize;
                 ++groups[item.group()];
             }

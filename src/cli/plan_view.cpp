@@ -1,6 +1,7 @@
 #include "plan_view.h"
 
 #include "common/numbers.h"
+#include "model/plan_tab.h"
 #include "visible_text.h"
 
 #include <QDir>
@@ -29,11 +30,6 @@ void section(const QString& title, const QList<const PlanItem*>& items, QTextStr
     out << '\n';
 }
 
-bool isJunk(const PlanItem& item)
-{
-    return item.category == u"junk" || item.category == u"duplicate";
-}
-
 } // namespace
 
 QString whereIs(const QUrl& src)
@@ -49,13 +45,13 @@ void print(const QList<PlanItem>& plan, QTextStream& out)
 {
     QList<const PlanItem*> organize, renames, junk, needs;
     for (const PlanItem& item : plan) {
-        if (!isJunk(item) && item.category != u"needs-you")
+        if (PlanTabs::isOrganized(item))
             organize.append(&item);
         if (item.newName)
             renames.append(&item);
-        if (isJunk(item))
+        if (item.category.isSetAside())
             junk.append(&item);
-        if (item.category == u"needs-you")
+        if (item.category.isUndecided())
             needs.append(&item);
     }
     section(u"Organize"_s, organize, out);

@@ -33,7 +33,7 @@ RecapData recapOf(const QList<PlanItem>& items, bool includeRenames)
             continue;
         if (PlanTabs::isOrganized(item))
             ++groups[item.group()];
-        duplicates += item.category == u"duplicate";
+        duplicates += item.category == Category::duplicate;
         if (includeRenames && item.renameApproved && item.newName) {
             if (!anyRename)
                 anyRename = &item;

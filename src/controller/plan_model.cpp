@@ -65,7 +65,7 @@ QVariant PlanModel::data(const QModelIndex& index, int role) const
         case KindRole:
             return int(it.kind);
         case CategoryRole:
-            return it.category;
+            return it.category.text();
         case DestinationRole:
             return it.destFolder;
         case GroupRole:

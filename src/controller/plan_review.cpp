@@ -1,7 +1,6 @@
 #include "plan_review.h"
 
 #include "activity.h"
-#include "model/plan_tab.h"
 #include "model/store.h"
 #include "planning/planner.h"
 #include "platform/clock.h"
@@ -37,7 +36,7 @@ QList<PlanItem> existingOnly(const QList<PlanItem>& items)
 
 bool undecidedOrGeneric(const PlanItem& item)
 {
-    return PlanTabs::isUndecided(item) || item.category == u"library";
+    return item.category.isUndecided() || item.category == Category::library;
 }
 
 } // namespace
@@ -301,7 +300,7 @@ void PlanReview::setDestination(const QList<qint64>& ids, const std::optional<QS
             m_suggestions.reset();
             learn({item.src.fileName(), item.reason, *destFolder});
             item.destFolder = *destFolder;
-            item.category = u"user"_s;
+            item.category = Category::user;
             item.approved = true;
         }
         rows.append(row);
@@ -335,7 +334,7 @@ int PlanReview::addProject(const QString& typed)
         if (!belongs)
             continue;
         item.destFolder = u"Projects/"_s + *folder + u'/' + Planner::kindFolder(item.kind);
-        item.category = u"project:"_s + name;
+        item.category = Category::forProject(name);
         item.approved = true;
         item.suggestedProject.reset();
         rows.append(row);

@@ -1,20 +1,38 @@
 #pragma once
 
+#include "category.h"
+#include "confidence.h"
+
+#include <QHash>
 #include <QString>
 
 #include <optional>
 
+// Who made a decision. Merging the rules' and the model's answers asks this, never the reason,
+// which is only ever shown to the person.
+enum class Provenance : quint8 {
+    junkRule, // the scan's junk hints
+    keywordRule, // a known project named in the item
+    protectedKind, // a kind of file never set aside as junk
+    model,
+    secondLook, // the stronger model, asked again about what the first was unsure of
+    unanswered, // the reply left the item out
+    failed, // the batch could not be sent or its answer read
+};
+
 // How one item was classified, by the model or by a rule. Never stored.
 struct Decision
 {
-    // "project:<name>", "creator", "personal", "admin", "library", "archive", "junk",
-    // "needs-you", or "duplicate" (rules only)
-    QString category;
+    Category category;
     std::optional<QString> sub;
-    QString confidence; // "high", "medium" or "low"
+    Confidence confidence;
     std::optional<QString> newName; // without extension
     QString reason;
     std::optional<QString> projectHint;
+    Provenance provenance = Provenance::model;
 
     bool operator==(const Decision&) const = default;
 };
+
+// Decisions by item id.
+using Decisions = QHash<qint64, Decision>;

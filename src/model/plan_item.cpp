@@ -26,8 +26,8 @@ QJsonObject PlanItem::toJson() const
         {"id"_L1, id},
         {"src"_L1, src.toString(QUrl::FullyEncoded)},
         {"destFolder"_L1, destFolder},
-        {"category"_L1, category},
-        {"confidence"_L1, confidence},
+        {"category"_L1, category.text()},
+        {"confidence"_L1, confidence.text()},
         {"reason"_L1, reason},
         {"kind"_L1, rawValue(kind)},
         {"size"_L1, size},
@@ -50,8 +50,8 @@ std::optional<PlanItem> PlanItem::fromJson(const QJsonValue& value)
     item.id = fields.integer("id"_L1);
     item.src = QUrl(fields.text("src"_L1), QUrl::StrictMode);
     item.destFolder = fields.text("destFolder"_L1);
-    item.category = fields.text("category"_L1);
-    item.confidence = fields.text("confidence"_L1);
+    item.category = Category::fromText(fields.text("category"_L1));
+    item.confidence = Confidence::fromText(fields.text("confidence"_L1));
     item.reason = fields.text("reason"_L1);
     item.newName = fields.optionalText("newName"_L1);
     const std::optional<FileKind> kind = fileKindFromRaw(fields.text("kind"_L1));

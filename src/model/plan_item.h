@@ -1,5 +1,7 @@
 #pragma once
 
+#include "category.h"
+#include "confidence.h"
 #include "file_kind.h"
 
 #include <QJsonObject>
@@ -14,8 +16,8 @@ struct PlanItem
     qint64 id = 0; // the scanned item it came from; unique within a plan
     QUrl src;
     QString destFolder; // relative to the home base, "/" between components
-    QString category;
-    QString confidence;
+    Category category;
+    Confidence confidence;
     QString reason;
     std::optional<QString> newName; // extension included
     FileKind kind = FileKind::other;

@@ -4,19 +4,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace PlanTabs {
 
-bool isSetAside(const PlanItem& item)
-{
-    return item.category == u"junk" || item.category == u"duplicate";
-}
-
-bool isUndecided(const PlanItem& item)
-{
-    return item.category == u"needs-you";
-}
-
 bool isOrganized(const PlanItem& item)
 {
-    return !isSetAside(item) && !isUndecided(item);
+    return !item.category.isSetAside() && !item.category.isUndecided();
 }
 
 bool contains(PlanTab tab, const PlanItem& item)
@@ -27,9 +17,9 @@ bool contains(PlanTab tab, const PlanItem& item)
         case PlanTab::rename:
             return item.newName.has_value();
         case PlanTab::junk:
-            return isSetAside(item);
+            return item.category.isSetAside();
         case PlanTab::needs:
-            return isUndecided(item);
+            return item.category.isUndecided();
     }
     return false;
 }

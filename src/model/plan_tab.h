@@ -15,9 +15,7 @@ enum class PlanTab {
 
 namespace PlanTabs {
 
-// Junk and duplicates are set aside for review; they never count as organised.
-bool isSetAside(const PlanItem& item);
-bool isUndecided(const PlanItem& item);
+// Neither set aside nor left to the person.
 bool isOrganized(const PlanItem& item);
 bool contains(PlanTab tab, const PlanItem& item);
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "file_kind.h"
+#include "junk_hint.h"
 
 #include <QDateTime>
 #include <QStringList>
@@ -21,7 +22,7 @@ struct ScannedItem
     QDateTime modified;
     std::optional<QString> text;
     std::optional<QString> whereFrom;
-    QStringList junkHints;
+    QList<JunkHint> junkHints;
 
     // The path with the home folder written as "~" (for example "~/Downloads/a.png").
     QString relPath(const QString& home) const;

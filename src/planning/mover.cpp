@@ -163,7 +163,7 @@ std::optional<QString> refusal(const Run& run, const PlanItem& item, const QStri
 {
     if (!run.roots.contains(QFileInfo(source).path()))
         return u"It is not in one of the folders Brindlow sorts."_s;
-    if (item.category == u"junk" && Kinds::hardProtected().contains(item.kind))
+    if (item.category == Category::junk && Kinds::hardProtected().contains(item.kind))
         return u"Brindlow never sets this kind of file aside as junk."_s;
     if (!exists(source))
         return u"It is no longer there."_s;
@@ -180,9 +180,9 @@ void count(ApplyResult& result, const PlanItem& item, bool renamed)
     ++result.moved;
     if (renamed)
         ++result.renamed;
-    if (item.category == u"junk" || item.category == u"duplicate")
+    if (item.category.isSetAside())
         result.junkBytes += item.size;
-    if (item.category == u"needs-you")
+    if (item.category.isUndecided())
         ++result.needsYou;
 }
 

@@ -41,9 +41,29 @@ QString originalExtension(const QString& name)
     return dot > 0 ? name.mid(dot + 1) : QString();
 }
 
+// A low confidence sends everything else to the person; a doubtful duplicate is still a
+// duplicate, and a doubtful library item still belongs in the library.
+bool keptWhenUnsure(const Category& category)
+{
+    const Category::Kind kind = category.kind();
+    return kind == Category::needsYou || kind == Category::duplicate || kind == Category::library;
+}
+
+bool neverRenamed(const Category& category)
+{
+    const Category::Kind kind = category.kind();
+    return kind == Category::junk || kind == Category::duplicate || kind == Category::needsYou;
+}
+
 Decision needsYou(const QString& reason)
 {
-    return Decision {u"needs-you"_s, std::nullopt, u"low"_s, std::nullopt, reason, std::nullopt};
+    return Decision {Category::needsYou,
+                     std::nullopt,
+                     Confidence::low,
+                     std::nullopt,
+                     reason,
+                     std::nullopt,
+                     Provenance::protectedKind};
 }
 
 } // namespace
@@ -173,46 +193,58 @@ struct Destination
     std::optional<QString> problem;
 };
 
+Destination projectDestination(const Decision& decision, const ScannedItem& item, const Profile& profile)
+{
+    const Project* project = knownProject(decision.category.projectName(), profile.projects);
+    if (!project)
+        return {kNeedsYou, std::nullopt};
+    const std::optional<QString> folder = cleanFolderPath(project->folderPath());
+    if (!folder) {
+        return {kNeedsYou,
+                u"The project name \u201C"_s + project->displayName()
+                    + u"\u201D can't be used as a folder name, so this one is yours to place"_s};
+    }
+    return {u"Projects/"_s + *folder + u'/' + pick(decision.sub, projectSubs()).value_or(kindFolder(item.kind)),
+            std::nullopt};
+}
+
+Destination junkDestination(const Decision& decision)
+{
+    const QString junkRoot = u"Brindlow Review/To Delete - Review First/"_s;
+    if (!decision.sub)
+        return {junkRoot + u"Screenshots & images"_s, std::nullopt};
+    const std::optional<QString> folder = Naming::folderName(*decision.sub);
+    if (!folder)
+        return {kNeedsYou,
+                u"The folder suggested for it can't be used as a folder name, so this one is yours to place"_s};
+    return {junkRoot + *folder, std::nullopt};
+}
+
 Destination resolve(const Decision& decision, const ScannedItem& item, const Profile& profile)
 {
-    const QString& category = decision.category;
-    if (category.startsWith(u"project:")) {
-        const Project* project = knownProject(category.mid(8), profile.projects);
-        if (!project)
-            return {kNeedsYou, std::nullopt};
-        const std::optional<QString> folder = cleanFolderPath(project->folderPath());
-        if (!folder) {
-            return {kNeedsYou,
-                    u"The project name \u201C"_s + project->displayName()
-                        + u"\u201D can't be used as a folder name, so this one is yours to place"_s};
-        }
-        return {u"Projects/"_s + *folder + u'/' + pick(decision.sub, projectSubs()).value_or(kindFolder(item.kind)),
-                std::nullopt};
+    switch (decision.category.kind()) {
+        case Category::project:
+            return projectDestination(decision, item, profile);
+        case Category::creator:
+            return {u"Creator/"_s + pick(decision.sub, creatorSubs()).value_or(u"Other"_s), std::nullopt};
+        case Category::personal:
+            return {u"Personal/"_s + pick(decision.sub, personalSubs()).value_or(u"Other"_s), std::nullopt};
+        case Category::library:
+            return {u"Library/"_s + pick(decision.sub, librarySubs()).value_or(u"Other"_s), std::nullopt};
+        case Category::admin:
+            return {u"Work Admin"_s, std::nullopt};
+        case Category::archive:
+            return {u"Archive/"_s + QString::number(item.modified.toLocalTime().date().year()).rightJustified(4, u'0'),
+                    std::nullopt};
+        case Category::junk:
+            return junkDestination(decision);
+        case Category::duplicate:
+            return {u"Brindlow Review/Duplicates - Review First"_s, std::nullopt};
+        case Category::needsYou:
+        case Category::user:
+        case Category::unknown:
+            break;
     }
-    if (category == u"creator")
-        return {u"Creator/"_s + pick(decision.sub, creatorSubs()).value_or(u"Other"_s), std::nullopt};
-    if (category == u"personal")
-        return {u"Personal/"_s + pick(decision.sub, personalSubs()).value_or(u"Other"_s), std::nullopt};
-    if (category == u"library")
-        return {u"Library/"_s + pick(decision.sub, librarySubs()).value_or(u"Other"_s), std::nullopt};
-    if (category == u"admin")
-        return {u"Work Admin"_s, std::nullopt};
-    if (category == u"archive") {
-        return {u"Archive/"_s + QString::number(item.modified.toLocalTime().date().year()).rightJustified(4, u'0'),
-                std::nullopt};
-    }
-    if (category == u"junk") {
-        const QString junkRoot = u"Brindlow Review/To Delete - Review First/"_s;
-        if (!decision.sub)
-            return {junkRoot + u"Screenshots & images"_s, std::nullopt};
-        const std::optional<QString> folder = Naming::folderName(*decision.sub);
-        if (!folder)
-            return {kNeedsYou,
-                    u"The folder suggested for it can't be used as a folder name, so this one is yours to place"_s};
-        return {junkRoot + *folder, std::nullopt};
-    }
-    if (category == u"duplicate")
-        return {u"Brindlow Review/Duplicates - Review First"_s, std::nullopt};
     return {kNeedsYou, std::nullopt};
 }
 
@@ -238,7 +270,7 @@ std::optional<QString> hint(const std::optional<QString>& projectHint, const Pro
     return trimmed;
 }
 
-QList<PlanItem> plan(const QList<ScannedItem>& items, const QHash<qint64, Decision>& decisions, const Profile& profile)
+QList<PlanItem> plan(const QList<ScannedItem>& items, const Decisions& decisions, const Profile& profile)
 {
     QHash<qint64, const ScannedItem*> byId;
     for (const ScannedItem& item : items)
@@ -250,26 +282,24 @@ QList<PlanItem> plan(const QList<ScannedItem>& items, const QHash<qint64, Decisi
         if (!item)
             continue;
         Decision decision = it.value();
-        if (decision.category == u"junk" && Kinds::hardProtected().contains(item->kind))
+        if (decision.category == Category::junk && Kinds::hardProtected().contains(item->kind))
             decision = needsYou(u"Protected file type, never treated as junk"_s);
-        static const QStringList keptWhenUnsure {u"needs-you"_s, u"duplicate"_s, u"library"_s};
-        if (decision.confidence == u"low" && !keptWhenUnsure.contains(decision.category)) {
-            decision.category = u"needs-you"_s;
+        if (decision.confidence == Confidence::low && !keptWhenUnsure(decision.category)) {
+            decision.category = Category::needsYou;
             decision.reason = u"Best guess: "_s + decision.reason;
         }
         const Destination where = resolve(decision, *item, profile);
         const QString& folder = where.folder;
         if (folder == kNeedsYou)
-            decision.category = u"needs-you"_s;
+            decision.category = Category::needsYou;
         if (where.problem) {
-            decision.confidence = u"low"_s;
+            decision.confidence = Confidence::low;
             decision.reason = *where.problem;
         }
 
-        static const QStringList neverRenamed {u"junk"_s, u"duplicate"_s, u"needs-you"_s};
         std::optional<QString> newName;
         if (profile.renameFiles && !item->isDir && decision.newName && Naming::isMeaningless(item->name)
-            && !neverRenamed.contains(decision.category)) {
+            && !neverRenamed(decision.category)) {
             newName = Naming::sanitize(*decision.newName, originalExtension(item->name));
         }
 
@@ -288,7 +318,7 @@ QList<PlanItem> plan(const QList<ScannedItem>& items, const QHash<qint64, Decisi
         planned.newName = newName;
         planned.kind = item->kind;
         planned.size = item->size;
-        planned.approved = decision.category != u"needs-you";
+        planned.approved = decision.category != Category::needsYou;
         planned.renameApproved = true;
         planned.suggestedProject = hint(decision.projectHint, profile);
         result.append(planned);

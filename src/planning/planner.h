@@ -23,7 +23,7 @@ const QStringList& librarySubs();
 QString kindFolder(FileKind kind);
 
 // One plan item per item that moves or gets a new name, ordered by destination, then file name.
-QList<PlanItem> plan(const QList<ScannedItem>& items, const QHash<qint64, Decision>& decisions, const Profile& profile);
+QList<PlanItem> plan(const QList<ScannedItem>& items, const Decisions& decisions, const Profile& profile);
 
 // The destination folder relative to the home base, "/" between its components.
 QString destination(const Decision& decision, const ScannedItem& item, const Profile& profile);

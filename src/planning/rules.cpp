@@ -8,9 +8,14 @@ namespace Rules {
 
 namespace {
 
-Decision ruled(const QString& category, std::optional<QString> sub, const QString& reason)
+Decision ruled(const Category& category, std::optional<QString> sub, const QString& reason, Provenance provenance)
 {
-    return Decision {category, std::move(sub), u"high"_s, std::nullopt, reason, std::nullopt};
+    return Decision {category, std::move(sub), Confidence::high, std::nullopt, reason, std::nullopt, provenance};
+}
+
+Decision junk(const QString& sub, const QString& reason)
+{
+    return ruled(Category::junk, sub, reason, Provenance::junkRule);
 }
 
 bool containsAny(const QString& text, const QSet<QString>& terms)
@@ -22,19 +27,19 @@ bool containsAny(const QString& text, const QSet<QString>& terms)
 
 std::optional<Decision> junkDecision(const ScannedItem& item, bool keepInstallers)
 {
-    const QStringList& hints = item.junkHints;
-    if (hints.contains(u"exact-duplicate"_s))
-        return ruled(u"duplicate"_s, std::nullopt, u"Exact copy of a file you're keeping"_s);
+    const QList<JunkHint>& hints = item.junkHints;
+    if (hints.contains(JunkHint::exactDuplicate))
+        return ruled(Category::duplicate, std::nullopt, u"Exact copy of a file you're keeping"_s, Provenance::junkRule);
     if (Kinds::hardProtected().contains(item.kind))
         return std::nullopt;
-    if (hints.contains(u"partial-download"_s))
-        return ruled(u"junk"_s, u"Unfinished downloads"_s, u"Leftover from a download that never finished"_s);
-    if (hints.contains(u"empty-file"_s))
-        return ruled(u"junk"_s, u"Empty files"_s, u"Empty file"_s);
-    if (hints.contains(u"installer"_s) && !keepInstallers)
-        return ruled(u"junk"_s, u"Installers"_s, u"App installer"_s);
-    if (hints.contains(u"already-extracted-archive"_s))
-        return ruled(u"junk"_s, u"Already unzipped"_s, u"Its unzipped folder is right next to it"_s);
+    if (hints.contains(JunkHint::partialDownload))
+        return junk(u"Unfinished downloads"_s, u"Leftover from a download that never finished"_s);
+    if (hints.contains(JunkHint::emptyFile))
+        return junk(u"Empty files"_s, u"Empty file"_s);
+    if (hints.contains(JunkHint::installer) && !keepInstallers)
+        return junk(u"Installers"_s, u"App installer"_s);
+    if (hints.contains(JunkHint::alreadyExtractedArchive))
+        return junk(u"Already unzipped"_s, u"Its unzipped folder is right next to it"_s);
     return std::nullopt;
 }
 
@@ -58,7 +63,7 @@ std::optional<Decision> keywordDecision(const ScannedItem& item, const QList<Pro
         return std::nullopt;
     const QString reason = inName ? u"Matched "_s + matched->displayName() + u" in its name or folder"_s
                                   : u"Mentions "_s + matched->displayName() + u" in its text"_s;
-    return ruled(u"project:"_s + matched->name, std::nullopt, reason);
+    return ruled(Category::forProject(matched->name), std::nullopt, reason, Provenance::keywordRule);
 }
 
 } // namespace Rules

@@ -325,7 +325,7 @@ void markDuplicates(QList<ScannedItem>& items, QList<CachedFacts>& facts)
         for (const qsizetype position : set) {
             const ScannedItem& item = items[position];
             order.append({position,
-                          item.junkHints.contains(u"copy-style-name"_s),
+                          item.junkHints.contains(JunkHint::copyStyleName),
                           Graphemes::count(item.name),
                           item.url.toLocalFile()});
         }
@@ -340,7 +340,7 @@ void markDuplicates(QList<ScannedItem>& items, QList<CachedFacts>& facts)
             return a.path < b.path;
         });
         for (qsizetype i = 1; i < order.size(); ++i)
-            items[order[i].position].junkHints.append(u"exact-duplicate"_s);
+            items[order[i].position].junkHints.append(JunkHint::exactDuplicate);
     }
 }
 

@@ -32,7 +32,7 @@ quint64 prefixKey(QByteArrayView bytes);
 // prefixKey of a file's first 4 KiB (all of it when shorter). Nothing if unreadable.
 std::optional<quint64> prefixHash(const QString& path);
 
-// Appends "exact-duplicate" to every member of a set of identical files but the kept copy (no
+// Marks as an exact duplicate every member of a set of identical files but the kept copy (no
 // copy-style name first, then the shorter name, then the smaller path). Only files that share
 // their size and their first 4 KiB with another file are hashed in full, in parallel.
 void markDuplicates(QList<ScannedItem>& items);

@@ -203,29 +203,29 @@ bool hasExtractedFolder(const QString& archivePath)
     return QFileInfo(archive.path() + u'/' + nameWithoutExtension(archive.fileName())).isDir();
 }
 
-QStringList hints(const ScannedItem& item)
+QList<JunkHint> hints(const ScannedItem& item)
 {
     static const QRegularExpression screenshot = caseless(u"^(screen ?shot|screenshot|screen recording|cleanshot)"_s);
     static const QRegularExpression copyStyle = caseless(u"( \\(\\d+\\)| copy( \\d+)?)$"_s);
-    QStringList result;
+    QList<JunkHint> result;
     // The patterns are matched without regard to case, so a long s (U+017F) counts as an s.
     const QChar first = item.name.isEmpty() ? QChar() : item.name.front();
     const bool mayBeScreenshot = first.toLower() == u's' || first == QChar(0x017F) || first.toLower() == u'c';
     if (mayBeScreenshot && screenshot.match(item.name).hasMatch())
-        result.append(u"screenshot-name"_s);
+        result.append(JunkHint::screenshotName);
     if (item.kind == FileKind::installer
         || (item.kind == FileKind::bundle && item.ext == u"app" && item.url.toLocalFile().contains(u"/Downloads/")))
-        result.append(u"installer"_s);
+        result.append(JunkHint::installer);
     if (item.kind == FileKind::partial || isBrowserDownloadName(item.name))
-        result.append(u"partial-download"_s);
+        result.append(JunkHint::partialDownload);
     if (!item.isDir && item.size == 0)
-        result.append(u"empty-file"_s);
+        result.append(JunkHint::emptyFile);
     if (item.kind == FileKind::archive) {
         if (hasExtractedFolder(item.url.toLocalFile()))
-            result.append(u"already-extracted-archive"_s);
+            result.append(JunkHint::alreadyExtractedArchive);
     } else if (item.kind == FileKind::image && item.size >= 1 && item.size <= kTinyImageMaxBytes) {
         if (isTinyImage(item.url.toLocalFile()))
-            result.append(u"tiny-image"_s);
+            result.append(JunkHint::tinyImage);
     }
     const QString stem = nameWithoutExtension(item.name);
     const QChar last = stem.isEmpty() ? QChar() : stem.back();
@@ -233,7 +233,7 @@ QStringList hints(const ScannedItem& item)
     const bool mayBeCopy = (last == u')' && stem.contains(u" ("_s))
         || ((last.toLower() == u'y' || last.isDigit()) && stem.contains(u"copy"_s, Qt::CaseInsensitive));
     if (mayBeCopy && copyStyle.match(stem).hasMatch())
-        result.append(u"copy-style-name"_s);
+        result.append(JunkHint::copyStyleName);
     return result;
 }
 

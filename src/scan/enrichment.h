@@ -25,8 +25,9 @@ std::optional<QString> peek(const QString& folderPath);
 std::optional<QString> snippet(const QString& path, const QString& ext, qint64 size);
 // The address the file was downloaded from, when a browser or download tool recorded one.
 std::optional<QString> whereFrom(const QString& path);
-// Junk hint codes for an item, in their fixed order (never "exact-duplicate").
-QStringList hints(const ScannedItem& item);
+// The junk hints of an item, in their fixed order (never an exact duplicate: that takes the
+// other items).
+QList<JunkHint> hints(const ScannedItem& item);
 // An image whose larger side is at most 64 pixels, or whose size cannot be read although its
 // format has a reader here (a format with none is never called tiny).
 bool isTinyImage(const QString& path);

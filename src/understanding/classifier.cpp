@@ -106,16 +106,20 @@ QMap<QString, int> Classifier::tally(const Decisions& decisions)
 {
     QMap<QString, int> counts;
     for (const Decision& decision : decisions)
-        ++counts[groupLabel(decision.category)];
+        ++counts[groupLabel(decision.category.text())];
     return counts;
 }
 
-Classifier::Decisions Classifier::fallback(const QList<ScannedItem>& items, const QString& reason)
+Classifier::Decisions
+Classifier::fallback(const QList<ScannedItem>& items, const QString& reason, Provenance provenance)
 {
     Decisions decisions;
-    for (const ScannedItem& item : items)
-        decisions.insert(item.id,
-                         Decision {u"needs-you"_s, std::nullopt, u"low"_s, std::nullopt, reason, std::nullopt});
+    for (const ScannedItem& item : items) {
+        decisions.insert(
+            item.id,
+            Decision {
+                Category::needsYou, std::nullopt, Confidence::low, std::nullopt, reason, std::nullopt, provenance});
+    }
     return decisions;
 }
 
@@ -129,12 +133,16 @@ Classifier::Outcome<Classifier::Decisions> Classifier::ask(const QList<QJsonObje
     if (const APIError* error = std::get_if<APIError>(&reply)) {
         if (error->isFatal() || error->kind == APIError::Kind::cancelled)
             return *error;
-        return fallback(items, error->errorDescription());
+        return fallback(items, error->errorDescription(), Provenance::failed);
     }
     const Decisions parsed = Prompt::parse(std::get<QString>(reply));
     Decisions decisions;
-    for (const ScannedItem& item : items)
-        decisions.insert(item.id, parsed.value(item.id, fallback({item}, kNotSure).value(item.id)));
+    for (const ScannedItem& item : items) {
+        const auto found = parsed.constFind(item.id);
+        decisions.insert(item.id,
+                         found != parsed.cend() ? *found
+                                                : fallback({item}, kNotSure, Provenance::unanswered).value(item.id));
+    }
     return decisions;
 }
 
@@ -158,7 +166,7 @@ Classifier::Outcome<Classifier::Decisions> Classifier::run(const Job& job) const
 {
     const std::optional<QList<QJsonObject>> made = content(job);
     if (!made)
-        return fallback(job.items, u"No preview available"_s);
+        return fallback(job.items, u"No preview available"_s, Provenance::failed);
     return ask(*made, job.items);
 }
 
@@ -194,7 +202,7 @@ std::optional<APIError> Classifier::runJobs(const QList<Job>& jobs, int inFlight
                 return;
             }
             if (!made) {
-                completions.push(fallback(job.items, u"No preview available"_s));
+                completions.push(fallback(job.items, u"No preview available"_s, Provenance::failed));
                 return;
             }
             requests.acquire();
@@ -249,7 +257,7 @@ Classifier::buildPlan(const QList<ScannedItem>& items, TidyMode mode, const Prog
         }
         if (mode == TidyMode::junkOnly) {
             if (item.kind == FileKind::image
-                && (item.junkHints.contains(u"screenshot-name"_s) || item.junkHints.contains(u"tiny-image"_s)))
+                && (item.junkHints.contains(JunkHint::screenshotName) || item.junkHints.contains(JunkHint::tinyImage)))
                 visual.append(item);
             continue;
         }
@@ -279,8 +287,8 @@ Classifier::buildPlan(const QList<ScannedItem>& items, TidyMode mode, const Prog
     const std::optional<APIError> failure = runJobs(jobs, kInFlight, [&](const Decisions& found) {
         for (auto it = found.cbegin(); it != found.cend(); ++it) {
             const auto stored = decisions.find(it.key());
-            if (stored != decisions.end()
-                && (stored->reason.startsWith(u"Matched"_s) || stored->reason.startsWith(u"Mentions"_s))) {
+            // A project the rules found by name stands; the model only names the file.
+            if (stored != decisions.end() && stored->provenance == Provenance::keywordRule) {
                 stored->newName = it->newName;
             } else {
                 decisions.insert(it.key(), *it);
@@ -296,7 +304,8 @@ Classifier::buildPlan(const QList<ScannedItem>& items, TidyMode mode, const Prog
         QList<ScannedItem> unsure;
         for (const ScannedItem& item : items) {
             const auto decision = decisions.constFind(item.id);
-            if (decision != decisions.cend() && (decision->category == u"needs-you" || decision->confidence == u"low"))
+            if (decision != decisions.cend()
+                && (decision->category == Category::needsYou || decision->confidence == Confidence::low))
                 unsure.append(item);
             if (unsure.size() == kSecondPassMost)
                 break;
@@ -307,8 +316,13 @@ Classifier::buildPlan(const QList<ScannedItem>& items, TidyMode mode, const Prog
             const Outcome<Decisions> second = stronger.decideAll(unsure);
             if (const Decisions* found = std::get_if<Decisions>(&second)) {
                 for (auto it = found->cbegin(); it != found->cend(); ++it) {
-                    if (!(it->category == u"needs-you" && it->reason == kNotSure))
-                        decisions.insert(it.key(), *it);
+                    // Left out again: the first answer is all there is.
+                    if (it->provenance == Provenance::unanswered)
+                        continue;
+                    Decision decision = *it;
+                    if (decision.provenance == Provenance::model)
+                        decision.provenance = Provenance::secondLook;
+                    decisions.insert(it.key(), decision);
                 }
             }
         }

@@ -24,7 +24,7 @@
 class Classifier
 {
 public:
-    using Decisions = QHash<qint64, Decision>;
+    using Decisions = ::Decisions;
     using Progress = std::function<void(int decided, int total, const QMap<QString, int>& counts)>;
     template <typename T>
     using Outcome = std::variant<T, APIError>;
@@ -50,7 +50,8 @@ public:
     std::optional<QList<QJsonObject>> content(const Job& job) const;
     Outcome<Decisions> ask(const QList<QJsonObject>& content, const QList<ScannedItem>& items) const;
 
-    static Decisions fallback(const QList<ScannedItem>& items, const QString& reason);
+    // Every item left to the person with `reason`.
+    static Decisions fallback(const QList<ScannedItem>& items, const QString& reason, Provenance provenance);
     // Live counts by review heading: a project's name, "To clear out", "Needs You", "Library", ...
     static QMap<QString, int> tally(const Decisions& decisions);
     static QString groupLabel(const QString& category);

@@ -186,12 +186,14 @@ QHash<qint64, Decision> parse(const QString& reply)
         if (!std::isfinite(number) || std::abs(number) > 9.0e15)
             continue;
         Decision decision;
-        decision.category = trimBlanks(category.toString());
+        decision.category = Category::fromText(trimBlanks(category.toString()));
         decision.sub = optionalText(object, "sub"_L1);
         decision.newName = optionalText(object, "new_name"_L1);
         decision.projectHint = optionalText(object, "project_hint"_L1);
-        decision.confidence = optionalText(object, "confidence"_L1).value_or(u"low"_s);
+        const std::optional<QString> confidence = optionalText(object, "confidence"_L1);
+        decision.confidence = confidence ? Confidence::fromText(*confidence) : Confidence::low;
         decision.reason = optionalText(object, "reason"_L1).value_or(QString());
+        decision.provenance = Provenance::model;
         decisions.insert(qint64(number), decision);
     }
     return decisions;

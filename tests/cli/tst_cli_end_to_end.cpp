@@ -402,8 +402,8 @@ private Q_SLOTS:
     {
         TempHome home;
         const QString name = u"bill\x1b]0;pwned\x07.pdf"_s;
-        PlanItem item
-            = PlanFactory::item(home.path() + u"/Downloads"_s, 7, name, u"personal"_s, u"Personal/\u202Efdp.exe"_s);
+        PlanItem item = PlanFactory::item(
+            home.path() + u"/Downloads"_s, 7, name, Category::personal, u"Personal/\u202Efdp.exe"_s);
         item.reason = u"\r\x1b[2Kall good\u009b"_s;
         item.newName = u"Bill\nmarch.pdf"_s;
         item.renameApproved = true;

@@ -165,7 +165,7 @@ private Q_SLOTS:
     {
         Fixture f;
         const PlanItem item
-            = PlanFactory::item(f.home.path() + u"/Desktop"_s, 0, u"kept.txt"_s, u"personal"_s, u"Personal"_s);
+            = PlanFactory::item(f.home.path() + u"/Desktop"_s, 0, u"kept.txt"_s, Category::personal, u"Personal"_s);
         PlanItem gone = item;
         gone.id = 1;
         gone.src = QUrl::fromLocalFile(f.home.path() + u"/Desktop/gone.txt"_s);
@@ -230,7 +230,7 @@ private Q_SLOTS:
         for (int i = 0; i < 40; ++i)
             FileFactory::write(f.home.path() + u"/Desktop/note %1.txt"_s.arg(i), "a note");
         const PlanItem waiting
-            = PlanFactory::item(f.home.path() + u"/Downloads"_s, 7, u"w.txt"_s, u"admin"_s, u"Work Admin"_s);
+            = PlanFactory::item(f.home.path() + u"/Downloads"_s, 7, u"w.txt"_s, Category::admin, u"Work Admin"_s);
         Store::savePlan({waiting});
         auto state = f.start();
         QSignalSpy finished(&state.get()->refresh(), &RefreshRun::finished);

@@ -131,6 +131,69 @@ private Q_SLOTS:
             QCOMPARE(fileKindFromRaw(unknown), std::nullopt);
     }
 
+    // Plans and replies name categories by these texts; anything else is kept as written and
+    // left to the person.
+    void categoryTexts_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("project");
+        QTest::addColumn<QString>("tab"); // set aside, undecided or organised
+        const QList<QPair<QString, Category::Kind>> filed {{u"creator"_s, Category::creator},
+                                                           {u"personal"_s, Category::personal},
+                                                           {u"admin"_s, Category::admin},
+                                                           {u"library"_s, Category::library},
+                                                           {u"archive"_s, Category::archive},
+                                                           {u"user"_s, Category::user}};
+        for (const auto& [text, kind] : filed)
+            QTest::newRow(qPrintable(text)) << text << int(kind) << QString() << u"organised"_s;
+        QTest::newRow("junk") << u"junk"_s << int(Category::junk) << QString() << u"set aside"_s;
+        QTest::newRow("duplicate") << u"duplicate"_s << int(Category::duplicate) << QString() << u"set aside"_s;
+        QTest::newRow("needs-you") << u"needs-you"_s << int(Category::needsYou) << QString() << u"undecided"_s;
+        QTest::newRow("project") << u"project:Client/Quorrel"_s << int(Category::project) << u"Client/Quorrel"_s
+                                 << u"organised"_s;
+        QTest::newRow("project without a name")
+            << u"project:"_s << int(Category::project) << QString() << u"organised"_s;
+        QTest::newRow("capitalised") << u"Library"_s << int(Category::unknown) << QString() << u"undecided"_s;
+        QTest::newRow("blank around") << u" junk"_s << int(Category::unknown) << QString() << u"undecided"_s;
+        QTest::newRow("capitalised project") << u"Project:X"_s << int(Category::unknown) << QString() << u"undecided"_s;
+        QTest::newRow("invented") << u"photos"_s << int(Category::unknown) << QString() << u"undecided"_s;
+        QTest::newRow("empty") << QString() << int(Category::unknown) << QString() << u"undecided"_s;
+    }
+
+    void categoryTexts()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, kind);
+        QFETCH(QString, project);
+        QFETCH(QString, tab);
+        const Category category = Category::fromText(text);
+        QCOMPARE(int(category.kind()), kind);
+        QCOMPARE(category.text(), text);
+        QCOMPARE(category.projectName(), project);
+        QCOMPARE(category.isSetAside()        ? u"set aside"_s
+                     : category.isUndecided() ? u"undecided"_s
+                                              : u"organised"_s,
+                 tab);
+        if (kind != Category::unknown && kind != Category::project)
+            QCOMPARE(Category(Category::Kind(kind)), category);
+        QCOMPARE(Category::forProject(project) == category, kind == Category::project);
+    }
+
+    void confidenceTexts()
+    {
+        const QStringList known {u"high"_s, u"medium"_s, u"low"_s};
+        for (int level = 0; level < known.size(); ++level) {
+            QCOMPARE(Confidence(Confidence::Level(level)).text(), known[level]);
+            QCOMPARE(Confidence::fromText(known[level]).level(), Confidence::Level(level));
+        }
+        for (const QString& invented : {u"Low"_s, u"very high"_s, QString()}) {
+            QCOMPARE(Confidence::fromText(invented).level(), Confidence::unknown);
+            QCOMPARE(Confidence::fromText(invented).text(), invented);
+        }
+        QVERIFY(Confidence::fromText(u"unsure"_s) != Confidence::fromText(u"not sure"_s));
+    }
+
     void profileJson()
     {
         const std::optional<Profile> decoded = Profile::fromJson(parseObject(kProfile));

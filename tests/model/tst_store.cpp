@@ -31,8 +31,8 @@ PlanItem planItem(qint64 id, const QString& path)
     item.id = id;
     item.src = QUrl::fromLocalFile(path);
     item.destFolder = u"Personal"_s;
-    item.category = u"personal"_s;
-    item.confidence = u"high"_s;
+    item.category = Category::personal;
+    item.confidence = Confidence::high;
     item.reason = u"a receipt"_s;
     item.kind = FileKind::pdf;
     item.size = 1234;
@@ -240,8 +240,15 @@ private Q_SLOTS:
         Store::savePlan(plan);
         QCOMPARE(Store::loadPlan(), plan);
         QVERIFY(!contents(home.supportDir() + u"/pending-plan.json"_s).contains('\n'));
+        // Words nobody here knows, from an import file or an older version, come back unchanged.
+        const QString planFile = home.supportDir() + u"/pending-plan.json"_s;
+        const QByteArray invented
+            = contents(planFile).replace("\"personal\"", "\"Personal photos\"").replace("\"high\"", "\"sure-ish\"");
+        home.writeFile(u".local/share/Brindlow/pending-plan.json"_s, invented);
+        Store::savePlan(Store::loadPlan());
+        QCOMPARE(contents(planFile), invented);
         Store::savePlan({});
-        QCOMPARE(contents(home.supportDir() + u"/pending-plan.json"_s), QByteArray("[]"));
+        QCOMPARE(contents(planFile), QByteArray("[]"));
         QCOMPARE(Store::loadPlan(), QList<PlanItem>());
 
         for (int i = 0; i < Store::kMaxLessons + 1; ++i)

@@ -26,13 +26,13 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-PlanItem planned(const QString& source, const QString& destFolder, const QString& category = u"personal"_s)
+PlanItem planned(const QString& source, const QString& destFolder, const Category& category = Category::personal)
 {
     PlanItem item;
     item.src = QUrl::fromLocalFile(source);
     item.destFolder = destFolder;
     item.category = category;
-    item.confidence = u"high"_s;
+    item.confidence = Confidence::high;
     item.kind = QFileInfo(source).isDir() ? FileKind::folder : FileKind::doc;
     item.size = QFileInfo(source).size();
     item.approved = true;
@@ -159,10 +159,10 @@ private Q_SLOTS:
         QList<PlanItem> plan {
             planned(down + u"/report.pdf"_s, u"Personal"_s),
             planned(down + u"/IMG_1.jpg"_s, u"Personal/Photos"_s),
-            planned(down + u"/dup.jpg"_s, u"Brindlow Review/Duplicates - Review First"_s, u"duplicate"_s),
-            planned(down + u"/junk.zip"_s, u"Brindlow Review/To Delete - Review First/Old"_s, u"junk"_s),
-            planned(down + u"/protected.pdf"_s, u"Brindlow Review/To Delete - Review First"_s, u"junk"_s),
-            planned(down + u"/unsure.txt"_s, u"Brindlow Review/Needs You"_s, u"needs-you"_s),
+            planned(down + u"/dup.jpg"_s, u"Brindlow Review/Duplicates - Review First"_s, Category::duplicate),
+            planned(down + u"/junk.zip"_s, u"Brindlow Review/To Delete - Review First/Old"_s, Category::junk),
+            planned(down + u"/protected.pdf"_s, u"Brindlow Review/To Delete - Review First"_s, Category::junk),
+            planned(down + u"/unsure.txt"_s, u"Brindlow Review/Needs You"_s, Category::needsYou),
             planned(down + u"/album"_s, u"Personal/Albums"_s),
             planned(down + u"/missing.txt"_s, u"Personal"_s),
             planned(down + u"/stay.txt"_s, u"../Elsewhere"_s),

@@ -23,7 +23,12 @@ ScannedItem item(qint64 id, const QString& path, FileKind kind, bool isDir = fal
 
 Decision decided(const QString& category, std::optional<QString> sub = {}, const QString& confidence = u"high"_s)
 {
-    return Decision {category, std::move(sub), confidence, std::nullopt, u"the model's reason"_s, std::nullopt};
+    return Decision {Category::fromText(category),
+                     std::move(sub),
+                     Confidence::fromText(confidence),
+                     std::nullopt,
+                     u"the model's reason"_s,
+                     std::nullopt};
 }
 
 Profile profile()
@@ -131,7 +136,7 @@ private Q_SLOTS:
             {item(0, u"/home/ann/Downloads/x.bin"_s, FileKind::other)}, {{0, decided(category, optionalSub)}}, hostile);
         QCOMPARE(plan.size(), 1);
         QCOMPARE(plan[0].destFolder, folder);
-        QCOMPARE(plan[0].category == u"needs-you", yoursToPlace);
+        QCOMPARE(plan[0].category == Category::needsYou, yoursToPlace);
         QCOMPARE(plan[0].approved, !yoursToPlace);
         QCOMPARE(plan[0].reason.endsWith(u"can't be used as a folder name, so this one is yours to place"_s),
                  yoursToPlace);
@@ -150,7 +155,7 @@ private Q_SLOTS:
             item(7, u"/home/ann/Desktop/lib.png"_s, FileKind::image),
             item(8, u"/home/ann/Desktop/IMG_4.png"_s, FileKind::image),
         };
-        QHash<qint64, Decision> decisions;
+        Decisions decisions;
         decisions[0] = decided(u"junk"_s);
         decisions[1] = decided(u"personal"_s, std::nullopt, u"low"_s);
         decisions[2] = decided(u"personal"_s, u"Photos"_s);
@@ -176,13 +181,13 @@ private Q_SLOTS:
         QCOMPARE(byId.size(), 8);
         QVERIFY(!byId.contains(4));
 
-        QCOMPARE(byId[0].category, u"needs-you"_s);
+        QCOMPARE(byId[0].category.text(), u"needs-you"_s);
         QCOMPARE(byId[0].destFolder, u"Brindlow Review/Needs You"_s);
         QCOMPARE(byId[0].reason, u"Protected file type, never treated as junk"_s);
-        QCOMPARE(byId[0].confidence, u"low"_s);
+        QCOMPARE(byId[0].confidence.text(), u"low"_s);
         QVERIFY(!byId[0].approved);
 
-        QCOMPARE(byId[1].category, u"needs-you"_s);
+        QCOMPARE(byId[1].category.text(), u"needs-you"_s);
         QCOMPARE(byId[1].reason, u"Best guess: the model's reason"_s);
         QCOMPARE(byId[1].destFolder, u"Brindlow Review/Needs You"_s);
 
@@ -195,9 +200,9 @@ private Q_SLOTS:
         QCOMPARE(byId[3].suggestedProject, std::nullopt);
         QCOMPARE(byId[5].newName, u"Beach.jpg"_s);
         QCOMPARE(byId[6].newName, std::nullopt);
-        QCOMPARE(byId[7].category, u"library"_s);
+        QCOMPARE(byId[7].category.text(), u"library"_s);
         QCOMPARE(byId[7].destFolder, u"Library/Memes"_s);
-        QCOMPARE(byId[8].category, u"needs-you"_s);
+        QCOMPARE(byId[8].category.text(), u"needs-you"_s);
         QCOMPARE(byId[8].suggestedProject, std::nullopt);
 
         for (qsizetype i = 1; i < plan.size(); ++i) {

@@ -7,7 +7,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-ScannedItem item(const QString& path, FileKind kind, const QStringList& hints = {})
+ScannedItem item(const QString& path, FileKind kind, const QList<JunkHint>& hints = {})
 {
     ScannedItem scanned;
     scanned.url = QUrl::fromLocalFile(path);
@@ -28,26 +28,28 @@ private Q_SLOTS:
     {
         auto category = [](const ScannedItem& scanned, bool keepInstallers = false) {
             const std::optional<Decision> decision = Rules::junkDecision(scanned, keepInstallers);
-            return decision ? decision->category + u'|' + decision->sub.value_or(u"-"_s) : u"none"_s;
+            return decision ? decision->category.text() + u'|' + decision->sub.value_or(u"-"_s) : u"none"_s;
         };
-        QCOMPARE(category(item(u"/h/a.pdf"_s, FileKind::pdf, {u"exact-duplicate"_s})), u"duplicate|-"_s);
-        QCOMPARE(category(item(u"/h/a.pdf"_s, FileKind::pdf, {u"empty-file"_s})), u"none"_s);
-        QCOMPARE(category(item(u"/h/setup.dmg"_s, FileKind::installer, {u"installer"_s})), u"junk|Installers"_s);
-        QCOMPARE(category(item(u"/h/setup.dmg"_s, FileKind::installer, {u"installer"_s}), true), u"none"_s);
-        QCOMPARE(category(item(
-                     u"/h/photos.zip"_s, FileKind::archive, {u"already-extracted-archive"_s, u"exact-duplicate"_s})),
+        QCOMPARE(category(item(u"/h/a.pdf"_s, FileKind::pdf, {JunkHint::exactDuplicate})), u"duplicate|-"_s);
+        QCOMPARE(category(item(u"/h/a.pdf"_s, FileKind::pdf, {JunkHint::emptyFile})), u"none"_s);
+        QCOMPARE(category(item(u"/h/setup.dmg"_s, FileKind::installer, {JunkHint::installer})), u"junk|Installers"_s);
+        QCOMPARE(category(item(u"/h/setup.dmg"_s, FileKind::installer, {JunkHint::installer}), true), u"none"_s);
+        QCOMPARE(category(item(u"/h/photos.zip"_s,
+                               FileKind::archive,
+                               {JunkHint::alreadyExtractedArchive, JunkHint::exactDuplicate})),
                  u"duplicate|-"_s);
-        QCOMPARE(category(item(u"/h/photos.zip"_s, FileKind::archive, {u"already-extracted-archive"_s})),
+        QCOMPARE(category(item(u"/h/photos.zip"_s, FileKind::archive, {JunkHint::alreadyExtractedArchive})),
                  u"junk|Already unzipped"_s);
-        QCOMPARE(category(item(u"/h/x.part"_s, FileKind::partial, {u"partial-download"_s, u"empty-file"_s})),
+        QCOMPARE(category(item(u"/h/x.part"_s, FileKind::partial, {JunkHint::partialDownload, JunkHint::emptyFile})),
                  u"junk|Unfinished downloads"_s);
-        QCOMPARE(category(item(u"/h/x.txt"_s, FileKind::other, {u"empty-file"_s})), u"junk|Empty files"_s);
-        QCOMPARE(category(item(u"/h/s.png"_s, FileKind::image, {u"screenshot-name"_s, u"tiny-image"_s})), u"none"_s);
+        QCOMPARE(category(item(u"/h/x.txt"_s, FileKind::other, {JunkHint::emptyFile})), u"junk|Empty files"_s);
+        QCOMPARE(category(item(u"/h/s.png"_s, FileKind::image, {JunkHint::screenshotName, JunkHint::tinyImage})),
+                 u"none"_s);
 
         const Decision duplicate
-            = *Rules::junkDecision(item(u"/h/a.pdf"_s, FileKind::pdf, {u"exact-duplicate"_s}), false);
+            = *Rules::junkDecision(item(u"/h/a.pdf"_s, FileKind::pdf, {JunkHint::exactDuplicate}), false);
         QCOMPARE(duplicate.reason, u"Exact copy of a file you're keeping"_s);
-        QCOMPARE(duplicate.confidence, u"high"_s);
+        QCOMPARE(duplicate.confidence, Confidence(Confidence::high));
         QVERIFY(!duplicate.newName && !duplicate.projectHint);
     }
 
@@ -59,13 +61,13 @@ private Q_SLOTS:
         ScannedItem logo = item(QDir::homePath() + u"/Downloads/quorrelcards-logo.png"_s, FileKind::image);
         std::optional<Decision> decision = Rules::keywordDecision(logo, projects);
         QVERIFY(decision);
-        QCOMPARE(decision->category, u"project:Quorrel"_s);
+        QCOMPARE(decision->category.text(), u"project:Quorrel"_s);
         QCOMPARE(decision->reason, u"Matched Quorrel in its name or folder"_s);
 
         ScannedItem memo = item(u"/h/memo.txt"_s, FileKind::doc);
         memo.text = u"Notes for the ORVO launch"_s;
         decision = Rules::keywordDecision(memo, projects);
-        QCOMPARE(decision->category, u"project:Orvo"_s);
+        QCOMPARE(decision->category.text(), u"project:Orvo"_s);
         QCOMPARE(decision->reason, u"Mentions Orvo in its text"_s);
 
         memo.whereFrom = u"https://quorrel.example/brief"_s;

@@ -84,8 +84,8 @@ private Q_SLOTS:
         const QString wide = encoded(u"wide."_s + suffix, QSize(400, 120));
         const QString icon = encoded(u"icon."_s + suffix, QSize(48, 48));
         QVERIFY(QFileInfo(wide).size() <= Scanner::kTinyImageMaxBytes);
-        QCOMPARE(Scanner::hints(itemAt(wide)), QStringList());
-        QCOMPARE(Scanner::hints(itemAt(icon)), QStringList {u"tiny-image"_s});
+        QCOMPARE(Scanner::hints(itemAt(wide)), QList<JunkHint>());
+        QCOMPARE(Scanner::hints(itemAt(icon)), QList<JunkHint> {JunkHint::tinyImage});
     }
 };
 

@@ -15,7 +15,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-ScannedItem itemAt(const QString& path, const QStringList& hints = {})
+ScannedItem itemAt(const QString& path, const QList<JunkHint>& hints = {})
 {
     ScannedItem item;
     item.url = QUrl::fromLocalFile(path);
@@ -31,7 +31,7 @@ QStringList duplicatesIn(const QList<ScannedItem>& items)
 {
     QStringList names;
     for (const ScannedItem& item : items) {
-        if (item.junkHints.contains(u"exact-duplicate"_s))
+        if (item.junkHints.contains(JunkHint::exactDuplicate))
             names.append(item.url.toLocalFile().section(u'/', -2));
     }
     names.sort();
@@ -112,7 +112,7 @@ private Q_SLOTS:
     {
         QList<ScannedItem> items {
             itemAt(file(u"a/report.pdf"_s, "same report")),
-            itemAt(file(u"a/report (1).pdf"_s, "same report"), {u"copy-style-name"_s}),
+            itemAt(file(u"a/report (1).pdf"_s, "same report"), {JunkHint::copyStyleName}),
             itemAt(file(u"b/photo.png"_s, "same image")),
             itemAt(file(u"b/a.png"_s, "same image")),
             itemAt(file(u"Downloads/x.png"_s, "same x")),
@@ -132,7 +132,7 @@ private Q_SLOTS:
                      u"Downloads/x.png"_s, u"a/report (1).pdf"_s, u"b/photo.png"_s, u"c/six.txt"_s, u"c/two.txt"_s}));
         // Nothing else changes: order, ids and all other fields stay.
         for (qsizetype i = 0; i < items.size(); ++i) {
-            items[i].junkHints.removeAll(u"exact-duplicate"_s);
+            items[i].junkHints.removeAll(JunkHint::exactDuplicate);
             QCOMPARE(items[i], before[i]);
         }
     }
@@ -278,7 +278,7 @@ private Q_SLOTS:
         for (const auto& set : std::as_const(byKey)) {
             // Equal names' length: the smallest path of each set is the kept copy.
             for (qsizetype k = 0; k < set.size(); ++k)
-                QCOMPARE(fast[set[k]].junkHints.contains(u"exact-duplicate"_s), k > 0);
+                QCOMPARE(fast[set[k]].junkHints.contains(JunkHint::exactDuplicate), k > 0);
         }
     }
 };

@@ -209,19 +209,19 @@ private Q_SLOTS:
                 FileFactory::write(full, QByteArray(size, 'x'));
             return Scanner::hints(itemAt(full));
         };
-        QCOMPARE(hintsFor(u"Screenshot 2024-05-01 at 10.00.00.png"_s).first(), u"screenshot-name"_s);
-        QCOMPARE(hintsFor(u"CleanShot 2023-01-01.png"_s).first(), u"screenshot-name"_s);
-        QVERIFY(!hintsFor(u"My screenshot.png"_s, 9000).contains(u"screenshot-name"_s));
-        QCOMPARE(hintsFor(u"setup.dmg"_s), QStringList {u"installer"_s});
-        QCOMPARE(hintsFor(u"movie.mp4.part"_s), QStringList {u"partial-download"_s});
-        QCOMPARE(hintsFor(u".com.google.Chrome.x1Y2z3"_s), QStringList {u"partial-download"_s});
-        QCOMPARE(hintsFor(u"notes.txt"_s, 0), QStringList {u"empty-file"_s});
+        QCOMPARE(hintsFor(u"Screenshot 2024-05-01 at 10.00.00.png"_s).first(), JunkHint::screenshotName);
+        QCOMPARE(hintsFor(u"CleanShot 2023-01-01.png"_s).first(), JunkHint::screenshotName);
+        QVERIFY(!hintsFor(u"My screenshot.png"_s, 9000).contains(JunkHint::screenshotName));
+        QCOMPARE(hintsFor(u"setup.dmg"_s), QList<JunkHint> {JunkHint::installer});
+        QCOMPARE(hintsFor(u"movie.mp4.part"_s), QList<JunkHint> {JunkHint::partialDownload});
+        QCOMPARE(hintsFor(u".com.google.Chrome.x1Y2z3"_s), QList<JunkHint> {JunkHint::partialDownload});
+        QCOMPARE(hintsFor(u"notes.txt"_s, 0), QList<JunkHint> {JunkHint::emptyFile});
         QCOMPARE(hintsFor(u"Screenshot (2).txt"_s, 0),
-                 (QStringList {u"screenshot-name"_s, u"empty-file"_s, u"copy-style-name"_s}));
+                 (QList<JunkHint> {JunkHint::screenshotName, JunkHint::emptyFile, JunkHint::copyStyleName}));
         for (const QString& copy : {u"report (1).pdf"_s, u"report copy.pdf"_s, u"report Copy 2.pdf"_s})
-            QCOMPARE(hintsFor(copy), QStringList {u"copy-style-name"_s});
+            QCOMPARE(hintsFor(copy), QList<JunkHint> {JunkHint::copyStyleName});
         for (const QString& plain : {u"copy of report.pdf"_s, u"report(1).pdf"_s, u"report (x).pdf"_s})
-            QCOMPARE(hintsFor(plain), QStringList());
+            QCOMPARE(hintsFor(plain), QList<JunkHint>());
 
         // The quick looks before the name patterns never turn away a name the patterns take:
         // names built from their pieces, other scripts' digits and a long s among them.
@@ -252,20 +252,20 @@ private Q_SLOTS:
                 stem += pieces[random.bounded(int(pieces.size()))];
             ScannedItem item = itemAt(path(u"absent.pdf"_s));
             item.name = stem + u".pdf"_s;
-            const QStringList found = Scanner::hints(item);
-            QCOMPARE(found.contains(u"screenshot-name"_s), screenshot.match(item.name).hasMatch());
-            QCOMPARE(found.contains(u"copy-style-name"_s), copyStyle.match(stem).hasMatch());
+            const QList<JunkHint> found = Scanner::hints(item);
+            QCOMPARE(found.contains(JunkHint::screenshotName), screenshot.match(item.name).hasMatch());
+            QCOMPARE(found.contains(JunkHint::copyStyleName), copyStyle.match(stem).hasMatch());
         }
 
         QDir().mkpath(path(u"Downloads/Installer.app"_s));
         QDir().mkpath(path(u"Desktop/Installer.app"_s));
         ScannedItem app = itemAt(path(u"Downloads/Installer.app"_s), true);
         app.kind = FileKind::bundle;
-        QCOMPARE(Scanner::hints(app), QStringList {u"installer"_s});
+        QCOMPARE(Scanner::hints(app), QList<JunkHint> {JunkHint::installer});
         app.url = QUrl::fromLocalFile(path(u"Desktop/Installer.app"_s));
-        QCOMPARE(Scanner::hints(app), QStringList());
+        QCOMPARE(Scanner::hints(app), QList<JunkHint>());
         ScannedItem emptyFolder = itemAt(path(u"Desktop"_s), true);
-        QCOMPARE(Scanner::hints(emptyFolder), QStringList());
+        QCOMPARE(Scanner::hints(emptyFolder), QList<JunkHint>());
 
         // Tiny images: by pixel size, only below 8 KiB, and unreadable small images count as tiny.
         FileFactory::png(path(u"icon.png"_s), 32, 32, 5000);
@@ -273,11 +273,11 @@ private Q_SLOTS:
         FileFactory::png(path(u"banner.png"_s), 300, 20, 5000);
         FileFactory::png(path(u"edge.png"_s), 64, 64, 5000);
         FileFactory::write(path(u"broken.png"_s), QByteArray(3000, 'z'));
-        QCOMPARE(Scanner::hints(itemAt(path(u"icon.png"_s))), QStringList {u"tiny-image"_s});
-        QCOMPARE(Scanner::hints(itemAt(path(u"big-icon.png"_s))), QStringList());
-        QCOMPARE(Scanner::hints(itemAt(path(u"banner.png"_s))), QStringList());
-        QCOMPARE(Scanner::hints(itemAt(path(u"edge.png"_s))), QStringList {u"tiny-image"_s});
-        QCOMPARE(Scanner::hints(itemAt(path(u"broken.png"_s))), QStringList {u"tiny-image"_s});
+        QCOMPARE(Scanner::hints(itemAt(path(u"icon.png"_s))), QList<JunkHint> {JunkHint::tinyImage});
+        QCOMPARE(Scanner::hints(itemAt(path(u"big-icon.png"_s))), QList<JunkHint>());
+        QCOMPARE(Scanner::hints(itemAt(path(u"banner.png"_s))), QList<JunkHint>());
+        QCOMPARE(Scanner::hints(itemAt(path(u"edge.png"_s))), QList<JunkHint> {JunkHint::tinyImage});
+        QCOMPARE(Scanner::hints(itemAt(path(u"broken.png"_s))), QList<JunkHint> {JunkHint::tinyImage});
 
         // An archive whose extracted folder sits beside it.
         FileFactory::write(path(u"x/photos.zip"_s), "zip");
@@ -285,9 +285,9 @@ private Q_SLOTS:
         QDir().mkpath(path(u"x/photos"_s));
         FileFactory::write(path(u"y/photos.zip"_s), "zip");
         FileFactory::write(path(u"y/photos"_s), "a file, not a folder");
-        QCOMPARE(Scanner::hints(itemAt(path(u"x/photos.zip"_s))), QStringList {u"already-extracted-archive"_s});
-        QCOMPARE(Scanner::hints(itemAt(path(u"x/photos.tar.gz"_s))), QStringList());
-        QCOMPARE(Scanner::hints(itemAt(path(u"y/photos.zip"_s))), QStringList());
+        QCOMPARE(Scanner::hints(itemAt(path(u"x/photos.zip"_s))), QList<JunkHint> {JunkHint::alreadyExtractedArchive});
+        QCOMPARE(Scanner::hints(itemAt(path(u"x/photos.tar.gz"_s))), QList<JunkHint>());
+        QCOMPARE(Scanner::hints(itemAt(path(u"y/photos.zip"_s))), QList<JunkHint>());
     }
 
     void downloadOrigin()

@@ -124,7 +124,7 @@ private Q_SLOTS:
         QCOMPARE(find(items, u"site"_s)->text, std::nullopt);
         const ScannedItem* partial = find(items, u".com.google.Chrome.x1Y2z3"_s);
         QCOMPARE(partial->kind, FileKind::other);
-        QCOMPARE(partial->junkHints, QStringList {u"partial-download"_s});
+        QCOMPARE(partial->junkHints, QList<JunkHint> {JunkHint::partialDownload});
         const ScannedItem* pdf = find(items, u"a.pdf"_s);
         QCOMPARE(pdf->url, QUrl::fromLocalFile(desk + u"/a.pdf"_s));
         QCOMPARE(pdf->size, 4);
@@ -169,7 +169,7 @@ private Q_SLOTS:
         QCOMPARE(names, expected);
         for (const ScannedItem& item : items) {
             QVERIFY2(QFileInfo::exists(item.url.toLocalFile()), qPrintable(item.name));
-            QVERIFY(!item.junkHints.contains(u"exact-duplicate"_s));
+            QVERIFY(!item.junkHints.contains(JunkHint::exactDuplicate));
             QCOMPARE(item.url.toLocalFile().section(u'/', -1), item.name);
         }
         QCOMPARE(find(items, dashed)->text, u"text of -rf --help.txt"_s);
@@ -259,7 +259,7 @@ private Q_SLOTS:
 
         FileFactory::write(root + u"/notes copy.txt"_s, "meeting NOTES");
         const QList<ScannedItem> changed = Scanner::run(options);
-        QVERIFY(!find(changed, u"notes copy.txt"_s)->junkHints.contains(u"exact-duplicate"_s));
+        QVERIFY(!find(changed, u"notes copy.txt"_s)->junkHints.contains(JunkHint::exactDuplicate));
 
         for (const QByteArray& foreign : {QByteArray(), QByteArray("BRINDLOW-SCAN-CACHE"), QByteArray(100000, 'x')}) {
             FileFactory::write(cacheFile, foreign);

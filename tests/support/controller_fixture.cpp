@@ -25,7 +25,8 @@ ControllerFixture::ControllerFixture(const Person& person)
         [](qint64) { return FakeClaudeServer::decision(u"personal"_s, u"Documents"_s, u"a letter"_s); }));
 }
 
-PlanItem& ControllerFixture::add(const QString& name, const QString& category, const QString& destFolder, FileKind kind)
+PlanItem&
+ControllerFixture::add(const QString& name, const Category& category, const QString& destFolder, FileKind kind)
 {
     const QString downloads = home.path() + u"/Downloads"_s;
     items.append(PlanFactory::item(downloads, firstId + items.size(), name, category, destFolder));

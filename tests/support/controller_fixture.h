@@ -41,7 +41,7 @@ public:
 
     // A plan item for a real file in Downloads (a folder with a file inside for `FileKind::folder`).
     PlanItem&
-    add(const QString& name, const QString& category, const QString& destFolder, FileKind kind = FileKind::doc);
+    add(const QString& name, const Category& category, const QString& destFolder, FileKind kind = FileKind::doc);
 
     // Not yet started, for a test that hands it notifications of its own first.
     std::unique_ptr<AppState> create();

@@ -6,7 +6,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace PlanFactory {
 
-PlanItem item(const QString& folder, qint64 id, const QString& name, const QString& category, const QString& destFolder)
+PlanItem
+item(const QString& folder, qint64 id, const QString& name, const Category& category, const QString& destFolder)
 {
     const QString path = folder + u'/' + name;
     FileFactory::write(path, name.toUtf8());
@@ -15,11 +16,11 @@ PlanItem item(const QString& folder, qint64 id, const QString& name, const QStri
     item.src = QUrl::fromLocalFile(path);
     item.destFolder = destFolder;
     item.category = category;
-    item.confidence = u"high"_s;
+    item.confidence = Confidence::high;
     item.reason = u"reason for "_s + name;
     item.kind = FileKind::doc;
     item.size = name.size();
-    item.approved = category != u"needs-you";
+    item.approved = !category.isUndecided();
     return item;
 }
 

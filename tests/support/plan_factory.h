@@ -8,6 +8,6 @@
 namespace PlanFactory {
 
 PlanItem
-item(const QString& folder, qint64 id, const QString& name, const QString& category, const QString& destFolder);
+item(const QString& folder, qint64 id, const QString& name, const Category& category, const QString& destFolder);
 
 } // namespace PlanFactory

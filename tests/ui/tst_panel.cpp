@@ -68,11 +68,12 @@ public:
     // A plan of real files waiting for review when the program starts.
     void pendingPlan()
     {
-        add(u"letter.txt"_s, u"personal"_s, u"Personal/Letters"_s).newName = u"2026-03 Letter to the bank.txt"_s;
-        add(u"notes.txt"_s, u"admin"_s, u"Work Admin"_s);
-        add(u"setup.deb"_s, u"junk"_s, u"Brindlow Review/To Delete - Review First/Installers"_s).size = 1'234'000'000;
-        add(u"notes (1).txt"_s, u"duplicate"_s, u"Brindlow Review/Duplicates - Review First"_s).size = 500'000;
-        add(u"scan.txt"_s, u"needs-you"_s, u"Brindlow Review/Needs You"_s).approved = true;
+        add(u"letter.txt"_s, Category::personal, u"Personal/Letters"_s).newName = u"2026-03 Letter to the bank.txt"_s;
+        add(u"notes.txt"_s, Category::admin, u"Work Admin"_s);
+        add(u"setup.deb"_s, Category::junk, u"Brindlow Review/To Delete - Review First/Installers"_s).size
+            = 1'234'000'000;
+        add(u"notes (1).txt"_s, Category::duplicate, u"Brindlow Review/Duplicates - Review First"_s).size = 500'000;
+        add(u"scan.txt"_s, Category::needsYou, u"Brindlow Review/Needs You"_s).approved = true;
     }
 };
 

@@ -113,8 +113,8 @@ private Q_SLOTS:
     {
         Fixture f;
         for (int i = 0; i < 230; ++i)
-            f.add(u"setup-%1.deb"_s.arg(i), u"junk"_s, u"Brindlow Review/To Delete - Review First/Installers"_s);
-        f.add(u"notes (1).txt"_s, u"duplicate"_s, u"Brindlow Review/Duplicates - Review First"_s);
+            f.add(u"setup-%1.deb"_s.arg(i), Category::junk, u"Brindlow Review/To Delete - Review First/Installers"_s);
+        f.add(u"notes (1).txt"_s, Category::duplicate, u"Brindlow Review/Duplicates - Review First"_s);
         f.open();
 
         QStringList titles;
@@ -155,11 +155,11 @@ private Q_SLOTS:
     {
         Fixture f;
         for (int i = 0; i < 1003; ++i)
-            f.add(u"photo-%1.jpg"_s.arg(i), u"photos"_s, u"Photos/2026"_s);
-        f.add(u"invoice-march.pdf"_s, u"work"_s, u"Work/Invoices"_s);
-        f.add(u"invoice-april.pdf"_s, u"work"_s, u"Work/Invoices"_s);
-        f.add(u"letter.txt"_s, u"personal"_s, u"Personal"_s);
-        f.add(u"unsure.txt"_s, u"needs-you"_s, u"Brindlow Review/Needs You"_s);
+            f.add(u"photo-%1.jpg"_s.arg(i), Category::user, u"Photos/2026"_s);
+        f.add(u"invoice-march.pdf"_s, Category::user, u"Work/Invoices"_s);
+        f.add(u"invoice-april.pdf"_s, Category::user, u"Work/Invoices"_s);
+        f.add(u"letter.txt"_s, Category::personal, u"Personal"_s);
+        f.add(u"unsure.txt"_s, Category::needsYou, u"Brindlow Review/Needs You"_s);
         f.open();
 
         QCOMPARE(f.window->tabs()->tabText(0), u"Organize 1,006"_s);
@@ -188,9 +188,10 @@ private Q_SLOTS:
         QTest::keyClick(grid, Qt::Key_A, Qt::ControlModifier);
         QCOMPARE(grid->selectionModel()->selectedIndexes().size(), 1006);
         QTest::keyClick(grid, Qt::Key_Space);
-        QVERIFY(std::none_of(f.state->review().plan().cbegin(),
-                             f.state->review().plan().cend(),
-                             [](const PlanItem& item) { return item.approved && item.category != u"needs-you"; }));
+        QVERIFY(
+            std::none_of(f.state->review().plan().cbegin(), f.state->review().plan().cend(), [](const PlanItem& item) {
+                return item.approved && item.category != Category::needsYou;
+            }));
         QVERIFY(control(*f.window, u"Approve 0 changes"_s));
         QTest::keyClick(grid, Qt::Key_Space);
         QVERIFY(control(*f.window, u"Approve 1,006 changes"_s));
@@ -233,13 +234,13 @@ private Q_SLOTS:
         QFETCH(QString, button);
         QFETCH(QString, arrived);
         Fixture f;
-        PlanItem& scan = f.add(u"IMG_0001.txt"_s, u"personal"_s, u"Personal"_s);
+        PlanItem& scan = f.add(u"IMG_0001.txt"_s, Category::personal, u"Personal"_s);
         scan.newName = u"Bank letter.txt"_s;
         scan.renameApproved = true;
-        PlanItem& other = f.add(u"DSC_42.txt"_s, u"personal"_s, u"Personal"_s);
+        PlanItem& other = f.add(u"DSC_42.txt"_s, Category::personal, u"Personal"_s);
         other.newName = u"Beach.txt"_s;
         other.renameApproved = true;
-        f.add(u"stays.txt"_s, u"personal"_s, u"Personal"_s);
+        f.add(u"stays.txt"_s, Category::personal, u"Personal"_s);
         f.open();
 
         PlanListView* grid = f.window->organizePage()->grid();
@@ -270,10 +271,10 @@ private Q_SLOTS:
         QDir(f.home.path()).mkpath(u"Documents/Taxes"_s);
         const QString needs = u"Brindlow Review/Needs You"_s;
         for (const QString& name : {u"penwick-brief"_s, u"penwick-notes"_s, u"quill-a"_s, u"quill-b"_s})
-            f.add(name + u".txt"_s, u"needs-you"_s, needs).suggestedProject
+            f.add(name + u".txt"_s, Category::needsYou, needs).suggestedProject
                 = name.startsWith(u'p') ? u"Penwick"_s : u"Quill"_s;
         for (const QString& name : {u"mystery.bin"_s, u"odd.bin"_s, u"Marlow plan.txt"_s})
-            f.add(name, u"needs-you"_s, needs);
+            f.add(name, Category::needsYou, needs);
         f.open();
         clickTab(f.window->tabs(), u"Needs You"_s);
         NeedsPage* page = f.window->needsPage();
@@ -348,7 +349,7 @@ private Q_SLOTS:
             1);
         Fixture f;
         for (int i = 0; i < 300; ++i)
-            f.add(u"shot-%1.png"_s.arg(i, 3, 10, QLatin1Char('0')), u"photos"_s, u"Photos"_s);
+            f.add(u"shot-%1.png"_s.arg(i, 3, 10, QLatin1Char('0')), Category::user, u"Photos"_s);
         f.open(&thumbs);
         OrganizePage* page = f.window->organizePage();
         const int visible = page->pendingThumbnails();

@@ -97,19 +97,25 @@ private Q_SLOTS:
 
     void replies()
     {
-        QHash<qint64, Decision> parsed
+        Decisions parsed
             = Prompt::parse(uR"(Sure! [{"id": 3, "category": " library ", "confidence": "medium"}] Hope this helps)"_s);
         QCOMPARE(parsed.size(), 1);
         QCOMPARE(parsed[3],
-                 (Decision {u"library"_s, std::nullopt, u"medium"_s, std::nullopt, QString(), std::nullopt}));
+                 (Decision {Category::library,
+                            std::nullopt,
+                            Confidence::medium,
+                            std::nullopt,
+                            QString(),
+                            std::nullopt,
+                            Provenance::model}));
 
         parsed
             = Prompt::parse(uR"([{"id": 4.9, "category": "admin", "sub": 5, "new_name": null, "project_hint": "Nimbus",
             "reason": "tax form"}, {"id": "5", "category": "admin"}, {}, {"id": 6}, {"id": 4, "category": "personal\n"},
             {"id": 7, "category": "creator", "confidence": 1}])"_s);
         QCOMPARE(parsed.keys().size(), 2);
-        QCOMPARE(parsed[4].category, u"personal\n"_s); // a later object replaces an earlier one
-        QCOMPARE(parsed[7].confidence, u"low"_s);
+        QCOMPARE(parsed[4].category.text(), u"personal\n"_s); // a later object replaces an earlier one
+        QCOMPARE(parsed[7].confidence.text(), u"low"_s);
         QCOMPARE(parsed[7].reason, QString());
 
         for (const QString& reply : {u"[1, 2] and [3]"_s,

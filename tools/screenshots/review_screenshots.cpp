@@ -60,7 +60,7 @@ QList<PlanItem> samplePlan(const QString& home)
     const QString downloads = home + u"/Downloads"_s;
     QList<PlanItem> plan;
     qint64 id = 1;
-    const auto add = [&](const QString& name, const QString& category, const QString& dest) -> PlanItem& {
+    const auto add = [&](const QString& name, const Category& category, const QString& dest) -> PlanItem& {
         plan.append(PlanFactory::item(downloads, id++, name, category, dest));
         return plan.last();
     };
@@ -69,7 +69,7 @@ QList<PlanItem> samplePlan(const QString& home)
         const QString name = i % 5 == 0
             ? u"IMG_2026031%1_%2_very_long_camera_file_name_from_the_phone_backup.jpg"_s.arg(i % 10).arg(1000 + i)
             : u"%1 %2.jpg"_s.arg(places[i % places.size()]).arg(i + 1);
-        PlanItem& item = add(name, u"photos"_s, u"Photos/2026"_s);
+        PlanItem& item = add(name, Category::user, u"Photos/2026"_s);
         photo(item.src.toLocalFile(), (i * 37) % 360);
         item.kind = FileKind::image;
         item.size = 2'400'000 + i * 7'919;
@@ -85,25 +85,25 @@ QList<PlanItem> samplePlan(const QString& home)
                                                     {u"Personal/Letters"_s, u"letter"_s}};
     for (int i = 0; i < 2'350; ++i) {
         const auto& [dest, stem] = documents[i % documents.size()];
-        PlanItem& item = add(u"%1-%2.pdf"_s.arg(stem).arg(i, 4, 10, QLatin1Char('0')), u"work"_s, dest);
+        PlanItem& item = add(u"%1-%2.pdf"_s.arg(stem).arg(i, 4, 10, QLatin1Char('0')), Category::user, dest);
         item.kind = FileKind::pdf;
         item.reason = u"A %1 by its contents"_s.arg(stem);
     }
     for (int i = 0; i < 1'260; ++i) {
         PlanItem& item = add(u"setup-tool-%1-x86_64-linux-gnu.deb"_s.arg(i),
-                             u"junk"_s,
+                             Category::junk,
                              u"Brindlow Review/To Delete - Review First/Installers"_s);
         item.kind = FileKind::installer;
         item.size = 84'000'000 + i * 1'000;
     }
     for (int i = 0; i < 40; ++i) {
         PlanItem& item = add(
-            u"report final (%1).pdf"_s.arg(i + 1), u"duplicate"_s, u"Brindlow Review/Duplicates - Review First"_s);
+            u"report final (%1).pdf"_s.arg(i + 1), Category::duplicate, u"Brindlow Review/Duplicates - Review First"_s);
         item.size = 1'200'000;
     }
     for (int i = 0; i < 14; ++i) {
         PlanItem& item = add(i < 6 ? u"penwick-draft-%1.docx"_s.arg(i + 1) : u"untitled scan %1.pdf"_s.arg(i),
-                             u"needs-you"_s,
+                             Category::needsYou,
                              u"Brindlow Review/Needs You"_s);
         item.reason = i < 6 ? u"Mentions Penwick, which is no project yet"_s : u"Could be a receipt or a letter"_s;
         if (i < 6)

@@ -4,6 +4,7 @@
 #include "controller/activity.h"
 #include "controller/plan_review.h"
 #include "controller/refresh_run.h"
+#include "model/plan_tab.h"
 #include "panel_header.h"
 #include "stat.h"
 #include "ui/theme/card.h"
@@ -71,8 +72,8 @@ void ReviewReadyPanel::refresh()
     int rename = 0;
     qint64 junkBytes = 0;
     for (const PlanItem& item : m_parts.review.plan()) {
-        const bool junk = item.category == u"junk" || item.category == u"duplicate";
-        organize += !junk && item.category != u"needs-you";
+        const bool junk = item.category.isSetAside();
+        organize += PlanTabs::isOrganized(item);
         rename += item.newName.has_value();
         if (junk)
             junkBytes += item.size;

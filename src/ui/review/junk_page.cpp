@@ -62,7 +62,7 @@ void JunkPage::rebuild()
     m_sections.clear();
     QHash<QString, int> counts;
     for (const PlanItem& item : m_review.plan()) {
-        if (PlanTabs::isSetAside(item))
+        if (item.category.isSetAside())
             ++counts[PlanTabs::junkGroup(item)];
     }
     QStringList groups = counts.keys();

@@ -98,7 +98,7 @@ QList<qint64> JunkSection::groupIds() const
 {
     QList<qint64> ids;
     for (const PlanItem& item : m_review.plan()) {
-        if (PlanTabs::isSetAside(item) && PlanTabs::junkGroup(item) == m_group)
+        if (item.category.isSetAside() && PlanTabs::junkGroup(item) == m_group)
             ids.append(item.id);
     }
     return ids;

@@ -5,7 +5,6 @@
 #include "controller/plan_review.h"
 #include "controller/preferences.h"
 #include "destination_choices.h"
-#include "model/plan_tab.h"
 #include "plan_list_view.h"
 #include "review_filter_model.h"
 #include "review_header.h"
@@ -168,7 +167,7 @@ QList<qint64> NeedsPage::needsIds() const
 {
     QList<qint64> ids;
     for (const PlanItem& item : m_review.plan()) {
-        if (PlanTabs::isUndecided(item))
+        if (item.category.isUndecided())
             ids.append(item.id);
     }
     return ids;
