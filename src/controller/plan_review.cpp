@@ -1,6 +1,7 @@
 #include "plan_review.h"
 
 #include "activity.h"
+#include "model/home_tree.h"
 #include "model/store.h"
 #include "planning/planner.h"
 #include "platform/clock.h"
@@ -313,8 +314,7 @@ int PlanReview::addProject(const QString& typed)
     const QString name = typed.trimmed();
     if (name.isEmpty())
         return 0;
-    const std::optional<QString> folder = Planner::cleanFolderPath(QString(name).replace(u':', u'-').trimmed());
-    if (!folder)
+    if (!Planner::projectFolder(name, FileKind::other))
         return 0;
     const QString key = name.toLower();
     const QList<Project>& projects = m_preferences.profile().projects;
@@ -333,14 +333,14 @@ int PlanReview::addProject(const QString& typed)
             || item.src.fileName().contains(name, Qt::CaseInsensitive);
         if (!belongs)
             continue;
-        item.destFolder = u"Projects/"_s + *folder + u'/' + Planner::kindFolder(item.kind);
+        item.destFolder = *Planner::projectFolder(name, item.kind);
         item.category = Category::forProject(name);
         item.approved = true;
         item.suggestedProject.reset();
         rows.append(row);
     }
     edited(rows);
-    learn({u"(project)"_s, u"user added project"_s, u"Projects/"_s + name});
+    learn({u"(project)"_s, u"user added project"_s, HomeTree::projects() + u'/' + name});
     return int(rows.size());
 }
 

@@ -1,6 +1,7 @@
 #include "refresh_pipeline.h"
 
 #include "common/numbers.h"
+#include "model/home_tree.h"
 #include "scan/scanner.h"
 #include "understanding/classifier.h"
 #include "understanding/claude_api.h"
@@ -86,15 +87,8 @@ ScanOptions scanOptions(const Profile& profile, TidyMode mode, const QString& ho
     }
     if (mode == TidyMode::quick)
         options.since = profile.lastRun;
-    for (const char16_t* name : {u"Projects",
-                                 u"Creator",
-                                 u"Personal",
-                                 u"Work Admin",
-                                 u"Archive",
-                                 u"Brindlow Review",
-                                 u"Quillmere",
-                                 u"Brindlow App"})
-        options.exclude.append(QUrl::fromLocalFile(profile.homeBase + u'/' + QString::fromUtf16(name)));
+    for (const QString& name : HomeTree::excludedFromScan())
+        options.exclude.append(QUrl::fromLocalFile(profile.homeBase + u'/' + name));
     return options;
 }
 

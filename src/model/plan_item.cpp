@@ -1,5 +1,6 @@
 #include "plan_item.h"
 
+#include "home_tree.h"
 #include "json_fields.h"
 
 #include <QHashFunctions>
@@ -12,10 +13,10 @@ QString PlanItem::group() const
     if (pieces.isEmpty())
         return u"Other"_s;
     if (pieces.size() > 1) {
-        if (pieces[0] == u"Projects" || pieces[0] == u"Brindlow Review")
+        if (pieces[0] == HomeTree::projects() || pieces[0] == HomeTree::review())
             return pieces[1];
-        if (pieces[0] == u"Library")
-            return u"Library \u00B7 "_s + pieces[1];
+        if (pieces[0] == HomeTree::library())
+            return HomeTree::library() + u" \u00B7 "_s + pieces[1];
     }
     return pieces[0];
 }

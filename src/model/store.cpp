@@ -1,5 +1,6 @@
 #include "store.h"
 
+#include "home_tree.h"
 #include "platform/file_io.h"
 
 #include <QDir>
@@ -161,7 +162,7 @@ QList<PlanItem> loadPlan()
 
 std::optional<QList<PlanItem>> takeImport(qint64 stamp)
 {
-    const QString path = QDir::homePath() + u"/Documents/Brindlow App/import-plan.json"_s;
+    const QString path = QDir::homePath() + u"/Documents/"_s + HomeTree::appFolder() + u"/import-plan.json"_s;
     const std::optional<QByteArray> bytes = FileIo::readRegular(path, 256 * 1024 * 1024);
     if (!bytes)
         return std::nullopt;

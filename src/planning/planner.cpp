@@ -2,6 +2,7 @@
 
 #include "model/blanks.h"
 #include "model/graphemes.h"
+#include "model/home_tree.h"
 #include "naming.h"
 #include "scan/kinds.h"
 
@@ -15,8 +16,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace Planner {
 
 namespace {
-
-const QString kNeedsYou = u"Brindlow Review/Needs You"_s;
 
 QString lastPiece(const QString& name)
 {
@@ -68,84 +67,6 @@ Decision needsYou(const QString& reason)
 
 } // namespace
 
-QString kindFolder(FileKind kind)
-{
-    switch (kind) {
-        case FileKind::pdf:
-        case FileKind::doc:
-        case FileKind::sheet:
-        case FileKind::slides:
-            return u"Docs"_s;
-        case FileKind::image:
-            return u"Images"_s;
-        case FileKind::video:
-            return u"Video"_s;
-        case FileKind::audio:
-            return u"Audio"_s;
-        case FileKind::design:
-        case FileKind::font:
-            return u"Design"_s;
-        case FileKind::code:
-        case FileKind::project:
-            return u"Code"_s;
-        case FileKind::folder:
-            return u"Folders"_s;
-        default:
-            return u"Other"_s;
-    }
-}
-
-const QStringList& projectSubs()
-{
-    static const QStringList list {
-        u"Images"_s, u"Video"_s, u"Docs"_s, u"Design"_s, u"Audio"_s, u"Brand Assets"_s, u"Code"_s, u"Other"_s};
-    return list;
-}
-
-const QStringList& creatorSubs()
-{
-    static const QStringList list {u"Thumbnails"_s,
-                                   u"Overlays & Branding"_s,
-                                   u"Banners"_s,
-                                   u"Clips & Edits"_s,
-                                   u"Raw Footage"_s,
-                                   u"Audio"_s,
-                                   u"Other"_s};
-    return list;
-}
-
-const QStringList& personalSubs()
-{
-    static const QStringList list {u"Finance & Receipts"_s,
-                                   u"Documents"_s,
-                                   u"Photos"_s,
-                                   u"Health"_s,
-                                   u"Home"_s,
-                                   u"Travel"_s,
-                                   u"Music"_s,
-                                   u"Other"_s};
-    return list;
-}
-
-const QStringList& librarySubs()
-{
-    static const QStringList list {u"Logos & Brand Marks"_s,
-                                   u"Mockups & UI"_s,
-                                   u"Saved Web Pages"_s,
-                                   u"Print & Production"_s,
-                                   u"Reference & Inspiration"_s,
-                                   u"Memes"_s,
-                                   u"Screenshots"_s,
-                                   u"Fonts"_s,
-                                   u"3D & Assets"_s,
-                                   u"Audio"_s,
-                                   u"After Effects Templates"_s,
-                                   u"Design Layers"_s,
-                                   u"Transitions & Presets"_s,
-                                   u"Other"_s};
-    return list;
-}
-
 std::optional<QString> pick(const std::optional<QString>& sub, const QStringList& list)
 {
     if (!sub)
@@ -168,6 +89,15 @@ std::optional<QString> pick(const std::optional<QString>& sub, const QStringList
         return std::nullopt;
     accepted[0] = accepted[0].toUpper();
     return accepted;
+}
+
+std::optional<QString> projectFolder(const QString& name, FileKind kind, const std::optional<QString>& sub)
+{
+    const std::optional<QString> folder = cleanFolderPath(QString(name).replace(u':', u'-').trimmed());
+    if (!folder)
+        return std::nullopt;
+    return HomeTree::projects() + u'/' + *folder + u'/'
+        + pick(sub, HomeTree::projectSubs()).value_or(HomeTree::kindFolder(kind));
 }
 
 std::optional<QString> cleanFolderPath(const QString& path)
@@ -197,25 +127,30 @@ Destination projectDestination(const Decision& decision, const ScannedItem& item
 {
     const Project* project = knownProject(decision.category.projectName(), profile.projects);
     if (!project)
-        return {kNeedsYou, std::nullopt};
-    const std::optional<QString> folder = cleanFolderPath(project->folderPath());
+        return {HomeTree::needsYou(), std::nullopt};
+    const std::optional<QString> folder = projectFolder(project->folderPath(), item.kind, decision.sub);
     if (!folder) {
-        return {kNeedsYou,
+        return {HomeTree::needsYou(),
                 u"The project name \u201C"_s + project->displayName()
                     + u"\u201D can't be used as a folder name, so this one is yours to place"_s};
     }
-    return {u"Projects/"_s + *folder + u'/' + pick(decision.sub, projectSubs()).value_or(kindFolder(item.kind)),
-            std::nullopt};
+    return {*folder, std::nullopt};
+}
+
+// A category's folder and the sub-folder the decision names from its list, or "Other".
+Destination inCategory(const QString& folder, const Decision& decision, const QStringList& subs)
+{
+    return {folder + u'/' + pick(decision.sub, subs).value_or(HomeTree::other()), std::nullopt};
 }
 
 Destination junkDestination(const Decision& decision)
 {
-    const QString junkRoot = u"Brindlow Review/To Delete - Review First/"_s;
+    const QString junkRoot = HomeTree::toDelete() + u'/';
     if (!decision.sub)
-        return {junkRoot + u"Screenshots & images"_s, std::nullopt};
+        return {junkRoot + HomeTree::screenshotsAndImages(), std::nullopt};
     const std::optional<QString> folder = Naming::folderName(*decision.sub);
     if (!folder)
-        return {kNeedsYou,
+        return {HomeTree::needsYou(),
                 u"The folder suggested for it can't be used as a folder name, so this one is yours to place"_s};
     return {junkRoot + *folder, std::nullopt};
 }
@@ -226,26 +161,25 @@ Destination resolve(const Decision& decision, const ScannedItem& item, const Pro
         case Category::project:
             return projectDestination(decision, item, profile);
         case Category::creator:
-            return {u"Creator/"_s + pick(decision.sub, creatorSubs()).value_or(u"Other"_s), std::nullopt};
+            return inCategory(HomeTree::creator(), decision, HomeTree::creatorSubs());
         case Category::personal:
-            return {u"Personal/"_s + pick(decision.sub, personalSubs()).value_or(u"Other"_s), std::nullopt};
+            return inCategory(HomeTree::personal(), decision, HomeTree::personalSubs());
         case Category::library:
-            return {u"Library/"_s + pick(decision.sub, librarySubs()).value_or(u"Other"_s), std::nullopt};
+            return inCategory(HomeTree::library(), decision, HomeTree::librarySubs());
         case Category::admin:
-            return {u"Work Admin"_s, std::nullopt};
+            return {HomeTree::workAdmin(), std::nullopt};
         case Category::archive:
-            return {u"Archive/"_s + QString::number(item.modified.toLocalTime().date().year()).rightJustified(4, u'0'),
-                    std::nullopt};
+            return {HomeTree::archiveOf(item.modified.toLocalTime().date().year()), std::nullopt};
         case Category::junk:
             return junkDestination(decision);
         case Category::duplicate:
-            return {u"Brindlow Review/Duplicates - Review First"_s, std::nullopt};
+            return {HomeTree::duplicates(), std::nullopt};
         case Category::needsYou:
         case Category::user:
         case Category::unknown:
             break;
     }
-    return {kNeedsYou, std::nullopt};
+    return {HomeTree::needsYou(), std::nullopt};
 }
 
 } // namespace
@@ -290,7 +224,7 @@ QList<PlanItem> plan(const QList<ScannedItem>& items, const Decisions& decisions
         }
         const Destination where = resolve(decision, *item, profile);
         const QString& folder = where.folder;
-        if (folder == kNeedsYou)
+        if (folder == HomeTree::needsYou())
             decision.category = Category::needsYou;
         if (where.problem) {
             decision.confidence = Confidence::low;

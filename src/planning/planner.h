@@ -14,14 +14,6 @@
 // is approved by default, its new name and a project it hints at.
 namespace Planner {
 
-const QStringList& projectSubs();
-const QStringList& creatorSubs();
-const QStringList& personalSubs();
-const QStringList& librarySubs();
-
-// The sub-folder of a project for an item of this kind ("Images", "Docs", "Folders", ...).
-QString kindFolder(FileKind kind);
-
 // One plan item per item that moves or gets a new name, ordered by destination, then file name.
 QList<PlanItem> plan(const QList<ScannedItem>& items, const Decisions& decisions, const Profile& profile);
 
@@ -31,6 +23,12 @@ QString destination(const Decision& decision, const ScannedItem& item, const Pro
 // The sub-folder for a decision's `sub` within a fixed list: the list's own spelling when it is
 // one of them, otherwise a short new name the model proposed, or nothing.
 std::optional<QString> pick(const std::optional<QString>& sub, const QStringList& list);
+
+// Where a project's items go: "Projects/", the folder made of its name (":" written "-"), and
+// the decision's sub-folder when it is one of the list or a short new name, else the one for
+// the item's kind. Nothing when the name makes no usable folder.
+std::optional<QString>
+projectFolder(const QString& name, FileKind kind, const std::optional<QString>& sub = std::nullopt);
 
 // A "/"-separated folder path from a reply, a project's name or a person, each piece made one
 // clean folder name. Nothing when a piece is unusable ("..", only dots or control characters)

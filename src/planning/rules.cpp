@@ -1,5 +1,6 @@
 #include "rules.h"
 
+#include "model/home_tree.h"
 #include "scan/kinds.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -33,13 +34,13 @@ std::optional<Decision> junkDecision(const ScannedItem& item, bool keepInstaller
     if (Kinds::hardProtected().contains(item.kind))
         return std::nullopt;
     if (hints.contains(JunkHint::partialDownload))
-        return junk(u"Unfinished downloads"_s, u"Leftover from a download that never finished"_s);
+        return junk(HomeTree::unfinishedDownloads(), u"Leftover from a download that never finished"_s);
     if (hints.contains(JunkHint::emptyFile))
-        return junk(u"Empty files"_s, u"Empty file"_s);
+        return junk(HomeTree::emptyFiles(), u"Empty file"_s);
     if (hints.contains(JunkHint::installer) && !keepInstallers)
-        return junk(u"Installers"_s, u"App installer"_s);
+        return junk(HomeTree::installers(), u"App installer"_s);
     if (hints.contains(JunkHint::alreadyExtractedArchive))
-        return junk(u"Already unzipped"_s, u"Its unzipped folder is right next to it"_s);
+        return junk(HomeTree::alreadyUnzipped(), u"Its unzipped folder is right next to it"_s);
     return std::nullopt;
 }
 

@@ -4,6 +4,7 @@
 #include "enrichment.h"
 #include "enrichment_cache.h"
 #include "kinds.h"
+#include "model/home_tree.h"
 #include "model/store.h"
 #include "platform/unique_fd.h"
 
@@ -253,13 +254,11 @@ const QSet<QString>& appFolderNames()
                                               u"Virtual Machines",
                                               u"VirtualBox VMs",
                                               u"Docker",
-                                              u"Brindlow App",
-                                              u"Quillmere",
-                                              u"Brindlow Review",
                                               u"TV",
                                               u"Music",
                                               u"Lightroom",
-                                              u"Photo Booth Library"});
+                                              u"Photo Booth Library"})
+        + QSet<QString>(HomeTree::ownFolders().cbegin(), HomeTree::ownFolders().cend());
     return names;
 }
 

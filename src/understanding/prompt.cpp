@@ -2,8 +2,8 @@
 
 #include "model/blanks.h"
 #include "model/graphemes.h"
+#include "model/home_tree.h"
 #include "model/store.h"
-#include "planning/planner.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -45,9 +45,9 @@ const char16_t* const kCategories
       u"sub (folder inside the category):\n"
       u"- project: ";
 
+// Follows the junk folder's name in the list of sub-folders.
 const char16_t* const kRules
-    = u"\n- junk: Screenshots & images\n"
-      u"- otherwise null\n"
+    = u"\n- otherwise null\n"
       u"If none of these sub folders fits well, you may name a new one in 2-4 plain words (e.g. \"After Effects "
       u"Templates\", \"Merch\", \"Event Footage\").\n"
       u"Files that clearly go together (same art style, same mascot, same event, same download batch) should end up "
@@ -117,10 +117,10 @@ QString lessonsText()
 QString system(const Profile& profile)
 {
     return QString::fromUtf16(kIntro) + projectLines(profile) + QString::fromUtf16(kCategories)
-        + Planner::projectSubs().join(u" | "_s) + u"\n- creator: "_s + Planner::creatorSubs().join(u" | "_s)
-        + u"\n- personal: "_s + Planner::personalSubs().join(u" | "_s) + u"\n- library: "_s
-        + Planner::librarySubs().join(u" | "_s) + QString::fromUtf16(kRules) + lessonsText()
-        + QString::fromUtf16(kReplyFormat);
+        + HomeTree::projectSubs().join(u" | "_s) + u"\n- creator: "_s + HomeTree::creatorSubs().join(u" | "_s)
+        + u"\n- personal: "_s + HomeTree::personalSubs().join(u" | "_s) + u"\n- library: "_s
+        + HomeTree::librarySubs().join(u" | "_s) + u"\n- junk: "_s + HomeTree::screenshotsAndImages()
+        + QString::fromUtf16(kRules) + lessonsText() + QString::fromUtf16(kReplyFormat);
 }
 
 QString describe(const ScannedItem& item)

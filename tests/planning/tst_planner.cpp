@@ -93,6 +93,39 @@ private Q_SLOTS:
             folder);
     }
 
+    // The rule the planner files a project's items by, and the one the review files them by when
+    // the person names a project: a typed name, ":" and all, or a known project's folder path.
+    void projectFolders_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<FileKind>("kind");
+        QTest::addColumn<QString>("sub");
+        QTest::addColumn<QString>("folder"); // empty: no usable folder
+        QTest::newRow("by kind") << u"Quorrel"_s << FileKind::image << QString() << u"Projects/Quorrel/Images"_s;
+        QTest::newRow("typed with a colon")
+            << u" Acme: Ads "_s << FileKind::pdf << QString() << u"Projects/Acme- Ads/Docs"_s;
+        QTest::newRow("nested") << u"Clients/Quorrel"_s << FileKind::folder << QString()
+                                << u"Projects/Clients/Quorrel/Folders"_s;
+        QTest::newRow("list sub-folder") << u"KSTL"_s << FileKind::image << u"brand assets"_s
+                                         << u"Projects/KSTL/Brand Assets"_s;
+        QTest::newRow("new sub-folder") << u"KSTL"_s << FileKind::image << u"Launch Teasers"_s
+                                        << u"Projects/KSTL/Launch Teasers"_s;
+        QTest::newRow("unusable sub-folder")
+            << u"KSTL"_s << FileKind::audio << u"one two three four five"_s << u"Projects/KSTL/Audio"_s;
+        QTest::newRow("only a slash") << u" / "_s << FileKind::image << QString() << QString();
+        QTest::newRow("climbs out") << u"../.."_s << FileKind::image << QString() << QString();
+    }
+
+    void projectFolders()
+    {
+        QFETCH(QString, name);
+        QFETCH(FileKind, kind);
+        QFETCH(QString, sub);
+        QFETCH(QString, folder);
+        const std::optional<QString> optionalSub = sub.isNull() ? std::nullopt : std::optional(sub);
+        QCOMPARE(Planner::projectFolder(name, kind, optionalSub).value_or(QString()), folder);
+    }
+
     void hostileFolderNames_data()
     {
         QTest::addColumn<QString>("category");

@@ -4,6 +4,7 @@
 #include "controller/activity.h"
 #include "controller/moves.h"
 #include "controller/preferences.h"
+#include "model/home_tree.h"
 #include "panel_icons.h"
 #include "stat.h"
 #include "ui/theme/card.h"
@@ -50,12 +51,12 @@ DonePanel::DonePanel(const ControllerParts& parts, QWidget* parent)
 
     m_needsYou = link(QString(), this);
     m_needsYou->setObjectName(u"needsYouLink"_s);
-    connect(m_needsYou, &QPushButton::clicked, this, [this] { Q_EMIT folderRequested(reviewFolder(u"Needs You"_s)); });
+    connect(
+        m_needsYou, &QPushButton::clicked, this, [this] { Q_EMIT folderRequested(inHomeBase(HomeTree::needsYou())); });
     m_clearOut = link(QString(), this);
     m_clearOut->setObjectName(u"clearOutLink"_s);
-    connect(m_clearOut, &QPushButton::clicked, this, [this] {
-        Q_EMIT folderRequested(reviewFolder(u"To Delete - Review First"_s));
-    });
+    connect(
+        m_clearOut, &QPushButton::clicked, this, [this] { Q_EMIT folderRequested(inHomeBase(HomeTree::toDelete())); });
 
     QLayout* footer = buildFooter();
 
@@ -80,9 +81,9 @@ DonePanel::DonePanel(const ControllerParts& parts, QWidget* parent)
     refresh();
 }
 
-QString DonePanel::reviewFolder(const QString& name) const
+QString DonePanel::inHomeBase(const QString& folder) const
 {
-    return m_parts.preferences.profile().homeBase + u"/Brindlow Review/"_s + name;
+    return m_parts.preferences.profile().homeBase + u'/' + folder;
 }
 
 void DonePanel::refresh()

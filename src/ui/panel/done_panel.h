@@ -28,7 +28,7 @@ private:
     QLabel* buildHeading();
     Card* buildStats();
     QLayout* buildFooter();
-    QString reviewFolder(const QString& name) const;
+    QString inHomeBase(const QString& folder) const;
 
     ControllerParts m_parts;
     QLabel* m_line;

@@ -2,6 +2,7 @@
 
 #include "controller/moves.h"
 #include "controller/preferences.h"
+#include "model/home_tree.h"
 #include "recap_view.h"
 
 #include <QCursor>
@@ -29,7 +30,7 @@ RecapWindow::RecapWindow(Preferences& preferences, Moves& moves, QWidget* parent
     connect(m_view, &RecapView::doneRequested, this, &QWidget::close);
     connect(m_view, &RecapView::homeFolderRequested, this, [this] { m_open(m_preferences.profile().homeBase); });
     connect(m_view, &RecapView::reviewFolderRequested, this, [this] {
-        m_open(m_preferences.profile().homeBase + u"/Brindlow Review"_s);
+        m_open(m_preferences.profile().homeBase + u'/' + HomeTree::review());
     });
 }
 

@@ -1,14 +1,12 @@
 #include "destination_choices.h"
 
 #include "controller/preferences.h"
+#include "model/home_tree.h"
 
 #include <QDir>
 #include <QtConcurrent>
 
 using namespace Qt::Literals::StringLiterals;
-
-const QString DestinationChoices::kNeedsYouFolder = u"Brindlow Review/Needs You"_s;
-const QString DestinationChoices::kArchiveFolder = u"Archive"_s;
 
 namespace {
 
@@ -19,7 +17,8 @@ QStringList topFolders(const QString& homeBase)
     QStringList names = QDir(homeBase).entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::NoSymLinks, QDir::Name);
     // Offered already, or ours to manage.
     names.removeIf([](const QString& name) {
-        return name == u"Projects" || name == u"Archive" || name == u"Brindlow Review" || name.startsWith(u'.');
+        return name == HomeTree::projects() || name == HomeTree::archive() || name == HomeTree::review()
+            || name.startsWith(u'.');
     });
     return names;
 }
@@ -54,11 +53,11 @@ void DestinationChoices::refresh()
 QList<DestinationChoices::Choice> DestinationChoices::choices() const
 {
     QList<Choice> list {{tr("Leave where it is"), std::nullopt, false},
-                        {tr("Needs You folder"), kNeedsYouFolder, false},
-                        {tr("Archive"), kArchiveFolder, false}};
+                        {tr("Needs You folder"), HomeTree::needsYou(), false},
+                        {tr("Archive"), HomeTree::archive(), false}};
     bool first = true;
     for (const Project& project : m_preferences.profile().projects) {
-        list.append({project.displayName(), u"Projects/"_s + project.folderPath(), first});
+        list.append({project.displayName(), HomeTree::projects() + u'/' + project.folderPath(), first});
         first = false;
     }
     first = true;

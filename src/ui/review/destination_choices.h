@@ -23,9 +23,6 @@ public:
         bool startsSection = false;
     };
 
-    static const QString kNeedsYouFolder;
-    static const QString kArchiveFolder;
-
     explicit DestinationChoices(Preferences& preferences, QObject* parent = nullptr);
 
     QList<Choice> choices() const;

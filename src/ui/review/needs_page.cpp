@@ -5,6 +5,7 @@
 #include "controller/plan_review.h"
 #include "controller/preferences.h"
 #include "destination_choices.h"
+#include "model/home_tree.h"
 #include "plan_list_view.h"
 #include "review_filter_model.h"
 #include "review_header.h"
@@ -109,7 +110,7 @@ QLayout* NeedsPage::buildBulkChoices()
     needsFolder->setAccessibleName(needsFolder->text());
     connect(leaveAll, &QPushButton::clicked, this, [this] { m_review.setDestination(needsIds(), std::nullopt); });
     connect(needsFolder, &QPushButton::clicked, this, [this] {
-        m_review.setDestination(needsIds(), DestinationChoices::kNeedsYouFolder);
+        m_review.setDestination(needsIds(), HomeTree::needsYou());
     });
     auto* bulk = new QHBoxLayout;
     bulk->setSpacing(8);

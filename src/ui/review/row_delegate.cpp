@@ -2,6 +2,7 @@
 
 #include "common/numbers.h"
 #include "controller/plan_model.h"
+#include "model/home_tree.h"
 #include "ui/theme/theme.h"
 
 #include <QApplication>
@@ -115,9 +116,9 @@ QString RowDelegate::choiceText(const QModelIndex& index)
     if (!index.data(PlanModel::ApprovedRole).toBool())
         return tr("Leave where it is");
     const QString destination = index.data(PlanModel::DestinationRole).toString();
-    if (destination == u"Brindlow Review/Needs You")
+    if (destination == HomeTree::needsYou())
         return tr("Needs You folder");
-    if (destination == u"Archive")
+    if (destination == HomeTree::archive())
         return tr("Archive");
     return destination;
 }
