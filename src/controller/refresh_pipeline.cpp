@@ -2,6 +2,8 @@
 
 #include "common/numbers.h"
 #include "model/home_tree.h"
+#include "planning/planner.h"
+#include "planning/rules.h"
 #include "scan/scanner.h"
 #include "understanding/classifier.h"
 #include "understanding/claude_api.h"
@@ -75,6 +77,31 @@ Profile learnProjects(const Request& request, const QList<ScannedItem>& items, c
     return current;
 }
 
+QList<ScannedItem> scan(const Request& request, const Reports& reports)
+{
+    return Scanner::run(
+        request.scan,
+        [&reports](int found) {
+            reports.status(text(QT_TRANSLATE_NOOP("RefreshPipeline", "Found %1 files")).arg(number(found)), true);
+        },
+        request.cancellation.get());
+}
+
+void announce(int count, const Reports& reports)
+{
+    reports.status(count > 0 ? text(QT_TRANSLATE_NOOP("RefreshPipeline", "Looking at %1 files")).arg(number(count))
+                             : text(QT_TRANSLATE_NOOP("RefreshPipeline", "Nothing new to sort")),
+                   false);
+}
+
+Classifier classifierFor(const Request& request, const Profile& profile)
+{
+    Classifier classifier(request.apiKey, profile);
+    classifier.setClock(request.clock);
+    classifier.setCancellation(request.cancellation);
+    return classifier;
+}
+
 } // namespace
 
 ScanOptions scanOptions(const Profile& profile, TidyMode mode, const QString& home)
@@ -115,41 +142,36 @@ Outcome run(const Request& request, const Reports& reports)
         outcome.connectionFailed = true;
         return outcome;
     }
-
-    QList<ScannedItem> items = Scanner::run(
-        request.scan,
-        [&reports](int found) {
-            reports.status(text(QT_TRANSLATE_NOOP("RefreshPipeline", "Found %1 files")).arg(number(found)), true);
-        },
-        request.cancellation.get());
+    QList<ScannedItem> items = scan(request, reports);
     if (cancelled(request)) {
         outcome.cancelled = true;
         return outcome;
     }
     outcome.scanned = int(items.size());
     outcome.capNotice = capToNewest(items);
-    const int count = int(items.size());
-    outcome.classified = count;
-    reports.total(count);
-
-    const Profile current = learnProjects(request, items, reports);
+    outcome.classified = int(items.size());
+    reports.total(outcome.classified);
+    const Profile profile = learnProjects(request, items, reports);
     if (cancelled(request)) {
         outcome.cancelled = true;
         return outcome;
     }
-    reports.status(count > 0 ? text(QT_TRANSLATE_NOOP("RefreshPipeline", "Looking at %1 files")).arg(number(count))
-                             : text(QT_TRANSLATE_NOOP("RefreshPipeline", "Nothing new to sort")),
-                   false);
+    announce(outcome.classified, reports);
 
-    Classifier classifier(request.apiKey, current);
-    classifier.setClock(request.clock);
-    classifier.setCancellation(request.cancellation);
-    auto classified = classifier.buildPlan(items, request.mode, reports.progress);
-    outcome.cancelled = cancelled(request);
-    if (const APIError* error = std::get_if<APIError>(&classified))
+    const Rules::Triage ruled = Rules::triage(items, profile, request.mode);
+    const Classifier classifier = classifierFor(request, profile);
+    const auto progress = [&reports, total = outcome.classified](int decided) { reports.progress(decided, total); };
+    Classifier::Outcome<Decisions> answered = classifier.firstPass(ruled.toAsk, ruled.decisions, progress);
+    if (const APIError* error = std::get_if<APIError>(&answered)) {
+        outcome.cancelled = cancelled(request);
         outcome.failure = *error;
-    else
-        outcome.plan = std::move(std::get<QList<PlanItem>>(classified));
+        return outcome;
+    }
+    Decisions decisions = std::get<Decisions>(std::move(answered));
+    if (request.mode != TidyMode::junkOnly)
+        decisions = classifier.secondLook(items, std::move(decisions));
+    outcome.plan = Planner::plan(items, decisions, profile);
+    outcome.cancelled = cancelled(request);
     return outcome;
 }
 

@@ -8,7 +8,6 @@
 #include "understanding/api_error.h"
 
 #include <QList>
-#include <QMap>
 #include <QString>
 
 #include <functional>
@@ -16,7 +15,8 @@
 
 class Clock;
 
-// The background half of a refresh: connection check, scan, cap, learning projects, classifying.
+// The background half of a refresh: connection check, scan, cap, learning projects, the rules,
+// the model's first pass and second look, and the plan.
 // Runs on a worker thread; everything it has to say to the controller goes through `Reports`.
 namespace RefreshPipeline {
 
@@ -38,7 +38,7 @@ struct Reports
     std::function<void(int total)> total;
     // New projects the refresh learned, with the status that names them.
     std::function<void(const QList<Project>& added, const QString& status)> learned;
-    std::function<void(int decided, int total, const QMap<QString, int>& counts)> progress;
+    std::function<void(int decided, int total)> progress;
 };
 
 struct Outcome

@@ -147,9 +147,8 @@ RefreshPipeline::Reports RefreshRun::reportsToThisThread()
             run.m_activity.setStatus(status, true);
         });
     };
-    reports.progress = [post](int decided, int total, const QMap<QString, int>&) {
-        post([=](RefreshRun& run) { run.setProgress(decided, total); });
-    };
+    reports.progress
+        = [post](int decided, int total) { post([=](RefreshRun& run) { run.setProgress(decided, total); }); };
     return reports;
 }
 

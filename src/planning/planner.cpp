@@ -182,6 +182,28 @@ Destination resolve(const Decision& decision, const ScannedItem& item, const Pro
     return {HomeTree::needsYou(), std::nullopt};
 }
 
+PlanItem planned(const ScannedItem& item,
+                 const Decision& decision,
+                 const QString& folder,
+                 const std::optional<QString>& newName,
+                 const Profile& profile)
+{
+    PlanItem result;
+    result.id = item.id;
+    result.src = item.url;
+    result.destFolder = folder;
+    result.category = decision.category;
+    result.confidence = decision.confidence;
+    result.reason = decision.reason;
+    result.newName = newName;
+    result.kind = item.kind;
+    result.size = item.size;
+    result.approved = decision.category != Category::needsYou;
+    result.renameApproved = true;
+    result.suggestedProject = hint(decision.projectHint, profile);
+    return result;
+}
+
 } // namespace
 
 QString destination(const Decision& decision, const ScannedItem& item, const Profile& profile)
@@ -242,20 +264,7 @@ QList<PlanItem> plan(const QList<ScannedItem>& items, const Decisions& decisions
         if (QDir::cleanPath(QFileInfo(source).path()) == target && !newName)
             continue;
 
-        PlanItem planned;
-        planned.id = item->id;
-        planned.src = item->url;
-        planned.destFolder = folder;
-        planned.category = decision.category;
-        planned.confidence = decision.confidence;
-        planned.reason = decision.reason;
-        planned.newName = newName;
-        planned.kind = item->kind;
-        planned.size = item->size;
-        planned.approved = decision.category != Category::needsYou;
-        planned.renameApproved = true;
-        planned.suggestedProject = hint(decision.projectHint, profile);
-        result.append(planned);
+        result.append(planned(*item, decision, folder, newName, profile));
     }
     std::sort(result.begin(), result.end(), [](const PlanItem& a, const PlanItem& b) {
         if (a.destFolder != b.destFolder)

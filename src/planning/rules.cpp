@@ -1,6 +1,7 @@
 #include "rules.h"
 
 #include "model/home_tree.h"
+#include "naming.h"
 #include "scan/kinds.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -65,6 +66,33 @@ std::optional<Decision> keywordDecision(const ScannedItem& item, const QList<Pro
     const QString reason = inName ? u"Matched "_s + matched->displayName() + u" in its name or folder"_s
                                   : u"Mentions "_s + matched->displayName() + u" in its text"_s;
     return ruled(Category::forProject(matched->name), std::nullopt, reason, Provenance::keywordRule);
+}
+
+Triage triage(const QList<ScannedItem>& items, const Profile& profile, TidyMode mode)
+{
+    Triage result;
+    for (const ScannedItem& item : items) {
+        if (const std::optional<Decision> junk = junkDecision(item, profile.keepInstallers)) {
+            result.decisions.insert(item.id, *junk);
+            continue;
+        }
+        if (mode == TidyMode::junkOnly) {
+            if (item.kind == FileKind::image
+                && (item.junkHints.contains(JunkHint::screenshotName) || item.junkHints.contains(JunkHint::tinyImage)))
+                result.toAsk.append(item);
+            continue;
+        }
+        if (const std::optional<Decision> keyword = keywordDecision(item, profile.projects)) {
+            result.decisions.insert(item.id, *keyword);
+            if (profile.renameFiles && !item.isDir && Naming::isMeaningless(item.name))
+                result.toAsk.append(item);
+            continue;
+        }
+        if (item.isDir && item.kind != FileKind::folder)
+            continue;
+        result.toAsk.append(item);
+    }
+    return result;
 }
 
 } // namespace Rules

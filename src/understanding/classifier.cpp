@@ -2,9 +2,6 @@
 
 #include "claude_api.h"
 #include "contact_sheet.h"
-#include "planning/naming.h"
-#include "planning/planner.h"
-#include "planning/rules.h"
 #include "prompt.h"
 
 #include <QFileInfo>
@@ -84,30 +81,6 @@ void Classifier::setCancellation(CancellationPtr cancellation)
 QString Classifier::model() const
 {
     return m_modelOverride.value_or(m_profile.model);
-}
-
-QString Classifier::groupLabel(const QString& category)
-{
-    if (category.startsWith(u"project:"))
-        return category.mid(8);
-    if (category == u"junk" || category == u"duplicate")
-        return u"To clear out"_s;
-    if (category == u"needs-you")
-        return u"Needs You"_s;
-    QStringList words = category.split(u' ');
-    for (QString& word : words) {
-        if (!word.isEmpty())
-            word = word.left(1).toUpper() + word.mid(1).toLower();
-    }
-    return words.join(u' ');
-}
-
-QMap<QString, int> Classifier::tally(const Decisions& decisions)
-{
-    QMap<QString, int> counts;
-    for (const Decision& decision : decisions)
-        ++counts[groupLabel(decision.category.text())];
-    return counts;
 }
 
 Classifier::Decisions
@@ -244,34 +217,14 @@ Classifier::Outcome<Classifier::Decisions> Classifier::decideAll(const QList<Sca
     return decisions;
 }
 
-Classifier::Outcome<QList<PlanItem>>
-Classifier::buildPlan(const QList<ScannedItem>& items, TidyMode mode, const Progress& progress) const
+Classifier::Outcome<Classifier::Decisions>
+Classifier::firstPass(const QList<ScannedItem>& toAsk, Decisions decided, const Progress& progress) const
 {
-    Decisions decisions;
     QList<ScannedItem> text;
     QList<ScannedItem> visual;
-    for (const ScannedItem& item : items) {
-        if (const std::optional<Decision> junk = Rules::junkDecision(item, m_profile.keepInstallers)) {
-            decisions.insert(item.id, *junk);
-            continue;
-        }
-        if (mode == TidyMode::junkOnly) {
-            if (item.kind == FileKind::image
-                && (item.junkHints.contains(JunkHint::screenshotName) || item.junkHints.contains(JunkHint::tinyImage)))
-                visual.append(item);
-            continue;
-        }
-        QList<ScannedItem>& list = isVisual(item) ? visual : text;
-        if (const std::optional<Decision> keyword = Rules::keywordDecision(item, m_profile.projects)) {
-            decisions.insert(item.id, *keyword);
-            if (m_profile.renameFiles && !item.isDir && Naming::isMeaningless(item.name))
-                list.append(item);
-            continue;
-        }
-        if (item.isDir && item.kind != FileKind::folder)
-            continue;
-        list.append(item);
-    }
+    for (const ScannedItem& item : toAsk)
+        (isVisual(item) ? visual : text).append(item);
+    // Neighbours in a folder and in time are most alike, so each batch shows the model a family.
     const auto byFolderThenAge = [](const ScannedItem& a, const ScannedItem& b) {
         const QString aFolder = QFileInfo(a.url.toLocalFile()).path();
         const QString bFolder = QFileInfo(b.url.toLocalFile()).path();
@@ -281,51 +234,54 @@ Classifier::buildPlan(const QList<ScannedItem>& items, TidyMode mode, const Prog
     std::stable_sort(visual.begin(), visual.end(), byFolderThenAge);
     const QList<Job> jobs = cut(text, kTextJob, false) + cut(visual, kVisualJob, true);
 
-    const int total = int(items.size());
     if (progress)
-        progress(int(decisions.size()), total, tally(decisions));
+        progress(int(decided.size()));
     const std::optional<APIError> failure = runJobs(jobs, kInFlight, [&](const Decisions& found) {
         for (auto it = found.cbegin(); it != found.cend(); ++it) {
-            const auto stored = decisions.find(it.key());
             // A project the rules found by name stands; the model only names the file.
-            if (stored != decisions.end() && stored->provenance == Provenance::keywordRule) {
+            const auto stored = decided.find(it.key());
+            if (stored != decided.end() && stored->provenance == Provenance::keywordRule)
                 stored->newName = it->newName;
-            } else {
-                decisions.insert(it.key(), *it);
-            }
+            else
+                decided.insert(it.key(), *it);
         }
         if (progress)
-            progress(int(decisions.size()), total, tally(decisions));
+            progress(int(decided.size()));
     });
     if (failure)
         return *failure;
+    return decided;
+}
 
-    if (mode != TidyMode::junkOnly && !model().contains(u"opus"_s)) {
-        QList<ScannedItem> unsure;
-        for (const ScannedItem& item : items) {
-            const auto decision = decisions.constFind(item.id);
-            if (decision != decisions.cend()
-                && (decision->category == Category::needsYou || decision->confidence == Confidence::low))
-                unsure.append(item);
-            if (unsure.size() == kSecondPassMost)
-                break;
-        }
-        if (!unsure.isEmpty()) {
-            Classifier stronger = *this;
-            stronger.m_modelOverride = kSecondPassModel;
-            const Outcome<Decisions> second = stronger.decideAll(unsure);
-            if (const Decisions* found = std::get_if<Decisions>(&second)) {
-                for (auto it = found->cbegin(); it != found->cend(); ++it) {
-                    // Left out again: the first answer is all there is.
-                    if (it->provenance == Provenance::unanswered)
-                        continue;
-                    Decision decision = *it;
-                    if (decision.provenance == Provenance::model)
-                        decision.provenance = Provenance::secondLook;
-                    decisions.insert(it.key(), decision);
-                }
-            }
-        }
+Classifier::Decisions Classifier::secondLook(const QList<ScannedItem>& items, Decisions decided) const
+{
+    if (model().contains(u"opus"_s))
+        return decided;
+    QList<ScannedItem> unsure;
+    for (const ScannedItem& item : items) {
+        if (unsure.size() == kSecondPassMost)
+            break;
+        const auto decision = decided.constFind(item.id);
+        if (decision != decided.cend()
+            && (decision->category == Category::needsYou || decision->confidence == Confidence::low))
+            unsure.append(item);
     }
-    return Planner::plan(items, decisions, m_profile);
+    if (unsure.isEmpty())
+        return decided;
+    Classifier stronger = *this;
+    stronger.m_modelOverride = kSecondPassModel;
+    const Outcome<Decisions> second = stronger.decideAll(unsure);
+    const Decisions* found = std::get_if<Decisions>(&second);
+    if (!found)
+        return decided;
+    for (auto it = found->cbegin(); it != found->cend(); ++it) {
+        // Left out again: the first answer is all there is.
+        if (it->provenance == Provenance::unanswered)
+            continue;
+        Decision decision = *it;
+        if (decision.provenance == Provenance::model)
+            decision.provenance = Provenance::secondLook;
+        decided.insert(it.key(), decision);
+    }
+    return decided;
 }

@@ -2,30 +2,28 @@
 
 #include "api_error.h"
 #include "model/decision.h"
-#include "model/plan_item.h"
 #include "model/profile.h"
 #include "model/scanned_item.h"
-#include "model/tidy_mode.h"
 #include "platform/cancellation.h"
 #include "platform/clock.h"
 
 #include <QHash>
 #include <QJsonObject>
-#include <QMap>
 
 #include <functional>
 #include <optional>
 #include <variant>
 
-// Turns a refresh's items into a plan: rules first, then the model in batches (text lines, or
-// contact sheets for images and videos), several at once, then a second look by a stronger
-// model at what the first pass was unsure of. A failed batch only sends its items to the person;
-// a fatal error stops everything before anything is planned.
+// Asks the model about a refresh's items in batches (text lines, or contact sheets for images and
+// videos), several at once, then has a stronger model take a second look at what the first pass
+// was unsure of. A failed batch only leaves its items to the person; a fatal error stops
+// everything before anything is planned.
 class Classifier
 {
 public:
     using Decisions = ::Decisions;
-    using Progress = std::function<void(int decided, int total, const QMap<QString, int>& counts)>;
+    // How many items are decided so far, rules' decisions included.
+    using Progress = std::function<void(int decided)>;
     template <typename T>
     using Outcome = std::variant<T, APIError>;
 
@@ -40,9 +38,16 @@ public:
     void setClock(const Clock* clock);
     void setCancellation(CancellationPtr cancellation);
 
-    // The plan for `items`. `progress` is called on the calling thread.
-    Outcome<QList<PlanItem>>
-    buildPlan(const QList<ScannedItem>& items, TidyMode mode, const Progress& progress = {}) const;
+    // Asks about `toAsk` and merges the answers into `decided`, the rules' decisions: a project the
+    // rules found by name keeps its place and takes only the model's new name. `progress` is
+    // called on the calling thread.
+    Outcome<Decisions>
+    firstPass(const QList<ScannedItem>& toAsk, Decisions decided, const Progress& progress = {}) const;
+    // Asks a stronger model once more about the items `decided` leaves to the person or is unsure
+    // of. Its answers replace the first ones, those of a failed batch too, except where it left an
+    // item out; a fatal error leaves every first answer. Nothing is asked when this model is the
+    // stronger one.
+    Decisions secondLook(const QList<ScannedItem>& items, Decisions decided) const;
     Outcome<Decisions> decideAll(const QList<ScannedItem>& items) const;
     Outcome<Decisions> run(const Job& job) const;
     // The request content of a job: its text lines, or its contact sheet and listing; nothing
@@ -52,9 +57,6 @@ public:
 
     // Every item left to the person with `reason`.
     static Decisions fallback(const QList<ScannedItem>& items, const QString& reason, Provenance provenance);
-    // Live counts by review heading: a project's name, "To clear out", "Needs You", "Library", ...
-    static QMap<QString, int> tally(const Decisions& decisions);
-    static QString groupLabel(const QString& category);
 
     QString model() const;
 

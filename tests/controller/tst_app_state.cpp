@@ -123,6 +123,41 @@ private Q_SLOTS:
         QCOMPARE(state->preferences().profile().lastRun, f.clock.now());
     }
 
+    // The model's first pass, then the second look at what it left to the person, except when
+    // only junk is wanted: nothing there is worth a stronger model's time.
+    void stepsOfARefresh()
+    {
+        Fixture f;
+        FileFactory::png(f.home.path() + u"/Desktop/Screenshot 1.png"_s, 300, 200);
+        FileFactory::write(f.home.path() + u"/Desktop/notes.txt"_s, "notes");
+        f.server.setHandler(FakeClaudeServer::sorting([](qint64) {
+            return QJsonObject {{"category"_L1, u"needs-you"_s}, {"reason"_L1, u"no idea"_s}};
+        }));
+        const auto modelsAsked = [&f](int first) {
+            QStringList models;
+            for (const FakeClaudeServer::Request& request : f.server.requests().mid(first)) {
+                if (!request.isConnectionCheck())
+                    models.append(request.json().value("model"_L1).toString());
+            }
+            models.sort();
+            return models;
+        };
+        auto state = f.start();
+        QVERIFY(ControllerFixture::refresh(*state, TidyMode::junkOnly));
+        QCOMPARE(modelsAsked(0), QStringList {u"claude-haiku-5-5"_s}); // the screenshot's sheet alone
+        QCOMPARE(state->review().plan().size(), 1);
+        QCOMPARE(state->review().plan()[0].reason, u"no idea"_s);
+
+        state->review().discard();
+        const int before = f.server.requestCount();
+        QVERIFY(ControllerFixture::refresh(*state, TidyMode::quick));
+        QCOMPARE(
+            modelsAsked(before),
+            (QStringList {u"claude-haiku-5-5"_s, u"claude-haiku-5-5"_s, u"claude-opus-5-5"_s, u"claude-opus-5-5"_s}));
+        QCOMPARE(state->review().plan().size(), 2);
+        QCOMPARE(state->refresh().decided(), 2);
+    }
+
     // The check passes, then sorting dies of a fatal answer: nothing planned, the cost recorded.
     void fatalAnswerWhileSorting()
     {

@@ -155,7 +155,6 @@ private Q_SLOTS:
         QTest::newRow("project without a name")
             << u"project:"_s << int(Category::project) << QString() << u"organised"_s;
         QTest::newRow("capitalised") << u"Library"_s << int(Category::unknown) << QString() << u"undecided"_s;
-        QTest::newRow("blank around") << u" junk"_s << int(Category::unknown) << QString() << u"undecided"_s;
         QTest::newRow("capitalised project") << u"Project:X"_s << int(Category::unknown) << QString() << u"undecided"_s;
         QTest::newRow("invented") << u"photos"_s << int(Category::unknown) << QString() << u"undecided"_s;
         QTest::newRow("empty") << QString() << int(Category::unknown) << QString() << u"undecided"_s;

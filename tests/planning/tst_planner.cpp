@@ -110,8 +110,6 @@ private Q_SLOTS:
                                          << u"Projects/KSTL/Brand Assets"_s;
         QTest::newRow("new sub-folder") << u"KSTL"_s << FileKind::image << u"Launch Teasers"_s
                                         << u"Projects/KSTL/Launch Teasers"_s;
-        QTest::newRow("unusable sub-folder")
-            << u"KSTL"_s << FileKind::audio << u"one two three four five"_s << u"Projects/KSTL/Audio"_s;
         QTest::newRow("only a slash") << u" / "_s << FileKind::image << QString() << QString();
         QTest::newRow("climbs out") << u"../.."_s << FileKind::image << QString() << QString();
     }

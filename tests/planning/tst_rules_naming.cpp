@@ -76,6 +76,88 @@ private Q_SLOTS:
         QVERIFY(!Rules::keywordDecision(logo, {}));
     }
 
+    // What the rules settle in a refresh, and what they leave for the model.
+    void triage_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<FileKind>("kind");
+        QTest::addColumn<QList<JunkHint>>("hints");
+        QTest::addColumn<TidyMode>("mode");
+        QTest::addColumn<bool>("renameFiles");
+        QTest::addColumn<QString>("decided"); // the category, or empty for none
+        QTest::addColumn<bool>("asked");
+        const QList<JunkHint> none;
+        const TidyMode quick = TidyMode::quick;
+        const TidyMode junkOnly = TidyMode::junkOnly;
+        QTest::newRow("unfinished download")
+            << u"/h/Downloads/movie.mp4.part"_s << FileKind::partial << QList<JunkHint> {JunkHint::partialDownload}
+            << quick << true << u"junk"_s << false;
+        QTest::newRow("project by name, name says nothing") << u"/h/Downloads/quorrel/IMG_1234.png"_s << FileKind::image
+                                                            << none << quick << true << u"project:Quorrel"_s << true;
+        QTest::newRow("the same, renaming off") << u"/h/Downloads/quorrel/IMG_1234.png"_s << FileKind::image << none
+                                                << quick << false << u"project:Quorrel"_s << false;
+        QTest::newRow("project by name, telling name") << u"/h/Downloads/quorrel/launch plan.txt"_s << FileKind::doc
+                                                       << none << quick << true << u"project:Quorrel"_s << false;
+        QTest::newRow("project by name, a folder") << u"/h/Downloads/quorrel/IMG_1"_s << FileKind::folder << none
+                                                   << quick << true << u"project:Quorrel"_s << false;
+        QTest::newRow("document") << u"/h/Desktop/notes.txt"_s << FileKind::doc << none << quick << true << QString()
+                                  << true;
+        QTest::newRow("folder") << u"/h/Desktop/Photos"_s << FileKind::folder << none << quick << true << QString()
+                                << true;
+        QTest::newRow("application") << u"/h/Downloads/Tool.app"_s << FileKind::bundle << none << quick << true
+                                     << QString() << false;
+        QTest::newRow("junk only: duplicate")
+            << u"/h/Desktop/a.pdf"_s << FileKind::pdf << QList<JunkHint> {JunkHint::exactDuplicate} << junkOnly << true
+            << u"duplicate"_s << false;
+        QTest::newRow("junk only: photo")
+            << u"/h/Desktop/holiday.png"_s << FileKind::image << none << junkOnly << true << QString() << false;
+        QTest::newRow("junk only: screenshot")
+            << u"/h/Desktop/Screenshot 1.png"_s << FileKind::image << QList<JunkHint> {JunkHint::screenshotName}
+            << junkOnly << true << QString() << true;
+        QTest::newRow("junk only: tiny image")
+            << u"/h/Desktop/icon.png"_s << FileKind::image << QList<JunkHint> {JunkHint::tinyImage} << junkOnly << true
+            << QString() << true;
+        QTest::newRow("junk only: screenshot as a document")
+            << u"/h/Desktop/Screenshot 2.pdf"_s << FileKind::pdf << QList<JunkHint> {JunkHint::screenshotName}
+            << junkOnly << true << QString() << false;
+        QTest::newRow("junk only: project by name") << u"/h/Downloads/quorrel/IMG_1234.png"_s << FileKind::image << none
+                                                    << junkOnly << true << QString() << false;
+    }
+
+    void triage()
+    {
+        QFETCH(QString, path);
+        QFETCH(FileKind, kind);
+        QFETCH(QList<JunkHint>, hints);
+        QFETCH(TidyMode, mode);
+        QFETCH(bool, renameFiles);
+        QFETCH(QString, decided);
+        QFETCH(bool, asked);
+        Profile profile = Profile::defaults(u"/h"_s);
+        profile.projects = {{QUuid::createUuid(), u"Quorrel"_s, QString()}};
+        profile.renameFiles = renameFiles;
+        ScannedItem scanned = item(path, kind, hints);
+        scanned.id = 7;
+        scanned.isDir = kind == FileKind::folder || kind == FileKind::bundle || kind == FileKind::project;
+        const Rules::Triage result = Rules::triage({scanned}, profile, mode);
+        QCOMPARE(result.decisions.value(7).category.text(), decided);
+        QCOMPARE(result.decisions.size(), decided.isEmpty() ? 0 : 1);
+        QCOMPARE(result.toAsk.size(), asked ? 1 : 0);
+    }
+
+    void triageAsksInTheItemsOrder()
+    {
+        const Profile profile = Profile::defaults(u"/h"_s);
+        QList<ScannedItem> items {item(u"/h/Desktop/b.txt"_s, FileKind::doc),
+                                  item(u"/h/Desktop/empty.bin"_s, FileKind::other, {JunkHint::emptyFile}),
+                                  item(u"/h/Desktop/a.txt"_s, FileKind::doc)};
+        for (qsizetype i = 0; i < items.size(); ++i)
+            items[i].id = i;
+        const Rules::Triage result = Rules::triage(items, profile, TidyMode::deep);
+        QCOMPARE(result.toAsk, (QList<ScannedItem> {items[0], items[2]}));
+        QCOMPARE(result.decisions.keys(), QList<qint64> {1});
+    }
+
     void meaninglessNames()
     {
         for (const QString& name : {u"IMG_4032.HEIC"_s,

@@ -31,7 +31,7 @@ public:
     Profile profile = Profile::defaults(home.path());
     QList<ScannedItem> items;
 
-    ScannedItem& add(const QString& relative, FileKind kind, const QList<JunkHint>& hints = {})
+    ScannedItem& add(const QString& relative, FileKind kind)
     {
         const QString path = home.path() + u'/' + relative;
         if (kind == FileKind::image)
@@ -46,28 +46,23 @@ public:
         item.kind = kind;
         item.size = 100;
         item.modified = QDateTime(QDate(2026, 1, 1), QTime(0, 0), Qt::UTC).addSecs(items.size());
-        item.junkHints = hints;
         items.append(item);
         return items.last();
     }
 
-    Classifier::Outcome<QList<PlanItem>> plan(TidyMode mode = TidyMode::quick,
-                                              const Classifier::Progress& progress = {})
+    Classifier classifier() const
     {
-        Classifier classifier(u"sk-test"_s, profile);
-        classifier.setClock(&clock);
-        return classifier.buildPlan(items, mode, progress);
+        Classifier made(u"sk-test"_s, profile);
+        made.setClock(&clock);
+        return made;
+    }
+
+    // Every item asked about, nothing decided before.
+    Classifier::Outcome<Decisions> firstPass(const Classifier::Progress& progress = {}) const
+    {
+        return classifier().firstPass(items, {}, progress);
     }
 };
-
-const PlanItem* planned(const QList<PlanItem>& plan, qint64 id)
-{
-    for (const PlanItem& item : plan) {
-        if (item.id == id)
-            return &item;
-    }
-    return nullptr;
-}
 
 } // namespace
 
@@ -87,13 +82,11 @@ private Q_SLOTS:
         for (int i = 0; i < 45; ++i)
             f.add(u"Desktop/pic %1.png"_s.arg(i), FileKind::image);
         QList<int> decidedReports;
-        const auto outcome = f.plan(TidyMode::quick, [&](int decided, int total, const QMap<QString, int>& counts) {
-            QCOMPARE(total, 140);
-            QCOMPARE(counts.value(u"Library"_s), decided);
-            decidedReports.append(decided);
-        });
-        const QList<PlanItem> plan = std::get<QList<PlanItem>>(outcome);
-        QCOMPARE(plan.size(), 140);
+        const auto outcome = f.firstPass([&](int decided) { decidedReports.append(decided); });
+        const Decisions decided = std::get<Decisions>(outcome);
+        QCOMPARE(decided.size(), 140);
+        QCOMPARE(decided.value(139).category, Category(Category::library));
+        QCOMPARE(decided.value(139).provenance, Provenance::model);
         QCOMPARE(f.server.maxInFlight(), 6);
 
         QList<int> textSizes;
@@ -116,6 +109,7 @@ private Q_SLOTS:
         QCOMPARE(decidedReports.size(), 7);
         QCOMPARE(decidedReports.first(), 0);
         QCOMPARE(decidedReports.last(), 140);
+        QVERIFY(std::is_sorted(decidedReports.cbegin(), decidedReports.cend()));
     }
 
     void sheetsDrawnBesideTextKeepRequestsBoundedAndPipesDoNotBlock()
@@ -135,79 +129,66 @@ private Q_SLOTS:
                 ::close(writer);
         });
         f.server.setLatency(50);
-        Classifier classifier(u"sk-test"_s, f.profile);
-        QFuture<Classifier::Outcome<QList<PlanItem>>> running
-            = QtConcurrent::run([&] { return classifier.buildPlan(f.items, TidyMode::quick); });
+        QFuture<Classifier::Outcome<Decisions>> running = QtConcurrent::run([&f] { return f.firstPass(); });
         QTRY_VERIFY(running.isFinished());
-        QVERIFY(std::holds_alternative<QList<PlanItem>>(running.result()));
+        QCOMPARE(std::get<Decisions>(running.result()).size(), 6 * Classifier::kTextJob + 1);
         QCOMPARE(f.server.maxInFlight(), Classifier::kInFlight);
     }
 
-    void rulesDecideFirst()
+    void rulesDecisionsAndTheModelsAnswersMerge()
     {
         Fixture f;
-        f.profile.projects = {{QUuid::createUuid(), u"Quorrel"_s, QString()}};
         f.server.setHandler([](const FakeClaudeServer::Request& r) {
             return FakeClaudeServer::sortingReply(r, [](qint64) {
                 return QJsonObject {{"category"_L1, u"library"_s},
                                     {"confidence"_L1, u"high"_s},
                                     {"new_name"_L1, u"Quorrel dragon card"_s},
-                                    {"reason"_L1, u"card art"_s}};
+                                    {"reason"_L1, u"Matched nothing, just card art"_s}};
             });
         });
-        const qint64 keyword = f.add(u"Downloads/quorrel/IMG_1234.png"_s, FileKind::image).id;
-        const qint64 named = f.add(u"Downloads/quorrel/launch plan.txt"_s, FileKind::doc).id;
-        const qint64 partial = f.add(u"Downloads/movie.mp4.part"_s, FileKind::partial, {JunkHint::partialDownload}).id;
-        ScannedItem& app = f.add(u"Downloads/Tool.app"_s, FileKind::bundle);
-        app.isDir = true;
-        const QList<PlanItem> plan = std::get<QList<PlanItem>>(f.plan());
+        const ScannedItem keyword = f.add(u"Downloads/quorrel/IMG_1234.png"_s, FileKind::image);
+        const ScannedItem plain = f.add(u"Downloads/IMG_9.png"_s, FileKind::image);
+        const ScannedItem settled = f.add(u"Downloads/quorrel/launch plan.txt"_s, FileKind::doc);
+        const Decision byName {Category::forProject(u"Quorrel"_s),
+                               std::nullopt,
+                               Confidence::high,
+                               std::nullopt,
+                               u"Matched Quorrel in its name or folder"_s,
+                               std::nullopt,
+                               Provenance::keywordRule};
+        Decision byModelWording = byName; // worded like a rule, but the model's
+        byModelWording.provenance = Provenance::model;
+        const Decisions before {{keyword.id, byName}, {plain.id, byModelWording}, {settled.id, byName}};
 
-        QCOMPARE(planned(plan, keyword)->category.text(), u"project:Quorrel"_s);
-        QCOMPARE(planned(plan, keyword)->newName, u"Quorrel dragon card.png"_s);
-        QCOMPARE(planned(plan, named)->category.text(), u"project:Quorrel"_s);
-        QCOMPARE(planned(plan, named)->newName, std::nullopt);
-        QCOMPARE(planned(plan, partial)->destFolder,
-                 u"Brindlow Review/To Delete - Review First/Unfinished downloads"_s);
-        QVERIFY(!planned(plan, app.id));
-        // Only the meaninglessly named image went to the model.
+        QList<int> reports;
+        const auto outcome
+            = f.classifier().firstPass({keyword, plain}, before, [&reports](int decided) { reports.append(decided); });
+        const Decisions decided = std::get<Decisions>(outcome);
+        // The rule's project stands and takes the model's name; anything else the model replaces.
+        Decision renamed = byName;
+        renamed.newName = u"Quorrel dragon card"_s;
+        QCOMPARE(decided.value(keyword.id), renamed);
+        QCOMPARE(decided.value(plain.id).category, Category(Category::library));
+        QCOMPARE(decided.value(settled.id), byName);
+        QCOMPARE(reports, (QList<int> {3, 3}));
+        // Only what was to be asked about went to the model, in one contact sheet.
         QCOMPARE(f.server.requestCount(), 1);
-        QVERIFY(f.server.requests().first().userText().contains(u"IMG_1234.png"_s));
-
-        f.profile.renameFiles = false;
-        f.plan();
-        QCOMPARE(f.server.requestCount(), 1);
+        const QString sent = f.server.requests().first().userText();
+        QVERIFY(sent.contains(u"IMG_1234.png"_s) && sent.contains(u"IMG_9.png"_s));
+        QVERIFY(!sent.contains(u"launch plan"_s));
     }
 
-    void junkOnlySendsOnlyJunkLookingImages()
+    void secondLook()
     {
         Fixture f;
-        f.server.setHandler([](const FakeClaudeServer::Request& r) {
-            return FakeClaudeServer::sortingReply(r, [](qint64) {
-                return QJsonObject {
-                    {"category"_L1, u"junk"_s}, {"confidence"_L1, u"high"_s}, {"reason"_L1, u"UI grab"_s}};
-            });
-        });
-        const qint64 photo = f.add(u"Desktop/holiday.png"_s, FileKind::image).id;
-        const qint64 shot = f.add(u"Desktop/Screenshot 1.png"_s, FileKind::image, {JunkHint::screenshotName}).id;
-        const qint64 doc = f.add(u"Desktop/notes.txt"_s, FileKind::doc).id;
-        const QList<PlanItem> plan = std::get<QList<PlanItem>>(f.plan(TidyMode::junkOnly));
-        QCOMPARE(plan.size(), 1);
-        QCOMPARE(plan.first().id, shot);
-        QVERIFY(!planned(plan, photo) && !planned(plan, doc));
-        QCOMPARE(f.server.requestCount(), 1);
-        QCOMPARE(f.server.requests().first().imageCount(), 1);
-    }
-
-    void secondPass()
-    {
-        Fixture f;
-        // The first model leaves out one item; the stronger one knows it.
+        // The first model is unsure of two items and leaves out a third; the stronger one knows
+        // two of them and leaves out the other.
         f.server.setHandler([](const FakeClaudeServer::Request& r) {
             const bool opus = r.json().value("model"_L1).toString() == u"claude-opus-5-5";
             return FakeClaudeServer::sortingReply(r, [opus](qint64 id) {
                 if (!opus && id == 3)
                     return QJsonObject {{"category"_L1, u"needs-you"_s}, {"reason"_L1, u"Not sure what this is"_s}};
-                if (opus && id == 4)
+                if ((!opus && id == 5) || (opus && id == 4))
                     return QJsonObject {}; // left out of the answer
                 return QJsonObject {{"category"_L1, opus ? u"admin"_s : u"personal"_s},
                                     {"confidence"_L1, id == 4 ? u"low"_s : u"high"_s},
@@ -216,19 +197,30 @@ private Q_SLOTS:
         });
         for (int i = 0; i < 6; ++i)
             f.add(u"Documents/form %1.txt"_s.arg(i), FileKind::doc);
-        const QList<PlanItem> plan = std::get<QList<PlanItem>>(f.plan());
+        const Decisions first = std::get<Decisions>(f.firstPass());
+        QCOMPARE(first.value(5).provenance, Provenance::unanswered);
+        const Decisions decided = f.classifier().secondLook(f.items, first);
         QCOMPARE(f.server.requestCount(), 2);
         const FakeClaudeServer::Request second = f.server.requests().last();
         QCOMPARE(second.json().value("model"_L1).toString(), u"claude-opus-5-5"_s);
-        QCOMPARE(int(second.userText().count(u'\n')), 2); // ids 3 and 4
-        QCOMPARE(planned(plan, 3)->category.text(), u"admin"_s);
+        QCOMPARE(int(second.userText().count(u'\n')), 3); // ids 3, 4 and 5
+        QCOMPARE(decided.value(3).category, Category(Category::admin));
+        QCOMPARE(decided.value(3).provenance, Provenance::secondLook);
+        QCOMPARE(decided.value(5).reason, u"stronger"_s);
         // Where the second answer leaves an item out, the first one stands.
-        QCOMPARE(planned(plan, 4)->reason, u"Best guess: first"_s);
-        QCOMPARE(planned(plan, 0)->category.text(), u"personal"_s);
+        QCOMPARE(decided.value(4), first.value(4));
+        QCOMPARE(decided.value(0), first.value(0));
 
+        // A second look stopped by a fatal error, or a first model that is the stronger one, leaves
+        // every first answer.
+        f.server.setHandler([](const FakeClaudeServer::Request&) {
+            return FakeClaudeServer::Response {400, R"({"error":"Your credit balance is too low"})", 0};
+        });
+        QCOMPARE(f.classifier().secondLook(f.items, first), first);
+        const int requests = f.server.requestCount();
         f.profile.model = u"claude-opus-5-5"_s;
-        f.plan();
-        QCOMPARE(f.server.requestCount(), 3);
+        QCOMPARE(f.classifier().secondLook(f.items, first), first);
+        QCOMPARE(f.server.requestCount(), requests);
     }
 
     void failuresDegradeOrAbort()
@@ -243,12 +235,13 @@ private Q_SLOTS:
                 return FakeClaudeServer::Response {529, "{}", 0};
             return FakeClaudeServer::Response {200, "<html>Gateway maintenance</html>", 0};
         });
-        f.profile.model = u"claude-opus-5-5"_s; // no second pass, to count the first alone
-        const QList<PlanItem> plan = std::get<QList<PlanItem>>(f.plan());
-        QCOMPARE(plan.size(), 45);
+        const Decisions decided = std::get<Decisions>(f.firstPass());
+        QCOMPARE(decided.size(), 45);
         QMap<QString, int> reasons;
-        for (const PlanItem& item : plan)
-            reasons[item.category.text() + u' ' + item.reason] += 1;
+        for (const Decision& decision : decided) {
+            QCOMPARE(decision.provenance, Provenance::failed);
+            reasons[decision.category.text() + u' ' + decision.reason] += 1;
+        }
         QCOMPARE(reasons,
                  (QMap<QString, int> {{u"needs-you Claude is busy right now. Try again in a minute."_s, 40},
                                       {u"needs-you Claude's answer could not be read: illegal value."_s, 5}}));
@@ -264,21 +257,11 @@ private Q_SLOTS:
                 return FakeClaudeServer::Response {400, R"({"error":"Your credit balance is too low"})", 0};
             return FakeClaudeServer::sortingReply(r, library);
         });
-        const auto outcome = fatal.plan();
+        const auto outcome = fatal.firstPass();
         QVERIFY(std::holds_alternative<APIError>(outcome));
         QVERIFY(std::get<APIError>(outcome).errorDescription().startsWith(u"Your Claude credits ran out."_s));
         // The jobs still waiting were never sent.
         QVERIFY(fatal.server.requestCount() < 8);
-    }
-
-    void groupLabels()
-    {
-        QCOMPARE(Classifier::groupLabel(u"project:Quorrel"_s), u"Quorrel"_s);
-        QCOMPARE(Classifier::groupLabel(u"junk"_s), u"To clear out"_s);
-        QCOMPARE(Classifier::groupLabel(u"duplicate"_s), u"To clear out"_s);
-        QCOMPARE(Classifier::groupLabel(u"needs-you"_s), u"Needs You"_s);
-        QCOMPARE(Classifier::groupLabel(u"library"_s), u"Library"_s);
-        QCOMPARE(Classifier::groupLabel(u"old stuff"_s), u"Old Stuff"_s);
     }
 };
 
