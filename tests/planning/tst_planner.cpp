@@ -104,10 +104,6 @@ private Q_SLOTS:
         QTest::newRow("by kind") << u"Quorrel"_s << FileKind::image << QString() << u"Projects/Quorrel/Images"_s;
         QTest::newRow("typed with a colon")
             << u" Acme: Ads "_s << FileKind::pdf << QString() << u"Projects/Acme- Ads/Docs"_s;
-        QTest::newRow("nested") << u"Clients/Quorrel"_s << FileKind::folder << QString()
-                                << u"Projects/Clients/Quorrel/Folders"_s;
-        QTest::newRow("list sub-folder") << u"KSTL"_s << FileKind::image << u"brand assets"_s
-                                         << u"Projects/KSTL/Brand Assets"_s;
         QTest::newRow("new sub-folder") << u"KSTL"_s << FileKind::image << u"Launch Teasers"_s
                                         << u"Projects/KSTL/Launch Teasers"_s;
         QTest::newRow("only a slash") << u" / "_s << FileKind::image << QString() << QString();
