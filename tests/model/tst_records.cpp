@@ -179,9 +179,11 @@ private Q_SLOTS:
         QCOMPARE(Category::forProject(project) == category, kind == Category::project);
     }
 
-    // The known words travel through plans and replies; an unknown one is kept as written.
-    void unknownConfidenceIsKeptAsWritten()
+    // The known words are the ones replies and older plans use; an unknown one is kept as written.
+    void confidenceTexts()
     {
+        for (const Confidence::Level level : {Confidence::high, Confidence::medium, Confidence::low})
+            QCOMPARE(Confidence::fromText(Confidence(level).text()).level(), level);
         for (const QString& invented : {u"Low"_s, u"very high"_s, QString()}) {
             QCOMPARE(Confidence::fromText(invented).level(), Confidence::unknown);
             QCOMPARE(Confidence::fromText(invented).text(), invented);
