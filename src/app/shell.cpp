@@ -1,16 +1,16 @@
 #include "shell.h"
 
 #include "platform/clock.h"
-#include "schedule/dbus_notifications.h"
+#include "platform/desktop_notifications.h"
 #include "schedule/notifier.h"
 #include "ui/onboarding/onboarding_window.h"
 #include "ui/panel/menu_bar_label.h"
 #include "ui/panel/menu_view.h"
 #include "ui/panel/panel_window.h"
-#include "ui/review/review_window.h"
-#include "ui/settings/settings_window.h"
 #include "ui/recap/recap_window.h"
 #include "ui/recap/zen_preview.h"
+#include "ui/review/review_window.h"
+#include "ui/settings/settings_window.h"
 #include "update_dialog.h"
 #include "updater.h"
 
@@ -38,10 +38,11 @@ bool Shell::start()
     // Without a tray the panel is the program's only window, and closing it ends the program.
     QApplication::setQuitOnLastWindowClosed(!tray);
 
-    auto* service = new DBusNotifications(&m_state);
-    service->fallback = [this](const QString& identifier, const QString& title, const QString& body) {
+    const auto showFallback = [this](const QString& identifier, const QString& title, const QString& body) {
         showFallbackNotice(identifier, title, body);
     };
+    NotificationService* service
+        = DesktopNotifications::create(&m_state, {.fallback = showFallback, .unavailable = {}});
     m_state.setNotifier(new Notifier(service, &SystemClock::instance(), &m_state));
     connect(&m_state, &AppState::windowRequested, this, &Shell::openWindow);
     m_windows.add(u"review"_s, [this] { return new ReviewWindow(m_state.parts(), &m_thumbs); });

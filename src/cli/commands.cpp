@@ -8,9 +8,9 @@
 #include "model/store.h"
 #include "plan_view.h"
 #include "planning/planner.h"
+#include "platform/desktop_notifications.h"
 #include "platform/file_io.h"
 #include "refresh_progress.h"
-#include "schedule/dbus_notifications.h"
 #include "schedule/notifier.h"
 #include "terminal.h"
 #include "understanding/usage.h"
@@ -53,11 +53,12 @@ int usageError(QTextStream& err, const QString& problem)
 // no notification service (the reminder, when a long run meets its hour) is reported once.
 void useTerminalNotices(AppState& state, QTextStream& err)
 {
-    auto* desktop = new DBusNotifications(&state);
-    desktop->unavailable = [&err] {
+    const auto sayUnavailable = [&err] {
         err << "brindlow-cli: no notification service\n";
         err.flush();
     };
+    NotificationService* desktop
+        = DesktopNotifications::create(&state, {.fallback = {}, .unavailable = sayUnavailable});
     auto* notifier = new Notifier(desktop, nullptr, &state);
     notifier->setAnnouncesPlans(false);
     state.setNotifier(notifier);

@@ -1,7 +1,7 @@
 #include "app_state.h"
 
 #include "platform/clock.h"
-#include "schedule/dbus_notifications.h"
+#include "platform/dbus_notifications.h"
 #include "schedule/notifier.h"
 
 using namespace Qt::Literals::StringLiterals;

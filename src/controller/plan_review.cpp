@@ -5,13 +5,12 @@
 #include "model/store.h"
 #include "planning/planner.h"
 #include "platform/clock.h"
+#include "platform/file_identity.h"
 #include "preferences.h"
 #include "store_writer.h"
 
 #include <QDir>
 #include <QUuid>
-
-#include <sys/stat.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -19,9 +18,7 @@ namespace {
 
 bool exists(const QUrl& url)
 {
-    struct stat info
-    { };
-    return ::lstat(QFile::encodeName(url.toLocalFile()).constData(), &info) == 0;
+    return FileIdentity::ofEntry(url.toLocalFile()).exists();
 }
 
 QList<PlanItem> existingOnly(const QList<PlanItem>& items)

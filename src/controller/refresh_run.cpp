@@ -4,6 +4,7 @@
 #include "moves.h"
 #include "plan_review.h"
 #include "platform/clock.h"
+#include "platform/directory_listing.h"
 #include "preferences.h"
 #include "refresh_pipeline.h"
 #include "schedule/notifier.h"
@@ -14,33 +15,24 @@
 #include <QPointer>
 #include <QtConcurrent>
 
-#include <dirent.h>
-#include <sys/stat.h>
-
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
 int countNewEntries(const QString& folder, const std::optional<QDateTime>& since)
 {
+    const DirectoryListing listing = DirectoryListing::read(folder);
     int count = 0;
-    DIR* dir = ::opendir(QFile::encodeName(folder).constData());
-    if (!dir)
-        return 0;
-    const int fd = ::dirfd(dir);
-    while (const dirent* entry = ::readdir(dir)) {
-        if (entry->d_name[0] == '.')
+    for (const QByteArray& name : listing.names()) {
+        if (name.startsWith('.'))
             continue;
-        struct stat info
-        { };
         if (!since) {
             ++count;
-        } else if (::fstatat(fd, entry->d_name, &info, 0) == 0) {
-            const qint64 ms = qint64(info.st_mtim.tv_sec) * 1000 + info.st_mtim.tv_nsec / 1000000;
-            count += ms > since->toMSecsSinceEpoch();
+            continue;
         }
+        const FileIdentity entry = listing.identityOf(name.constData(), FileIdentity::Links::follow);
+        count += entry.exists() && entry.modifiedMs() > since->toMSecsSinceEpoch();
     }
-    ::closedir(dir);
     return count;
 }
 

@@ -1,12 +1,11 @@
 #include "store_writer.h"
 
 #include "model/store.h"
+#include "platform/file_identity.h"
 #include "platform/process_lock.h"
 
 #include <QFile>
 #include <QHash>
-
-#include <sys/stat.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -49,14 +48,10 @@ StoreWriter::~StoreWriter()
 
 StoreWriter::Stamp StoreWriter::stampOf(const QString& path)
 {
-    struct stat info
-    { };
-    if (::stat(QFile::encodeName(path).constData(), &info) != 0)
+    const FileIdentity file = FileIdentity::of(path);
+    if (!file.exists())
         return {};
-    return {quint64(info.st_dev),
-            quint64(info.st_ino),
-            qint64(info.st_size),
-            qint64(info.st_mtim.tv_sec) * 1000000000 + info.st_mtim.tv_nsec};
+    return {file.device, file.inode, file.size, file.modifiedNs};
 }
 
 template <typename Change>

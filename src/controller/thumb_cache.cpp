@@ -1,5 +1,6 @@
 #include "thumb_cache.h"
 
+#include "platform/file_identity.h"
 #include "platform/thumbnailer.h"
 
 #include <QFile>
@@ -8,7 +9,6 @@
 #include <QThreadPool>
 
 #include <algorithm>
-#include <sys/stat.h>
 
 namespace {
 
@@ -20,19 +20,10 @@ constexpr qint64 kTileBytes = qint64(ThumbCache::kTileSize.width()) * ThumbCache
 // slow file; at exit the pool lets running pictures finish before Qt's image code goes away.
 Q_GLOBAL_STATIC(QThreadPool, s_workers)
 
-std::optional<struct stat> statOf(const QString& path)
-{
-    struct stat info
-    { };
-    if (::stat(QFile::encodeName(path).constData(), &info) != 0)
-        return std::nullopt;
-    return info;
-}
-
 // In nanoseconds: a file rewritten within the same second must still count as changed.
-qint64 modifiedOf(const std::optional<struct stat>& info)
+qint64 modifiedOf(const FileIdentity& file)
 {
-    return info ? qint64(info->st_mtim.tv_sec) * 1'000'000'000 + info->st_mtim.tv_nsec : -1;
+    return file.exists() ? file.modifiedNs : -1;
 }
 
 } // namespace
@@ -73,7 +64,7 @@ void ThumbCache::request(const QString& path)
     if (m_running.contains(path) || m_images.contains(path))
         return;
     if (const auto failed = m_failed.constFind(path); failed != m_failed.cend()) {
-        if (modifiedOf(statOf(path)) == *failed)
+        if (modifiedOf(FileIdentity::of(path)) == *failed)
             return;
         m_failed.erase(failed);
     }
@@ -123,15 +114,15 @@ void ThumbCache::startQueued()
 
 void ThumbCache::make(const std::shared_ptr<Shared>& shared, const QString& path)
 {
-    const std::optional<struct stat> info = statOf(path);
+    const FileIdentity file = FileIdentity::of(path);
     QImage image;
-    if (info && S_ISREG(info->st_mode)) {
+    if (file.isRegular()) {
         image = Thumbnailer::cached(path, kStoredSide);
         if (image.isNull()) {
             image = shared->generator(path, QSize(kStoredSide, kStoredSide));
             // Without a writable cache the picture is still good for this review.
             if (!image.isNull())
-                Thumbnailer::store(path, image, qint64(info->st_mtim.tv_sec), kStoredSide);
+                Thumbnailer::store(path, image, file.modifiedSeconds(), kStoredSide);
         }
     }
     if (image.width() > kTileSize.width() || image.height() > kTileSize.height())
@@ -140,7 +131,7 @@ void ThumbCache::make(const std::shared_ptr<Shared>& shared, const QString& path
     if (!image.isNull())
         image.convertTo(image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
 
-    const qint64 modified = modifiedOf(info);
+    const qint64 modified = modifiedOf(file);
     const QMutexLocker lock(&shared->mutex);
     if (ThumbCache* owner = shared->owner) {
         QMetaObject::invokeMethod(

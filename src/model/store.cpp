@@ -10,7 +10,6 @@
 #include <QStandardPaths>
 
 #include <algorithm>
-#include <sys/stat.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -42,14 +41,6 @@ std::optional<QJsonDocument> readJson(QStringView name)
 bool writeJson(QStringView name, const QJsonDocument& document, QJsonDocument::JsonFormat format)
 {
     return FileIo::writeAtomic(filePath(name), document.toJson(format));
-}
-
-void makeFolder(const QString& path, mode_t mode)
-{
-    if (QFileInfo(path).isDir())
-        return;
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    ::mkdir(QFile::encodeName(path).constData(), mode);
 }
 
 template <typename Record>
@@ -85,14 +76,14 @@ QString dir()
 {
     // The folder holds the key and the history of moves: private to its owner.
     const QString path = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + u"/Brindlow"_s;
-    makeFolder(path, S_IRWXU);
+    FileIo::makePrivateFolder(path);
     return path;
 }
 
 QString logsDir()
 {
     const QString path = dir() + u"/logs"_s;
-    makeFolder(path, S_IRWXU);
+    FileIo::makePrivateFolder(path);
     return path;
 }
 

@@ -8,11 +8,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <cerrno>
 #include <chrono>
-#include <cstring>
-#include <fcntl.h>
-#include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -30,20 +26,6 @@ constexpr std::chrono::milliseconds kFlushInterval {100};
 
 const QByteArray kUnfinished = "    {\n        \"unfinished\": true\n    }";
 const QByteArray kNotMoved = "    {\n        \"notMoved\": true\n    }";
-
-bool writeAt(int fd, const QByteArray& bytes, qint64 offset)
-{
-    qint64 done = 0;
-    while (done < bytes.size()) {
-        const ssize_t written = ::pwrite(fd, bytes.constData() + done, size_t(bytes.size() - done), offset + done);
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            return false;
-        done += written;
-    }
-    return true;
-}
 
 // A string as Qt's JSON writer puts it, for the text paths nearly always are; false for
 // anything that Qt might escape differently, which then goes through Qt itself.
@@ -78,11 +60,6 @@ QByteArray encodeRecord(const MoveRecord& record)
     return alone.mid(2, alone.size() - 5); // drop "[\n" and "\n]\n"
 }
 
-QString describe(int error)
-{
-    return QString::fromLocal8Bit(::strerror(error));
-}
-
 } // namespace
 
 MoveLog::MoveLog(const QString& path)
@@ -106,18 +83,15 @@ QString MoveLog::error() const
 
 bool MoveLog::create()
 {
-    const QByteArray name = QFile::encodeName(m_path);
     m_lastFlush.start();
-    m_file.reset(::open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    if (!m_file.valid()) {
-        m_error = describe(errno);
+    if (!m_file.create(m_path)) {
+        m_error = m_file.error();
         return false;
     }
     const QByteArray start = "[\n" + kUnfinished + "\n]\n";
-    if (!writeAt(m_file.get(), start, 0)) {
-        m_error = describe(errno);
-        m_file.reset();
-        ::unlink(name.constData()); // it holds no record yet
+    if (!m_file.writeAt(start, 0)) {
+        m_error = m_file.error();
+        m_file.discard(); // it holds no record yet
         return false;
     }
     m_fileSize = start.size();
@@ -129,8 +103,8 @@ bool MoveLog::create()
 bool MoveLog::append(const QByteArray& element)
 {
     const QByteArray tail = ",\n" + element + "\n]\n";
-    if (!writeAt(m_file.get(), tail, m_fileSize) || !writeAt(m_file.get(), QByteArray(" "), m_fileSize - 2)) {
-        m_error = describe(errno);
+    if (!m_file.writeAt(tail, m_fileSize) || !m_file.writeAt(QByteArray(" "), m_fileSize - 2)) {
+        m_error = m_file.error();
         return false;
     }
     m_fileSize += tail.size();
@@ -139,7 +113,7 @@ bool MoveLog::append(const QByteArray& element)
 
 bool MoveLog::intend(const MoveRecord& record)
 {
-    if (!m_file.valid() && !create())
+    if (!m_file.isOpen() && !create())
         return false;
     const QByteArray encoded = encodeRecord(record);
     if (!append(encoded))
@@ -149,8 +123,8 @@ bool MoveLog::intend(const MoveRecord& record)
     if (++m_sinceFlush >= kFlushEvery && m_lastFlush.elapsed() >= kFlushInterval.count()) {
         m_sinceFlush = 0;
         m_lastFlush.start();
-        if (::fdatasync(m_file.get()) != 0) {
-            m_error = describe(errno);
+        if (!m_file.flush()) {
+            m_error = m_file.error();
             return false;
         }
     }
@@ -174,13 +148,14 @@ bool MoveLog::notMoved()
 
 void MoveLog::finish()
 {
-    if (!m_file.valid())
+    if (!m_file.isOpen())
         return;
-    m_file.reset();
-    if (m_moved.isEmpty())
-        ::unlink(QFile::encodeName(m_path).constData()); // nothing in it to undo
-    else
-        FileIo::writeAtomic(m_path, "[\n" + m_encoded.join(",\n") + "\n]\n");
+    if (m_moved.isEmpty()) {
+        m_file.discard(); // nothing in it to undo
+        return;
+    }
+    m_file.close();
+    FileIo::writeAtomic(m_path, "[\n" + m_encoded.join(",\n") + "\n]\n");
 }
 
 QByteArray MoveLog::encode(const QList<MoveRecord>& records)

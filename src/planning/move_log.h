@@ -1,7 +1,7 @@
 #pragma once
 
 #include "model/move_record.h"
-#include "platform/unique_fd.h"
+#include "platform/journal_file.h"
 
 #include <QByteArray>
 #include <QElapsedTimer>
@@ -58,7 +58,7 @@ private:
     bool append(const QByteArray& element);
 
     QString m_path;
-    UniqueFd m_file;
+    JournalFile m_file;
     QList<MoveRecord> m_moved;
     QList<QByteArray> m_encoded; // of m_moved
     std::optional<MoveRecord> m_pending;

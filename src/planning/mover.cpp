@@ -3,6 +3,7 @@
 #include "model/graphemes.h"
 #include "model/store.h"
 #include "move_log.h"
+#include "platform/file_identity.h"
 #include "platform/file_mover.h"
 #include "scan/enrichment.h"
 #include "scan/kinds.h"
@@ -11,11 +12,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSet>
-
-#include <cerrno>
-#include <cstdio>
-#include <fcntl.h>
-#include <sys/stat.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -27,11 +23,10 @@ constexpr qsizetype kMaxNameBytes = 255;
 // A name can be taken again between the check and the move; give up after this many races.
 constexpr int kMoveAttempts = 100;
 
+// A dangling link still takes its name.
 bool exists(const QString& path)
 {
-    struct stat info
-    { };
-    return ::lstat(QFile::encodeName(path).constData(), &info) == 0;
+    return FileIdentity::ofEntry(path).exists();
 }
 
 bool cancelled(const CancellationPtr& cancellation)
@@ -103,14 +98,10 @@ std::optional<QString> renameLog(const QString& path, const QString& prefix)
     const QFileInfo log(path);
     for (int attempt = 0; attempt < kMoveAttempts; ++attempt) {
         const QString target = freePath(log.path() + u'/' + prefix + log.fileName());
-        if (::renameat2(AT_FDCWD,
-                        QFile::encodeName(path).constData(),
-                        AT_FDCWD,
-                        QFile::encodeName(target).constData(),
-                        RENAME_NOREPLACE)
-            == 0)
+        const FileMover::Outcome outcome = FileMover::rename(path, target);
+        if (outcome == FileMover::Outcome::moved)
             return target;
-        if (errno != EEXIST)
+        if (outcome != FileMover::Outcome::destinationTaken)
             break;
     }
     return std::nullopt;

@@ -1,5 +1,6 @@
 #include "file_io.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -77,6 +78,11 @@ std::optional<QByteArray> readUpTo(int fd, qint64 expected, qint64 limit, bool f
 
 } // namespace
 
+UniqueFd openForReading(const QString& path)
+{
+    return UniqueFd(::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+}
+
 std::optional<QByteArray> readRegular(const QString& path, qint64 maxBytes)
 {
     struct stat info
@@ -121,6 +127,14 @@ bool writeAtomic(const QString& path, const QByteArray& bytes)
         return false;
     }
     return true;
+}
+
+void makePrivateFolder(const QString& path)
+{
+    if (QFileInfo(path).isDir())
+        return;
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    ::mkdir(QFile::encodeName(path).constData(), S_IRWXU);
 }
 
 } // namespace FileIo

@@ -1,12 +1,19 @@
 #pragma once
 
+#include "unique_fd.h"
+
 #include <QByteArray>
 #include <QString>
 
 #include <optional>
 
-// Whole-file reads and atomic whole-file writes for the program's own small files.
+// Whole-file reads and atomic whole-file writes for the program's own small files, and the
+// plain opening of the person's files for reading.
 namespace FileIo {
+
+// `path` opened for reading, or an invalid descriptor. Opening never blocks, not even on a pipe
+// that took a file's place; reading from such a descriptor may come back empty.
+UniqueFd openForReading(const QString& path);
 
 // Contents of a regular file of at most `maxBytes`. Anything else (missing, unreadable, a
 // folder, a pipe that would block, a file that is too large) is nothing.
@@ -22,5 +29,9 @@ std::optional<QByteArray> readHead(const QString& path, qint64 maxBytes);
 // so no other user can open it even while it is being written: the program's files hold the
 // key and the names of the person's files. Returns whether the new content landed.
 bool writeAtomic(const QString& path, const QByteArray& bytes);
+
+// Makes `path` (and its missing parents) unless it is a folder already. The folder itself is
+// private to its owner from the moment it exists.
+void makePrivateFolder(const QString& path);
 
 } // namespace FileIo

@@ -107,6 +107,18 @@ Outcome move(const QString& from, const QString& to)
     }
 }
 
+Outcome rename(const QString& from, const QString& to)
+{
+    if (::renameat2(AT_FDCWD,
+                    QFile::encodeName(from).constData(),
+                    AT_FDCWD,
+                    QFile::encodeName(to).constData(),
+                    RENAME_NOREPLACE)
+        == 0)
+        return Outcome::moved;
+    return errno == EEXIST ? Outcome::destinationTaken : Outcome::failed;
+}
+
 void removeStalePartials(const QString& folder, const timespec& startedBefore)
 {
     const QByteArray path = QFile::encodeName(folder);

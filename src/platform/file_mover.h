@@ -22,6 +22,11 @@ enum class Outcome {
 // and checked; then the original is removed wherever it is still exactly what was copied.
 Outcome move(const QString& from, const QString& to);
 
+// Renames `from` to `to` within one file system in a single step that never replaces anything:
+// destinationTaken when the name is in use, failed for everything else (another file system
+// included). Meant for the program's own files: nothing is copied and no hook is called.
+Outcome rename(const QString& from, const QString& to);
+
 // Removes from `folder` the unfinished copies that a move interrupted before `startedBefore`
 // (a moment of CLOCK_REALTIME_COARSE, the clock the file system stamps with). They are always
 // redundant: an original goes only after its copy is complete and in place.

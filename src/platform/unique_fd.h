@@ -45,6 +45,15 @@ public:
         m_fd = fd;
     }
 
+    // One read of at most `wanted` bytes: how many arrived, 0 at the end, -1 on a read error.
+    qint64 readSome(char* buffer, qint64 wanted) const
+    {
+        for (;;) {
+            const ssize_t got = ::read(m_fd, buffer, size_t(wanted));
+            if (got >= 0 || errno != EINTR)
+                return got;
+        }
+    }
     // Reads until `wanted` bytes arrived or the file ended; -1 on a read error.
     qint64 readFully(char* buffer, qint64 wanted) const
     {
@@ -60,6 +69,12 @@ public:
             total += got;
         }
         return total;
+    }
+
+    // Moves the position of the next read; false when the descriptor cannot seek there.
+    bool seek(qint64 offset) const
+    {
+        return ::lseek(m_fd, off_t(offset), SEEK_SET) >= 0;
     }
 
 private:

@@ -1,7 +1,7 @@
 #include "duplicates.h"
 
 #include "model/graphemes.h"
-#include "platform/unique_fd.h"
+#include "platform/file_io.h"
 
 #include <QFile>
 #include <QHash>
@@ -11,20 +11,13 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fcntl.h>
 #include <memory>
-#include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace Scanner {
 
 namespace {
-
-int openForReading(const QString& path)
-{
-    return ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-}
 
 struct DigestDeleter
 {
@@ -54,8 +47,8 @@ quint64 prefixKey(QByteArrayView bytes)
 
 std::optional<quint64> prefixHash(const QString& path)
 {
-    const UniqueFd fd(openForReading(path));
-    if (fd.get() < 0)
+    const UniqueFd fd = FileIo::openForReading(path);
+    if (!fd.valid())
         return std::nullopt;
     char buffer[kPrefixBytes];
     const qint64 got = fd.readFully(buffer, kPrefixBytes);
@@ -68,9 +61,9 @@ namespace {
 // first difference, so files that merely share a header cost little.
 bool sameContent(const QString& a, const QString& b)
 {
-    const UniqueFd first(openForReading(a));
-    const UniqueFd second(openForReading(b));
-    if (first.get() < 0 || second.get() < 0)
+    const UniqueFd first = FileIo::openForReading(a);
+    const UniqueFd second = FileIo::openForReading(b);
+    if (!first.valid() || !second.valid())
         return false;
     qint64 chunk = 64 * 1024;
     std::unique_ptr<char[]> left(new char[kHashChunk]);
@@ -207,8 +200,8 @@ identicalSets(const QList<qsizetype>& group, const QList<ScannedItem>& items, QL
 
 std::optional<QString> sha(const QString& path, qint64 size)
 {
-    const UniqueFd fd(openForReading(path));
-    if (fd.get() < 0)
+    const UniqueFd fd = FileIo::openForReading(path);
+    if (!fd.valid())
         return std::nullopt;
     const std::unique_ptr<EVP_MD_CTX, DigestDeleter> context(EVP_MD_CTX_new());
     if (!context || EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) != 1)
@@ -217,9 +210,7 @@ std::optional<QString> sha(const QString& path, qint64 size)
     if (size <= kWholeHashLimit) {
         std::unique_ptr<char[]> buffer(new char[kHashChunk]);
         for (;;) {
-            const ssize_t got = ::read(fd.get(), buffer.get(), kHashChunk);
-            if (got < 0 && errno == EINTR)
-                continue;
+            const qint64 got = fd.readSome(buffer.get(), kHashChunk);
             if (got <= 0)
                 break;
             EVP_DigestUpdate(context.get(), buffer.get(), size_t(got));
@@ -232,7 +223,7 @@ std::optional<QString> sha(const QString& path, qint64 size)
         std::unique_ptr<char[]> buffer(new char[kSampleBytes]);
         for (const qint64 offset : {qint64(0), size / 2, size - kSampleBytes}) {
             // A failed seek reads from wherever the file stands, as the content key always has.
-            ::lseek(fd.get(), offset, SEEK_SET);
+            fd.seek(offset);
             const qint64 got = fd.readFully(buffer.get(), kSampleBytes);
             if (got > 0)
                 EVP_DigestUpdate(context.get(), buffer.get(), size_t(got));

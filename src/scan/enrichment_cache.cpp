@@ -1,5 +1,6 @@
 #include "enrichment_cache.h"
 
+#include "platform/file_identity.h"
 #include "platform/file_io.h"
 
 #include <QFile>
@@ -8,7 +9,6 @@
 #include <cstring>
 
 #include <openssl/evp.h>
-#include <sys/stat.h>
 
 namespace {
 
@@ -207,13 +207,8 @@ bool EnrichmentCache::confirm(const QString& path, const CachedFacts& facts)
 
 void EnrichmentCache::pruneMissing()
 {
-    const qsizetype removed = m_entries.removeIf([](const auto& entry) {
-        if (entry.value().seen)
-            return false;
-        struct stat info
-        { };
-        return ::lstat(QFile::encodeName(entry.key()).constData(), &info) != 0;
-    });
+    const qsizetype removed = m_entries.removeIf(
+        [](const auto& entry) { return !entry.value().seen && !FileIdentity::ofEntry(entry.key()).exists(); });
     m_changed = m_changed || removed > 0;
 }
 

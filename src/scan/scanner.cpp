@@ -6,7 +6,7 @@
 #include "kinds.h"
 #include "model/home_tree.h"
 #include "model/store.h"
-#include "platform/unique_fd.h"
+#include "platform/directory_listing.h"
 
 #include <QDir>
 #include <QFile>
@@ -16,10 +16,6 @@
 #include <QtConcurrent>
 
 #include <atomic>
-#include <dirent.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -38,16 +34,6 @@ QSet<QString> setOf(std::initializer_list<const char16_t*> names)
     return result;
 }
 
-qint64 nanoseconds(const timespec& time)
-{
-    return qint64(time.tv_sec) * 1000000000 + time.tv_nsec;
-}
-
-QDateTime dateOf(const timespec& time)
-{
-    return QDateTime::fromMSecsSinceEpoch(qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000, Qt::UTC);
-}
-
 // A name is kept only when it survives the trip to text and back unchanged (see scanner.h).
 std::optional<QString> decodeName(const char* raw)
 {
@@ -58,12 +44,11 @@ std::optional<QString> decodeName(const char* raw)
     return name;
 }
 
-bool hasProjectMarker(int rootFd, const QByteArray& folderName)
+bool hasProjectMarker(const DirectoryListing& root, const QByteArray& folderName)
 {
     for (const QString& marker : projectMarkers()) {
-        struct stat info
-        { };
-        if (::fstatat(rootFd, QByteArray(folderName + '/' + marker.toUtf8()).constData(), &info, 0) == 0)
+        const QByteArray path = folderName + '/' + marker.toUtf8();
+        if (root.identityOf(path.constData(), FileIdentity::Links::follow).exists())
             return true;
     }
     return false;
@@ -84,56 +69,28 @@ struct Found
     FileStamp stamp;
     std::optional<bool> projectMarker;
     QString path;
-    int rootFd = -1;
+    const DirectoryListing* listing = nullptr;
     QByteArray raw;
     CachedFacts facts;
     bool known = false;
 };
 
-// One root's entries, names only, in the file system's order.
-struct Listing
-{
-    QString root;
-    UniqueFd fd;
-    QList<QByteArray> names;
-};
-
-Listing readNames(const QString& root)
-{
-    Listing listing {
-        root, UniqueFd(::open(QFile::encodeName(root).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)), {}};
-    if (!listing.fd.valid())
-        return listing;
-    DIR* dir = ::fdopendir(::dup(listing.fd.get()));
-    if (!dir)
-        return listing;
-    while (const dirent* entry = ::readdir(dir)) {
-        if (qstrcmp(entry->d_name, ".") != 0 && qstrcmp(entry->d_name, "..") != 0)
-            listing.names.append(QByteArray(entry->d_name));
-    }
-    ::closedir(dir);
-    return listing;
-}
-
 // The bare item for one entry of a root, or nothing when the walk leaves it out. Folders get
 // their kind later, once the cache can tell whether they hold a project.
 std::optional<Found>
-examine(const Listing& listing, const QByteArray& raw, const QStringList& excluded, const ScanOptions& options)
+examine(const DirectoryListing& listing, const QByteArray& raw, const QStringList& excluded, const ScanOptions& options)
 {
-    struct stat info
-    { };
-    if (::fstatat(listing.fd.get(), raw.constData(), &info, AT_SYMLINK_NOFOLLOW) != 0)
-        return std::nullopt;
+    const FileIdentity info = listing.identityOf(raw.constData(), FileIdentity::Links::describe);
     // Links are neither taken nor followed; pipes, sockets and devices are not documents,
     // and opening a pipe could block the walk.
-    const bool isDir = S_ISDIR(info.st_mode);
-    if (!isDir && !S_ISREG(info.st_mode))
+    const bool isDir = info.isDir();
+    if (!isDir && !info.isRegular())
         return std::nullopt;
     const std::optional<QString> name = decodeName(raw.constData());
     if (!name)
         return std::nullopt;
-    const QString path = listing.root + u'/' + *name;
-    const QDateTime modified = dateOf(info.st_mtim);
+    const QString path = listing.path() + u'/' + *name;
+    const QDateTime modified = QDateTime::fromMSecsSinceEpoch(info.modifiedMs(), Qt::UTC);
     if (options.since && modified < *options.since)
         return std::nullopt;
     if (isDir) {
@@ -145,7 +102,7 @@ examine(const Listing& listing, const QByteArray& raw, const QStringList& exclud
         return std::nullopt;
     }
     Found found;
-    found.stamp = {info.st_size, nanoseconds(info.st_mtim), info.st_ino, nanoseconds(info.st_ctim)};
+    found.stamp = {info.size, info.modifiedNs, info.inode, info.changedNs};
     ScannedItem& item = found.item;
     item.name = *name;
     item.ext = Kinds::extension(*name);
@@ -153,11 +110,11 @@ examine(const Listing& listing, const QByteArray& raw, const QStringList& exclud
     item.modified = modified;
     if (!isDir) {
         item.kind = Kinds::map().value(item.ext, FileKind::other);
-        item.size = info.st_size;
+        item.size = info.size;
     }
     item.url = QUrl::fromLocalFile(path);
     found.path = path;
-    found.rootFd = listing.fd.get();
+    found.listing = &listing;
     found.raw = raw;
     return found;
 }
@@ -170,7 +127,7 @@ void settleFolder(Found& found, const CachedFacts* cached)
     ScannedItem& item = found.item;
     if (!Kinds::bundleExtensions().contains(item.ext))
         found.projectMarker
-            = cached && cached->projectMarker ? *cached->projectMarker : hasProjectMarker(found.rootFd, found.raw);
+            = cached && cached->projectMarker ? *cached->projectMarker : hasProjectMarker(*found.listing, found.raw);
     const bool whole = !found.projectMarker || *found.projectMarker;
     item.kind = whole ? Kinds::kind(found.path, true) : FileKind::folder;
 }
@@ -308,8 +265,8 @@ QList<ScannedItem> run(const ScanOptions& options, const Progress& progress, con
     // The cache loads while the folders are listed, and whoever is done first looks up entries
     // (a system call apiece) until none are left, so every core has exactly one thing to do.
     // Results land in place, in listing order, with holes where the walk leaves an entry out.
-    std::vector<Listing> listings;
-    QList<std::pair<const Listing*, QByteArray>> entries;
+    std::vector<DirectoryListing> listings;
+    QList<std::pair<const DirectoryListing*, QByteArray>> entries;
     QList<std::optional<Found>> examined;
     QSemaphore listed;
     std::atomic<qsizetype> next {0};
@@ -335,9 +292,9 @@ QList<ScannedItem> run(const ScanOptions& options, const Progress& progress, con
 
     listings.reserve(options.roots.size());
     for (const QUrl& root : options.roots)
-        listings.push_back(readNames(QDir::cleanPath(QDir(root.toLocalFile()).absolutePath())));
-    for (const Listing& listing : listings) {
-        for (const QByteArray& name : listing.names)
+        listings.push_back(DirectoryListing::read(QDir::cleanPath(QDir(root.toLocalFile()).absolutePath())));
+    for (const DirectoryListing& listing : listings) {
+        for (const QByteArray& name : listing.names())
             entries.append({&listing, name});
     }
     examined.resize(entries.size());

@@ -1,8 +1,8 @@
 #include "notifier.h"
 
 #include "common/numbers.h"
-#include "notification_service.h"
 #include "platform/clock.h"
+#include "platform/notification_service.h"
 
 #include <QSettings>
 

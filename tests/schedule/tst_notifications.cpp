@@ -1,4 +1,4 @@
-#include "schedule/dbus_notifications.h"
+#include "platform/desktop_notifications.h"
 #include "schedule/notifier.h"
 #include "support/controller_fixture.h"
 #include "support/fake_notification_service.h"
@@ -43,8 +43,8 @@ private Q_SLOTS:
         FakeNotificationService service;
         QVERIFY(service.registered());
         TestClock clock(QDateTime(QDate(2026, 3, 1), QTime(8, 55), Qt::LocalTime)); // a Sunday
-        DBusNotifications desktop;
-        Notifier notifier(&desktop, &clock);
+        const std::unique_ptr<NotificationService> desktop(DesktopNotifications::create(nullptr));
+        Notifier notifier(desktop.get(), &clock);
 
         notifier.setUp(false);
         QVERIFY(notifier.reminderScheduled());
@@ -109,14 +109,15 @@ private Q_SLOTS:
 
     void fallbackWithoutService()
     {
-        DBusNotifications desktop;
         QStringList fellBack;
         int toldUnavailable = 0;
-        desktop.fallback
-            = [&fellBack](const QString& identifier, const QString&, const QString&) { fellBack.append(identifier); };
-        desktop.unavailable = [&toldUnavailable] { ++toldUnavailable; };
-        desktop.post(u"plan-ready"_s, u"Your fresh start is ready"_s, u"1 changes are waiting."_s);
-        desktop.post(u"sunday-reminder"_s, u"Brindlow"_s, u"Don't forget to start the week fresh."_s);
+        const std::unique_ptr<NotificationService> desktop(DesktopNotifications::create(
+            nullptr,
+            {.fallback
+             = [&fellBack](const QString& identifier, const QString&, const QString&) { fellBack.append(identifier); },
+             .unavailable = [&toldUnavailable] { ++toldUnavailable; }}));
+        desktop->post(u"plan-ready"_s, u"Your fresh start is ready"_s, u"1 changes are waiting."_s);
+        desktop->post(u"sunday-reminder"_s, u"Brindlow"_s, u"Don't forget to start the week fresh."_s);
         QTRY_COMPARE_WITH_TIMEOUT(fellBack, (QStringList {u"plan-ready"_s, u"sunday-reminder"_s}), 30000);
         QCOMPARE(toldUnavailable, 1);
     }

@@ -1,6 +1,6 @@
 #include "model/store.h"
 #include "platform/autostart.h"
-#include "schedule/notification_service.h"
+#include "platform/notification_service.h"
 #include "schedule/notifier.h"
 #include "support/controller_fixture.h"
 #include "support/widget_driver.h"

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "unique_fd.h"
+
+#include <QByteArray>
+#include <QString>
+
+// A file of the program's own that is written in place, piece by piece at known offsets, for
+// records that must be with the kernel before the step they describe. It is always a new file,
+// private to its owner from the moment it exists.
+class JournalFile
+{
+public:
+    // Creates the file at `path`; false when anything is there already or it cannot be made.
+    bool create(const QString& path);
+    bool isOpen() const;
+    // Writes all of `bytes` at `offset`.
+    bool writeAt(const QByteArray& bytes, qint64 offset);
+    // Flushes what was written to the disk (the data, not every time stamp).
+    bool flush();
+    // Closes the file and keeps it.
+    void close();
+    // Closes the file and removes it; only ever the file this object created.
+    void discard();
+    // Why the last step failed, in plain words.
+    QString error() const;
+
+private:
+    bool failed();
+
+    QString m_path;
+    UniqueFd m_fd;
+    int m_errno = 0;
+};
