@@ -1,7 +1,7 @@
 #include "updater.h"
 
 #include "platform/clock.h"
-#include "platform/signature.h"
+#include "signature.h"
 
 #include <QCoreApplication>
 #include <QNetworkAccessManager>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/update_feed.h"
+#include "update_feed.h"
 
 #include <QByteArray>
 #include <QObject>

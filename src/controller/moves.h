@@ -1,8 +1,8 @@
 #pragma once
 
+#include "common/cancellation.h"
 #include "model/apply_result.h"
 #include "model/recap_data.h"
-#include "platform/cancellation.h"
 
 #include <QFuture>
 #include <QObject>

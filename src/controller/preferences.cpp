@@ -1,8 +1,8 @@
 #include "preferences.h"
 
+#include "common/relative_time.h"
 #include "model/store.h"
 #include "platform/clock.h"
-#include "platform/relative_time.h"
 #include "refresh_pipeline.h"
 #include "schedule/notifier.h"
 #include "store_writer.h"

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "common/cancellation.h"
 #include "model/plan_item.h"
 #include "model/profile.h"
 #include "model/tidy_mode.h"
-#include "platform/cancellation.h"
 #include "scan/scan_options.h"
 #include "understanding/api_error.h"
 

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "common/cancellation.h"
 #include "model/plan_item.h"
 #include "model/tidy_mode.h"
-#include "platform/cancellation.h"
 
 #include <QDateTime>
 #include <QFuture>

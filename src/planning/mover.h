@@ -1,10 +1,10 @@
 #pragma once
 
 #include "apply_options.h"
+#include "common/cancellation.h"
 #include "model/apply_result.h"
 #include "model/move_record.h"
 #include "model/plan_item.h"
-#include "platform/cancellation.h"
 
 #include <QList>
 #include <QString>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cancellation.h"
+#include "common/cancellation.h"
 
 #include <QDateTime>
 #include <QObject>

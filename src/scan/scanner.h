@@ -1,7 +1,7 @@
 #pragma once
 
+#include "common/cancellation.h"
 #include "model/scanned_item.h"
-#include "platform/cancellation.h"
 #include "scan_options.h"
 
 #include <QSet>

@@ -1,10 +1,11 @@
 #pragma once
 
 #include "api_error.h"
+#include "common/cancellation.h"
 #include "model/decision.h"
 #include "model/profile.h"
 #include "model/scanned_item.h"
-#include "platform/cancellation.h"
+#include "model/tidy_mode.h"
 #include "platform/clock.h"
 
 #include <QHash>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "api_error.h"
-#include "platform/cancellation.h"
+#include "common/cancellation.h"
 #include "platform/clock.h"
 
 #include <QJsonObject>

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "common/cancellation.h"
 #include "model/project.h"
 #include "model/scanned_item.h"
-#include "platform/cancellation.h"
 #include "platform/clock.h"
 
 #include <QList>
