@@ -112,35 +112,56 @@ QString newGroupName(const QString& path, const FileStamp& stamp)
     return hex(digest, 16);
 }
 
-// Splits a group of files with equal size and equal first 4 KiB into sets of identical files.
-// Files are compared byte for byte, which is several times cheaper than hashing them and says
-// the same; what was found is remembered as a shared group name, so that files that stay
-// unchanged are not read again by later scans. Files above the whole-hash limit are matched by
-// their sampled keys instead, as those keys do not cover every byte.
-QList<QList<qsizetype>>
-identicalSets(const QList<qsizetype>& group, const QList<ScannedItem>& items, QList<CachedFacts>& facts)
+// The files of one group of equal size and equal first 4 KiB, sorted into classes of equal
+// content as they are met.
+struct Comparison
 {
-    const qint64 size = items[group.first()].size;
-    const bool compareBytes = size <= kWholeHashLimit;
-    auto pathOf = [&items](qsizetype position) { return items[position].url.toLocalFile(); };
-    auto keyOf = [&](qsizetype position) -> const std::optional<QString>& {
+    const QList<ScannedItem>& items;
+    QList<CachedFacts>& facts;
+    qint64 size;
+    QList<ContentClass> classes;
+
+    QString pathOf(qsizetype position) const
+    {
+        return items[position].url.toLocalFile();
+    }
+    const std::optional<QString>& keyOf(qsizetype position)
+    {
         if (!facts[position].contentKey)
             facts[position].contentKey = sha(pathOf(position), size);
         return facts[position].contentKey;
-    };
-    auto same = [&](qsizetype a, qsizetype b, bool byKey) {
+    }
+    bool same(qsizetype a, qsizetype b, bool byKey)
+    {
         if (byKey || (facts[a].contentKey && facts[b].contentKey))
             return keyOf(a) && keyOf(b) == keyOf(a);
         return sameContent(pathOf(a), pathOf(b));
-    };
+    }
+    // Files above the whole-hash limit are matched by their sampled keys, as those keys do not
+    // cover every byte; and past a few classes, hashing a newcomer is cheaper than comparing.
+    bool byKey() const
+    {
+        return size > kWholeHashLimit || classes.size() >= kMaxComparedClasses;
+    }
+    // The class whose representative equals `position`, or -1.
+    qsizetype equalClass(qsizetype position, bool byKey)
+    {
+        const auto equal = std::find_if(classes.begin(), classes.end(), [&](const ContentClass& candidate) {
+            return same(candidate.representative, position, byKey);
+        });
+        return equal == classes.end() ? -1 : equal - classes.begin();
+    }
+};
 
-    // Files known from earlier scans form their classes without being read. Classes of
-    // different names may still hold equal files (found in scans of different folders), so
-    // their representatives are compared once.
-    QList<ContentClass> classes;
+// Files known from earlier scans form their classes without being read. Classes of different
+// names may still hold equal files (found in scans of different folders), so their
+// representatives are compared once.
+void sortKnown(Comparison& comparison, const QList<qsizetype>& group)
+{
+    QList<ContentClass>& classes = comparison.classes;
     QHash<QString, qsizetype> classOfIdentity;
     for (const qsizetype position : group) {
-        const std::optional<QString> identity = knownIdentity(facts[position]);
+        const std::optional<QString> identity = knownIdentity(comparison.facts[position]);
         if (!identity)
             continue;
         const auto known = classOfIdentity.constFind(*identity);
@@ -148,52 +169,165 @@ identicalSets(const QList<qsizetype>& group, const QList<ScannedItem>& items, QL
             classes[*known].members.append(position);
             continue;
         }
-        const bool byKey = !compareBytes || classes.size() >= kMaxComparedClasses;
-        const auto equal = std::find_if(classes.begin(), classes.end(), [&](const ContentClass& candidate) {
-            return same(candidate.representative, position, byKey);
-        });
-        if (equal != classes.end()) {
-            equal->members.append(position);
-            classOfIdentity.insert(*identity, equal - classes.begin());
+        const qsizetype equal = comparison.equalClass(position, comparison.byKey());
+        if (equal >= 0) {
+            classes[equal].members.append(position);
+            classOfIdentity.insert(*identity, equal);
         } else {
             classOfIdentity.insert(*identity, classes.size());
             classes.append(ContentClass {position, {position}});
         }
     }
-    for (const qsizetype position : group) {
-        if (knownIdentity(facts[position]))
-            continue;
-        const bool byKey = !compareBytes || classes.size() >= kMaxComparedClasses;
-        const auto equal = std::find_if(classes.begin(), classes.end(), [&](const ContentClass& candidate) {
-            return same(candidate.representative, position, byKey);
-        });
-        if (equal != classes.end())
-            equal->members.append(position);
-        else if (!byKey || keyOf(position))
-            classes.append(ContentClass {position, {position}});
-    }
+}
 
+// The rest join the class they equal, or start one; a file that cannot even be hashed stays out.
+void sortNew(Comparison& comparison, const QList<qsizetype>& group)
+{
+    for (const qsizetype position : group) {
+        if (knownIdentity(comparison.facts[position]))
+            continue;
+        const bool byKey = comparison.byKey();
+        const qsizetype equal = comparison.equalClass(position, byKey);
+        if (equal >= 0)
+            comparison.classes[equal].members.append(position);
+        else if (!byKey || comparison.keyOf(position))
+            comparison.classes.append(ContentClass {position, {position}});
+    }
+}
+
+// The classes of two or more, each under one name for the whole set: a content key when any
+// member has one (equal files have equal keys), otherwise a group name.
+QList<QList<qsizetype>> namedSets(Comparison& comparison)
+{
+    QList<CachedFacts>& facts = comparison.facts;
     QList<QList<qsizetype>> sets;
-    for (ContentClass& found : classes) {
+    for (const ContentClass& found : std::as_const(comparison.classes)) {
         if (found.members.size() < 2)
             continue;
-        // One name for the whole set: a content key when any member has one (equal files have
-        // equal keys), otherwise a group name.
         std::optional<QString> key;
         std::optional<QString> name;
-        for (const qsizetype member : std::as_const(found.members)) {
+        for (const qsizetype member : found.members) {
             key = key ? key : facts[member].contentKey;
             name = name ? name : facts[member].identicalGroup;
         }
         if (!key && !name)
-            name = newGroupName(pathOf(found.representative), facts[found.representative].stamp);
-        for (const qsizetype member : std::as_const(found.members)) {
+            name = newGroupName(comparison.pathOf(found.representative), facts[found.representative].stamp);
+        for (const qsizetype member : found.members) {
             facts[member].contentKey = key;
             facts[member].identicalGroup = key ? std::nullopt : name;
         }
         sets.append(found.members);
     }
     return sets;
+}
+
+// Splits a group of files with equal size and equal first 4 KiB into sets of identical files.
+// Files are compared byte for byte, which is several times cheaper than hashing them and says
+// the same; what was found is remembered as a shared group name, so that files that stay
+// unchanged are not read again by later scans.
+QList<QList<qsizetype>>
+identicalSets(const QList<qsizetype>& group, const QList<ScannedItem>& items, QList<CachedFacts>& facts)
+{
+    Comparison comparison {items, facts, items[group.first()].size, {}};
+    sortKnown(comparison, group);
+    sortNew(comparison, group);
+    return namedSets(comparison);
+}
+
+// Duplicate candidates by size and start, as runs of a sorted list rather than entries of a
+// hash: tens of thousands of sizes would otherwise each allocate a list of their own.
+struct Key
+{
+    qint64 size;
+    quint64 prefix;
+    qsizetype position;
+    auto operator<=>(const Key&) const = default;
+};
+
+// Calls `group` with each run of at least two keys that `same` finds equal.
+template <typename Same, typename Group>
+void forEachRun(const QList<Key>& keys, Same same, Group group)
+{
+    for (qsizetype begin = 0, end = 0; begin < keys.size(); begin = end) {
+        for (end = begin + 1; end < keys.size() && same(keys[begin], keys[end]); ++end) { }
+        if (end - begin > 1)
+            group(begin, end);
+    }
+}
+
+// The files that share their size with another, in order of size.
+QList<Key> sameSize(const QList<ScannedItem>& items)
+{
+    QList<Key> bySize;
+    for (qsizetype i = 0; i < items.size(); ++i) {
+        if (!items[i].isDir && items[i].size > 0)
+            bySize.append({items[i].size, 0, i});
+    }
+    std::sort(bySize.begin(), bySize.end());
+    QList<Key> candidates;
+    forEachRun(
+        bySize,
+        [](const Key& a, const Key& b) { return a.size == b.size; },
+        [&](qsizetype begin, qsizetype end) { candidates.append(bySize.sliced(begin, end - begin)); });
+    return candidates;
+}
+
+// Of those, the groups that also share their first 4 KiB: different files of equal size almost
+// always differ there. A file whose start cannot be read is in no group.
+QList<QList<qsizetype>> sameStart(QList<Key> candidates, const QList<ScannedItem>& items, QList<CachedFacts>& facts)
+{
+    QtConcurrent::blockingMap(candidates, [&](Key& key) {
+        CachedFacts& known = facts[key.position];
+        if (!known.prefixHash)
+            known.prefixHash = prefixHash(items[key.position].url.toLocalFile());
+        key.prefix = known.prefixHash.value_or(0);
+    });
+    candidates.removeIf([&facts](const Key& key) { return !facts[key.position].prefixHash; });
+    std::sort(candidates.begin(), candidates.end());
+    QList<QList<qsizetype>> groups;
+    forEachRun(
+        candidates,
+        [](const Key& a, const Key& b) { return a.size == b.size && a.prefix == b.prefix; },
+        [&](qsizetype begin, qsizetype end) {
+            QList<qsizetype> group;
+            for (qsizetype i = begin; i < end; ++i)
+                group.append(candidates[i].position);
+            groups.append(group);
+        });
+    return groups;
+}
+
+// Marks every member of one set of identical files but the kept copy: no copy-style name
+// first, then the shorter name, then the smaller path.
+void markAllButKept(QList<ScannedItem>& items, const QList<qsizetype>& set)
+{
+    struct Candidate
+    {
+        qsizetype position;
+        bool copyStyle;
+        qsizetype length;
+        QString path;
+    };
+    QList<Candidate> order;
+    for (const qsizetype position : set) {
+        const ScannedItem& item = items[position];
+        order.append({position,
+                      item.junkHints.contains(JunkHint::copyStyleName),
+                      Graphemes::count(item.name),
+                      item.url.toLocalFile()});
+    }
+    // Listing order first, so the stable sort below is repeatable.
+    std::sort(
+        order.begin(), order.end(), [](const Candidate& a, const Candidate& b) { return a.position < b.position; });
+    std::stable_sort(order.begin(), order.end(), [](const Candidate& a, const Candidate& b) {
+        if (a.copyStyle != b.copyStyle)
+            return !a.copyStyle;
+        if (a.length != b.length)
+            return a.length < b.length;
+        return a.path < b.path;
+    });
+    for (qsizetype i = 1; i < order.size(); ++i)
+        items[order[i].position].junkHints.append(JunkHint::exactDuplicate);
 }
 
 } // namespace
@@ -250,88 +384,12 @@ void markDuplicates(QList<ScannedItem>& items)
 
 void markDuplicates(QList<ScannedItem>& items, QList<CachedFacts>& facts)
 {
-    // Groups are runs of a sorted list rather than entries of a hash: tens of thousands of
-    // sizes would otherwise each allocate a list of their own.
-    struct Key
-    {
-        qint64 size;
-        quint64 prefix;
-        qsizetype position;
-        auto operator<=>(const Key&) const = default;
-    };
-    QList<Key> bySize;
-    for (qsizetype i = 0; i < items.size(); ++i) {
-        if (!items[i].isDir && items[i].size > 0)
-            bySize.append({items[i].size, 0, i});
-    }
-    std::sort(bySize.begin(), bySize.end());
-    // Calls `group` with each run of at least two keys that `same` finds equal.
-    const auto runs = [](QList<Key>& keys, auto same, auto group) {
-        for (qsizetype begin = 0, end = 0; begin < keys.size(); begin = end) {
-            for (end = begin + 1; end < keys.size() && same(keys[begin], keys[end]); ++end) { }
-            if (end - begin > 1)
-                group(begin, end);
-        }
-    };
-
-    // First cut: the first 4 KiB. Different files of equal size almost always differ there.
-    QList<Key> candidates;
-    runs(
-        bySize,
-        [](const Key& a, const Key& b) { return a.size == b.size; },
-        [&](qsizetype begin, qsizetype end) { candidates.append(bySize.sliced(begin, end - begin)); });
-    QtConcurrent::blockingMap(candidates, [&](Key& key) {
-        CachedFacts& known = facts[key.position];
-        if (!known.prefixHash)
-            known.prefixHash = prefixHash(items[key.position].url.toLocalFile());
-        key.prefix = known.prefixHash.value_or(0);
-    });
-    candidates.removeIf([&facts](const Key& key) { return !facts[key.position].prefixHash; });
-    std::sort(candidates.begin(), candidates.end());
-    QList<QList<qsizetype>> groups;
-    runs(
-        candidates,
-        [](const Key& a, const Key& b) { return a.size == b.size && a.prefix == b.prefix; },
-        [&](qsizetype begin, qsizetype end) {
-            QList<qsizetype> group;
-            for (qsizetype i = begin; i < end; ++i)
-                group.append(candidates[i].position);
-            groups.append(group);
-        });
+    const QList<QList<qsizetype>> groups = sameStart(sameSize(items), items, facts);
     const QList<QList<QList<qsizetype>>> partitions = QtConcurrent::blockingMapped(
         groups, [&](const QList<qsizetype>& group) { return identicalSets(group, items, facts); });
-    QList<QList<qsizetype>> sets;
-    for (const auto& partition : partitions)
-        sets.append(partition);
-
-    struct Candidate
-    {
-        qsizetype position;
-        bool copyStyle;
-        qsizetype length;
-        QString path;
-    };
-    for (const QList<qsizetype>& set : std::as_const(sets)) {
-        QList<Candidate> order;
-        for (const qsizetype position : set) {
-            const ScannedItem& item = items[position];
-            order.append({position,
-                          item.junkHints.contains(JunkHint::copyStyleName),
-                          Graphemes::count(item.name),
-                          item.url.toLocalFile()});
-        }
-        // Listing order first, so the stable sort below is repeatable.
-        std::sort(
-            order.begin(), order.end(), [](const Candidate& a, const Candidate& b) { return a.position < b.position; });
-        std::stable_sort(order.begin(), order.end(), [](const Candidate& a, const Candidate& b) {
-            if (a.copyStyle != b.copyStyle)
-                return !a.copyStyle;
-            if (a.length != b.length)
-                return a.length < b.length;
-            return a.path < b.path;
-        });
-        for (qsizetype i = 1; i < order.size(); ++i)
-            items[order[i].position].junkHints.append(JunkHint::exactDuplicate);
+    for (const QList<QList<qsizetype>>& partition : partitions) {
+        for (const QList<qsizetype>& set : partition)
+            markAllButKept(items, set);
     }
 }
 

@@ -153,6 +153,169 @@ QString cacheFile()
     return Store::dir() + u"/scan-cache.bin"_s;
 }
 
+bool stopped(const Cancellation* cancellation)
+{
+    return cancellation && cancellation->isCancelled();
+}
+
+QList<qsizetype> positions(qsizetype count)
+{
+    QList<qsizetype> result(count);
+    std::iota(result.begin(), result.end(), 0);
+    return result;
+}
+
+// Every root's entries in listing order, with holes where the walk leaves one out. The listings
+// stay open: folders are settled relative to them.
+struct Examined
+{
+    std::vector<DirectoryListing> listings;
+    QList<std::optional<Found>> found;
+    EnrichmentCache cache;
+};
+
+// What the walk keeps, in item order, with what the cache needs beside each item.
+struct Kept
+{
+    QList<ScannedItem> items;
+    QList<CachedFacts> facts;
+    QList<char> known;
+    QStringList paths;
+};
+
+QStringList excludedFolders(const ScanOptions& options)
+{
+    QStringList excluded;
+    for (const QUrl& url : options.exclude)
+        excluded.append(QDir::cleanPath(QDir(url.toLocalFile()).absolutePath()));
+    return excluded;
+}
+
+// The cache loads while the folders are listed, and whoever is done first looks up entries
+// (a system call apiece) until none are left, so every core has exactly one thing to do.
+// Results land in place, in listing order.
+Examined examineRoots(QThreadPool& pool, const ScanOptions& options, const QString& cachePath)
+{
+    const QStringList excluded = excludedFolders(options);
+    Examined examined;
+    QList<std::pair<const DirectoryListing*, QByteArray>> entries;
+    QSemaphore listed;
+    std::atomic<qsizetype> next {0};
+    const auto examineRest = [&] {
+        for (qsizetype i = next++; i < entries.size(); i = next++)
+            examined.found[i] = examine(*entries[i].first, entries[i].second, excluded, options);
+    };
+    const int helpers = pool.maxThreadCount() - 1;
+    QFuture<EnrichmentCache> loading = QtConcurrent::run(&pool, [&] {
+        EnrichmentCache loaded = EnrichmentCache::load(cachePath);
+        listed.acquire();
+        examineRest();
+        return loaded;
+    });
+    QList<QFuture<void>> examining;
+    for (int helper = 1; helper < helpers; ++helper) {
+        examining.append(QtConcurrent::run(&pool, [&] {
+            listed.acquire();
+            examineRest();
+        }));
+    }
+
+    examined.listings.reserve(options.roots.size());
+    for (const QUrl& root : options.roots)
+        examined.listings.push_back(DirectoryListing::read(QDir::cleanPath(QDir(root.toLocalFile()).absolutePath())));
+    for (const DirectoryListing& listing : examined.listings) {
+        for (const QByteArray& name : listing.names())
+            entries.append({&listing, name});
+    }
+    examined.found.resize(entries.size());
+    listed.release(helpers);
+    examineRest();
+    for (QFuture<void>& helper : examining)
+        helper.waitForFinished();
+    examined.cache = loading.takeResult();
+    return examined;
+}
+
+// Folders get their kind, and every entry the facts the cache holds for its version.
+void lookUpCached(QThreadPool& pool, Examined& examined, const QList<qsizetype>& indices)
+{
+    QtConcurrent::blockingMap(&pool, indices, [&](qsizetype i) {
+        std::optional<Found>& found = examined.found[i];
+        if (!found)
+            return;
+        const CachedFacts* cached = examined.cache.find(found->path, found->stamp);
+        if (found->item.isDir)
+            settleFolder(*found, cached);
+        found->known = cached != nullptr;
+        found->facts = cached ? *cached : CachedFacts {found->stamp, {}, {}, {}, {}, {}, {}};
+        found->facts.projectMarker = found->projectMarker;
+    });
+}
+
+// What the walk keeps moves into place on every core, each entry to the position that the
+// entries kept before it leave for it.
+Kept keepFound(QThreadPool& pool, QList<std::optional<Found>>& examined, const QList<qsizetype>& indices)
+{
+    QList<qsizetype> destination(examined.size());
+    qsizetype count = 0;
+    for (qsizetype i = 0; i < examined.size(); ++i)
+        destination[i] = examined[i] ? count++ : -1;
+    Kept kept {QList<ScannedItem>(count), QList<CachedFacts>(count), QList<char>(count), QStringList(count)};
+    QtConcurrent::blockingMap(&pool, indices, [&](qsizetype i) {
+        std::optional<Found>& found = examined[i];
+        if (!found)
+            return;
+        const qsizetype at = destination[i];
+        found->item.id = at;
+        kept.known[at] = found->known;
+        kept.facts[at] = std::move(found->facts);
+        kept.items[at] = std::move(found->item);
+        kept.paths[at] = std::move(found->path);
+        found.reset();
+    });
+    return kept;
+}
+
+// Describing is independent per item and goes in steps of 100 over every core. Workers count
+// the steps they finish, so progress is told in order, every 100 items, on this thread.
+void describeAll(QThreadPool& pool, Kept& kept, const Progress& progress, const Cancellation* cancellation)
+{
+    const qsizetype count = kept.items.size();
+    QSemaphore stepsDone;
+    QList<qsizetype> steps;
+    for (qsizetype begin = 0; begin < count; begin += kProgressStep)
+        steps.append(begin);
+    QFuture<void> describing = QtConcurrent::map(&pool, steps, [&](qsizetype begin) {
+        const qsizetype end = std::min(begin + kProgressStep, count);
+        for (qsizetype i = begin; i < end && !stopped(cancellation); ++i)
+            describe(kept.items[i], kept.paths[i], kept.facts[i], kept.known[i]);
+        stepsDone.release();
+    });
+    for (qsizetype step = 0; step < steps.size() && !stopped(cancellation); ++step) {
+        stepsDone.acquire();
+        const qsizetype done = std::min((step + 1) * kProgressStep, count);
+        if (progress && done % kProgressStep == 0)
+            progress(int(done));
+    }
+    describing.waitForFinished();
+}
+
+// Most files are unchanged: their entries are confirmed on every core, and only the rest are
+// written into the cache one by one.
+void remember(QThreadPool& pool, EnrichmentCache& cache, const Kept& kept)
+{
+    QList<char> confirmed(kept.items.size());
+    const QList<qsizetype> indices = positions(kept.items.size());
+    QtConcurrent::blockingMap(&pool, indices, [&](qsizetype i) {
+        confirmed[i] = kept.known[i] && cache.confirm(kept.paths[i], kept.facts[i]);
+    });
+    for (qsizetype i = 0; i < kept.items.size(); ++i) {
+        if (!confirmed[i])
+            cache.put(kept.paths[i], kept.facts[i]);
+    }
+    cache.pruneMissing();
+}
+
 } // namespace
 
 const QSet<QString>& skipDirNames()
@@ -254,136 +417,27 @@ bool isBrowserDownloadName(const QString& name)
 
 QList<ScannedItem> run(const ScanOptions& options, const Progress& progress, const Cancellation* cancellation)
 {
-    const auto cancelled = [cancellation] { return cancellation && cancellation->isCancelled(); };
-    QStringList excluded;
-    for (const QUrl& url : options.exclude)
-        excluded.append(QDir::cleanPath(QDir(url.toLocalFile()).absolutePath()));
-
     QThreadPool pool;
     pool.setMaxThreadCount(std::max(2, QThread::idealThreadCount()));
-
-    // The cache loads while the folders are listed, and whoever is done first looks up entries
-    // (a system call apiece) until none are left, so every core has exactly one thing to do.
-    // Results land in place, in listing order, with holes where the walk leaves an entry out.
-    std::vector<DirectoryListing> listings;
-    QList<std::pair<const DirectoryListing*, QByteArray>> entries;
-    QList<std::optional<Found>> examined;
-    QSemaphore listed;
-    std::atomic<qsizetype> next {0};
-    const auto examineRest = [&] {
-        for (qsizetype i = next++; i < entries.size(); i = next++)
-            examined[i] = examine(*entries[i].first, entries[i].second, excluded, options);
-    };
-    const int helpers = pool.maxThreadCount() - 1;
     const QString cachePath = cacheFile();
-    QFuture<EnrichmentCache> loading = QtConcurrent::run(&pool, [&] {
-        EnrichmentCache loaded = EnrichmentCache::load(cachePath);
-        listed.acquire();
-        examineRest();
-        return loaded;
-    });
-    QList<QFuture<void>> examining;
-    for (int helper = 1; helper < helpers; ++helper) {
-        examining.append(QtConcurrent::run(&pool, [&] {
-            listed.acquire();
-            examineRest();
-        }));
-    }
-
-    listings.reserve(options.roots.size());
-    for (const QUrl& root : options.roots)
-        listings.push_back(DirectoryListing::read(QDir::cleanPath(QDir(root.toLocalFile()).absolutePath())));
-    for (const DirectoryListing& listing : listings) {
-        for (const QByteArray& name : listing.names())
-            entries.append({&listing, name});
-    }
-    examined.resize(entries.size());
-    listed.release(helpers);
-    examineRest();
-    for (QFuture<void>& helper : examining)
-        helper.waitForFinished();
-    EnrichmentCache cache = loading.takeResult();
-    QList<qsizetype> indices(entries.size());
-    std::iota(indices.begin(), indices.end(), 0);
-    QtConcurrent::blockingMap(&pool, indices, [&](qsizetype i) {
-        std::optional<Found>& found = examined[i];
-        if (!found)
-            return;
-        const CachedFacts* cached = cache.find(found->path, found->stamp);
-        if (found->item.isDir)
-            settleFolder(*found, cached);
-        found->known = cached != nullptr;
-        found->facts = cached ? *cached : CachedFacts {found->stamp, {}, {}, {}, {}, {}, {}};
-        found->facts.projectMarker = found->projectMarker;
-    });
-    if (cancelled())
+    Examined examined = examineRoots(pool, options, cachePath);
+    const QList<qsizetype> indices = positions(examined.found.size());
+    lookUpCached(pool, examined, indices);
+    if (stopped(cancellation))
         return {};
+    Kept kept = keepFound(pool, examined.found, indices);
+    examined.found.clear();
+    examined.listings.clear();
 
-    // What the walk keeps moves into place on every core, each entry to the position that the
-    // entries kept before it leave for it.
-    QList<qsizetype> destination(examined.size());
-    qsizetype kept = 0;
-    for (qsizetype i = 0; i < examined.size(); ++i)
-        destination[i] = examined[i] ? kept++ : -1;
-    QList<ScannedItem> items(kept);
-    QList<CachedFacts> facts(kept);
-    QList<char> known(kept);
-    QStringList paths(kept);
-    QtConcurrent::blockingMap(&pool, indices, [&](qsizetype i) {
-        std::optional<Found>& found = examined[i];
-        if (!found)
-            return;
-        const qsizetype at = destination[i];
-        found->item.id = at;
-        known[at] = found->known;
-        facts[at] = std::move(found->facts);
-        items[at] = std::move(found->item);
-        paths[at] = std::move(found->path);
-        found.reset();
-    });
-    examined.clear();
-    listings.clear();
-
-    // Describing is independent per item and goes in steps of 100 over every core. Workers count
-    // the steps they finish, so progress is told in order, every 100 items, on this thread.
-    QSemaphore stepsDone;
-    QList<qsizetype> steps;
-    for (qsizetype begin = 0; begin < items.size(); begin += kProgressStep)
-        steps.append(begin);
-    QFuture<void> describing = QtConcurrent::map(&pool, steps, [&](qsizetype begin) {
-        const qsizetype end = std::min(begin + kProgressStep, items.size());
-        for (qsizetype i = begin; i < end && !cancelled(); ++i)
-            describe(items[i], paths[i], facts[i], known[i]);
-        stepsDone.release();
-    });
-    for (qsizetype step = 0; step < steps.size() && !cancelled(); ++step) {
-        stepsDone.acquire();
-        const qsizetype done = std::min((step + 1) * kProgressStep, items.size());
-        if (progress && done % kProgressStep == 0)
-            progress(int(done));
-    }
-    describing.waitForFinished();
-    if (cancelled())
+    describeAll(pool, kept, progress, cancellation);
+    if (stopped(cancellation))
         return {};
     if (progress)
-        progress(int(items.size()));
-
-    markDuplicates(items, facts);
-
-    // Most files are unchanged: their entries are confirmed on every core, and only the rest
-    // are written into the cache one by one.
-    QList<char> confirmed(items.size());
-    QList<qsizetype> positions(items.size());
-    std::iota(positions.begin(), positions.end(), 0);
-    QtConcurrent::blockingMap(
-        &pool, positions, [&](qsizetype i) { confirmed[i] = known[i] && cache.confirm(paths[i], facts[i]); });
-    for (qsizetype i = 0; i < items.size(); ++i) {
-        if (!confirmed[i])
-            cache.put(paths[i], facts[i]);
-    }
-    cache.pruneMissing();
-    cache.save(cachePath);
-    return items;
+        progress(int(kept.items.size()));
+    markDuplicates(kept.items, kept.facts);
+    remember(pool, examined.cache, kept);
+    examined.cache.save(cachePath);
+    return std::move(kept.items);
 }
 
 } // namespace Scanner

@@ -39,6 +39,92 @@ QJsonObject textBlock(const QString& text)
     return {{"type"_L1, u"text"_s}, {"text"_L1, text}};
 }
 
+// The digest, naming the projects already known so that the model keeps their names.
+QJsonObject digestBlock(const QList<ScannedItem>& items, const QList<Project>& known)
+{
+    QStringList knownNames;
+    for (const Project& project : known)
+        knownNames.append(project.name);
+    const QString suffix
+        = known.isEmpty() ? QString() : u"\n\nProjects they already have: "_s + knownNames.join(u", "_s);
+    return textBlock(digest(items) + suffix);
+}
+
+// Contact sheets of a random sample of the larger images, so many to a sheet.
+QList<QJsonObject> sampleSheets(const QList<ScannedItem>& items, QRandomGenerator& random)
+{
+    QList<ScannedItem> pool;
+    for (const ScannedItem& item : items) {
+        if (item.kind == FileKind::image && item.size > kMinImageBytes)
+            pool.append(item);
+    }
+    std::shuffle(pool.begin(), pool.end(), random);
+    const QList<ScannedItem> sample = pool.first(std::min<qsizetype>(kMaxSampled, pool.size()));
+    QList<QJsonObject> sheets;
+    for (qsizetype start = 0; start < sample.size(); start += kPerSheet) {
+        if (const std::optional<QByteArray> sheet = ContactSheet::make(sample.mid(start, kPerSheet))) {
+            sheets.append(QJsonObject {{"type"_L1, u"image"_s},
+                                       {"source"_L1,
+                                        QJsonObject {{"type"_L1, u"base64"_s},
+                                                     {"media_type"_L1, u"image/jpeg"_s},
+                                                     {"data"_L1, QString::fromLatin1(sheet->toBase64())}}}});
+        }
+    }
+    return sheets;
+}
+
+// The JSON array in the model's answer, when there is one and it holds only objects.
+std::optional<QJsonArray> entriesIn(const QString& text)
+{
+    const qsizetype first = text.indexOf(u'[');
+    const qsizetype last = text.lastIndexOf(u']');
+    if (first < 0 || last < 0 || first >= last)
+        return std::nullopt;
+    const QJsonDocument document = QJsonDocument::fromJson(text.mid(first, last - first + 1).toUtf8());
+    const QJsonArray entries = document.array();
+    if (!document.isArray()
+        || !std::all_of(entries.begin(), entries.end(), [](const QJsonValue& value) { return value.isObject(); }))
+        return std::nullopt;
+    return entries;
+}
+
+// What each named project's files look like, kept as project notes by lower-case name.
+void saveLooks(const QJsonArray& entries)
+{
+    QMap<QString, QString> notes;
+    for (const QJsonValue& value : entries) {
+        const QJsonObject entry = value.toObject();
+        const QJsonValue name = entry.value("name"_L1);
+        const QJsonValue looks = entry.value("looks_like"_L1);
+        if (name.isString() && looks.isString() && !looks.toString().isEmpty())
+            notes.insert(name.toString().toLower(), looks.toString());
+    }
+    Store::saveNotes(notes);
+}
+
+// Every entry with a name, with those of its aliases that are long enough to be distinctive.
+QList<Project> projectsIn(const QJsonArray& entries)
+{
+    QList<Project> projects;
+    for (const QJsonValue& value : entries) {
+        const QJsonObject entry = value.toObject();
+        const QString name = trimBlanks(entry.value("name"_L1).toString());
+        if (!entry.value("name"_L1).isString() || name.isEmpty())
+            continue;
+        QStringList aliases;
+        const QJsonArray given = entry.value("aliases"_L1).toArray();
+        const bool allText = std::all_of(given.begin(), given.end(), [](const QJsonValue& v) { return v.isString(); });
+        if (entry.value("aliases"_L1).isArray() && allText) {
+            for (const QJsonValue& alias : given) {
+                if (Graphemes::count(alias.toString()) >= 4)
+                    aliases.append(alias.toString());
+            }
+        }
+        projects.append(Project {QUuid::createUuid(), name, aliases.join(u", "_s)});
+    }
+    return projects;
+}
+
 } // namespace
 
 const QSet<QString>& stopWords()
@@ -138,34 +224,11 @@ QList<Project> run(const QList<ScannedItem>& items,
 {
     if (items.size() < kMinItems)
         return {};
-    QStringList knownNames;
-    for (const Project& project : known)
-        knownNames.append(project.name);
-    const QString suffix
-        = known.isEmpty() ? QString() : u"\n\nProjects they already have: "_s + knownNames.join(u", "_s);
-    QList<QJsonObject> content {textBlock(digest(items) + suffix)};
-
-    QList<ScannedItem> pool;
-    for (const ScannedItem& item : items) {
-        if (item.kind == FileKind::image && item.size > kMinImageBytes)
-            pool.append(item);
-    }
+    QList<QJsonObject> content {digestBlock(items, known)};
     QRandomGenerator* random = options.random ? options.random : QRandomGenerator::global();
-    std::shuffle(pool.begin(), pool.end(), *random);
-    const QList<ScannedItem> sample = pool.first(std::min<qsizetype>(kMaxSampled, pool.size()));
-    bool sheetAdded = false;
-    for (qsizetype start = 0; start < sample.size(); start += kPerSheet) {
-        if (const std::optional<QByteArray> sheet = ContactSheet::make(sample.mid(start, kPerSheet))) {
-            content.append(QJsonObject {{"type"_L1, u"image"_s},
-                                        {"source"_L1,
-                                         QJsonObject {{"type"_L1, u"base64"_s},
-                                                      {"media_type"_L1, u"image/jpeg"_s},
-                                                      {"data"_L1, QString::fromLatin1(sheet->toBase64())}}}});
-            sheetAdded = true;
-        }
-    }
-    if (sheetAdded)
-        content.append(textBlock(u"The contact sheets above are a random sample of their images."_s));
+    const QList<QJsonObject> sheets = sampleSheets(items, *random);
+    if (!sheets.isEmpty())
+        content << sheets << textBlock(u"The contact sheets above are a random sample of their images."_s);
 
     ClaudeAPI api(apiKey, model);
     api.setClock(options.clock);
@@ -173,44 +236,11 @@ QList<Project> run(const QList<ScannedItem>& items,
     const ClaudeAPI::Result reply = api.send(systemPrompt(), content, kMaxTokens);
     if (!isSuccess(reply))
         return {};
-    const QString text = std::get<QString>(reply);
-    const qsizetype first = text.indexOf(u'[');
-    const qsizetype last = text.lastIndexOf(u']');
-    if (first < 0 || last < 0 || first >= last)
+    const std::optional<QJsonArray> entries = entriesIn(std::get<QString>(reply));
+    if (!entries)
         return {};
-    const QJsonDocument document = QJsonDocument::fromJson(text.mid(first, last - first + 1).toUtf8());
-    const QJsonArray entries = document.array();
-    if (!document.isArray()
-        || !std::all_of(entries.begin(), entries.end(), [](const QJsonValue& value) { return value.isObject(); }))
-        return {};
-
-    QMap<QString, QString> notes;
-    QList<Project> projects;
-    for (const QJsonValue& value : entries) {
-        const QJsonObject entry = value.toObject();
-        const QJsonValue name = entry.value("name"_L1);
-        const QJsonValue looks = entry.value("looks_like"_L1);
-        if (name.isString() && looks.isString() && !looks.toString().isEmpty())
-            notes.insert(name.toString().toLower(), looks.toString());
-    }
-    Store::saveNotes(notes);
-    for (const QJsonValue& value : entries) {
-        const QJsonObject entry = value.toObject();
-        const QString name = trimBlanks(entry.value("name"_L1).toString());
-        if (!entry.value("name"_L1).isString() || name.isEmpty())
-            continue;
-        QStringList aliases;
-        const QJsonArray given = entry.value("aliases"_L1).toArray();
-        const bool allText = std::all_of(given.begin(), given.end(), [](const QJsonValue& v) { return v.isString(); });
-        if (entry.value("aliases"_L1).isArray() && allText) {
-            for (const QJsonValue& alias : given) {
-                if (Graphemes::count(alias.toString()) >= 4)
-                    aliases.append(alias.toString());
-            }
-        }
-        projects.append(Project {QUuid::createUuid(), name, aliases.join(u", "_s)});
-    }
-    return projects;
+    saveLooks(*entries);
+    return projectsIn(*entries);
 }
 
 } // namespace Discovery
