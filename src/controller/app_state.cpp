@@ -1,7 +1,7 @@
 #include "app_state.h"
 
 #include "platform/clock.h"
-#include "platform/dbus_notifications.h"
+#include "platform/desktop_notifications.h"
 #include "schedule/notifier.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -35,7 +35,7 @@ Notifier* AppState::notifier() const
 void AppState::init()
 {
     if (!m_notifier)
-        m_notifier = new Notifier(new DBusNotifications(this), &m_clock, this);
+        m_notifier = new Notifier(DesktopNotifications::create(this), &m_clock, this);
     connect(m_notifier, &Notifier::clicked, this, &AppState::handleNotification);
     m_refresh.setNotifier(m_notifier);
     m_preferences.load(m_notifier);
