@@ -9,11 +9,6 @@ ReviewFilterModel::ReviewFilterModel(PlanModel* source, PlanTab tab, QObject* pa
     setTab(tab);
 }
 
-QString ReviewFilterModel::nameFilter() const
-{
-    return m_name;
-}
-
 void ReviewFilterModel::setNameFilter(const QString& text)
 {
     const QString trimmed = text.trimmed();

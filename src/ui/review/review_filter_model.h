@@ -10,7 +10,6 @@ class ReviewFilterModel : public PlanFilterModel
 public:
     ReviewFilterModel(PlanModel* source, PlanTab tab, QObject* parent = nullptr);
 
-    QString nameFilter() const;
     void setNameFilter(const QString& text);
     // Switches group with one layout change: removing thousands of scattered rows one range at a
     // time would make the grid relayout for each of them.
