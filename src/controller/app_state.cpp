@@ -46,7 +46,7 @@ void AppState::init()
     });
     m_weekly.start();
     m_review.load();
-    m_moves.refreshLastLogText();
+    m_moves.refreshUndoable();
 }
 
 void AppState::handleNotification(const QString& identifier)

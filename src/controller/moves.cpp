@@ -3,7 +3,6 @@
 #include "activity.h"
 #include "common/numbers.h"
 #include "model/plan_tab.h"
-#include "model/store.h"
 #include "plan_review.h"
 #include "planning/apply_options.h"
 #include "planning/mover.h"
@@ -94,22 +93,53 @@ void Moves::setRecap(const std::optional<RecapData>& recap)
     Q_EMIT recapChanged();
 }
 
-QString Moves::lastLogText() const
+bool Moves::canUndo() const
 {
-    return m_lastLogText;
+    return m_canUndo;
+}
+
+QString Moves::undoDetail() const
+{
+    return m_undoDetail;
 }
 
 QString Moves::undoText(const UndoResult& result)
 {
-    QString text = result.restored < 1
-        ? tr("Nothing to undo.")
-        : tr("Restored %1 files to where they were.").arg(Numbers::count(result.restored));
-    if (result.notRestored > 0)
-        text += u' '
-            + tr("%1 could not go back: something else is in their place now.").arg(Numbers::count(result.notRestored));
+    const int n = result.restored;
+    QStringList sentences {n < 1        ? tr("Nothing to undo.")
+                               : n == 1 ? tr("Restored 1 file to where it was.")
+                                        : tr("Restored %1 files to where they were.").arg(Numbers::count(n))};
+    const auto couldNot = [&](int count, const QString& one, const QString& many) {
+        if (count == 1)
+            sentences.append(one);
+        else if (count > 1)
+            sentences.append(many.arg(Numbers::count(count)));
+    };
+    couldNot(result.replaced,
+             tr("1 file could not go back: a different file is there now."),
+             tr("%1 files could not go back: different files are there now."));
+    couldNot(result.missing,
+             tr("1 file could not go back: it was renamed or moved."),
+             tr("%1 files could not go back: they were renamed or moved."));
+    couldNot(result.inUse,
+             tr("1 file could not go back: it is open in another program."),
+             tr("%1 files could not go back: they are open in another program."));
+    couldNot(result.failed,
+             tr("1 file could not go back: it could not be moved."),
+             tr("%1 files could not go back: they could not be moved."));
+    if (result.newNames.size() == 1)
+        sentences.append(
+            tr("Its old place was taken, so it came back as \u201C%1\u201D.").arg(result.newNames.first()));
+    else if (result.newNames.size() > 1)
+        sentences.append(tr("%1 came back under new names, because their old places were taken.")
+                             .arg(Numbers::count(int(result.newNames.size()))));
+    if (result.passedOver > 0)
+        sentences.append(result.restored > 0
+                             ? tr("Nothing more of a later apply could go back, so the one before it was undone.")
+                             : tr("Nothing more of the last apply could go back."));
     for (const QString& name : result.setAside)
-        text += u' ' + tr("A damaged move log was set aside as \u201C%1\u201D.").arg(QFileInfo(name).fileName());
-    return text;
+        sentences.append(tr("A damaged move log was set aside as \u201C%1\u201D; nothing was moved.").arg(name));
+    return sentences.join(u' ');
 }
 
 void Moves::recordNothingToMove()
@@ -134,6 +164,7 @@ void Moves::apply(bool includeRenames)
     for (const QString& folder : profile.scanFolders)
         options.scanRoots.append(QDir::home().absoluteFilePath(folder));
     options.includeRenames = includeRenames;
+    options.lastRunBefore = profile.lastRun;
     options.cancellation = m_cancellation;
     const Clock* clock = &m_clock;
     options.now = [clock] { return clock->now(); };
@@ -168,7 +199,7 @@ void Moves::applied(const ApplyResult& result, RecapData recap)
     m_preferences.recordRun();
     m_review.replace({});
     m_activity.setPhase(Phase::done);
-    refreshLastLogText();
+    refreshUndoable();
     Q_EMIT finished();
 }
 
@@ -195,28 +226,31 @@ void Moves::undone(const UndoResult& result)
 {
     m_activity.releaseLock();
     m_lastUndo = result;
+    if (result.restoresLastRun)
+        m_preferences.restoreLastRun(result.lastRunBefore);
+    // A recap of files that are back where they were would tell the person something untrue.
+    if (m_recap && !m_recap->result.log.isEmpty() && result.restored > 0 && result.logs.contains(m_recap->result.log))
+        setRecap(std::nullopt);
     m_activity.setPhase(Phase::idle);
     m_activity.setMessage(undoText(result));
-    refreshLastLogText();
+    refreshUndoable();
     Q_EMIT finished();
 }
 
-void Moves::refreshLastLogText()
+void Moves::refreshUndoable()
 {
-    auto* watcher = new QFutureWatcher<QString>(this);
-    connect(watcher, &QFutureWatcher<QString>::finished, this, [this, watcher] {
-        const QString text = watcher->result();
+    auto* watcher = new QFutureWatcher<std::optional<QDateTime>>(this);
+    connect(watcher, &QFutureWatcher<std::optional<QDateTime>>::finished, this, [this, watcher] {
+        const std::optional<QDateTime> started = watcher->result();
         watcher->deleteLater();
-        if (text != m_lastLogText) {
-            m_lastLogText = text;
-            Q_EMIT lastLogTextChanged();
+        const QString text = !started ? tr("Nothing to undo")
+            : started->isValid()      ? QLocale::system().toString(started->toLocalTime().date(), u"MMM d"_s)
+                                      : QString();
+        if (text != m_undoDetail || started.has_value() != m_canUndo) {
+            m_undoDetail = text;
+            m_canUndo = started.has_value();
+            Q_EMIT undoableChanged();
         }
     });
-    watcher->setFuture(QtConcurrent::run([] {
-        const std::optional<QString> log = Store::latestLog();
-        if (!log)
-            return QString();
-        const QDateTime modified = QFileInfo(*log).lastModified();
-        return modified.isValid() ? QLocale::system().toString(modified.date(), u"MMM d"_s) : QString();
-    }));
+    watcher->setFuture(QtConcurrent::run(&Mover::newestUndoable));
 }

@@ -36,9 +36,11 @@ public:
     std::optional<UndoResult> lastUndo() const;
     std::optional<RecapData> recap() const;
     void setRecap(const std::optional<RecapData>& recap);
-    // The date of the newest undoable apply, read in the background at start-up and after every
-    // apply and undo; empty when there is none.
-    QString lastLogText() const;
+    // Whether an undo could bring anything back, and the words beside the undo action: the day
+    // of the apply it would take back, or "Nothing to undo". Read in the background at start-up
+    // and after every apply and undo.
+    bool canUndo() const;
+    QString undoDetail() const;
 
     // What an undo tells the person.
     static QString undoText(const UndoResult& result);
@@ -46,7 +48,7 @@ public:
 Q_SIGNALS:
     void lastResultChanged();
     void recapChanged();
-    void lastLogTextChanged();
+    void undoableChanged();
     // An apply or an undo has ended.
     void finished();
     void windowRequested(const QString& id);
@@ -57,7 +59,7 @@ private:
 
     // A refresh that found everything in its place ends like an apply that moved nothing.
     void recordNothingToMove();
-    void refreshLastLogText();
+    void refreshUndoable();
     void applied(const ApplyResult& result, RecapData recap);
     void undone(const UndoResult& result);
 
@@ -69,7 +71,8 @@ private:
     std::optional<ApplyResult> m_lastResult;
     std::optional<UndoResult> m_lastUndo;
     std::optional<RecapData> m_recap;
-    QString m_lastLogText;
+    bool m_canUndo = false;
+    QString m_undoDetail;
     CancellationPtr m_cancellation;
     QFuture<void> m_work;
 };

@@ -59,6 +59,13 @@ void Preferences::recordRun()
     setProfile(updated);
 }
 
+void Preferences::restoreLastRun(const std::optional<QDateTime>& lastRun)
+{
+    Profile updated = m_profile;
+    updated.lastRun = lastRun;
+    setProfile(updated);
+}
+
 void Preferences::addProjects(const QList<Project>& projects)
 {
     Profile updated = m_profile;

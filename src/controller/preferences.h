@@ -46,6 +46,8 @@ private:
     void load(Notifier* notifier);
     void setUpNotifications();
     void recordRun();
+    // An undo took back the newest apply: the last run is the one before it again.
+    void restoreLastRun(const std::optional<QDateTime>& lastRun);
     void addProjects(const QList<Project>& projects);
 
     StoreWriter& m_writer;

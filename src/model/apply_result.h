@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDateTime>
 #include <QList>
 #include <QString>
 #include <QtGlobal>
@@ -28,6 +29,7 @@ struct ApplyResult
     // Set when the apply stopped before the end of the plan (no log could be written, the
     // program is quitting); the items after the stop are neither moved nor counted as skipped.
     std::optional<QString> stoppedBecause;
+    QString log; // the move log it wrote; empty when nothing moved
 
     bool operator==(const ApplyResult&) const = default;
 };
@@ -36,9 +38,27 @@ struct ApplyResult
 struct UndoResult
 {
     int restored = 0;
-    int notRestored = 0; // moved items that could not go back (their old place is taken, ...)
-    // Damaged logs set aside on the way (their new names), so the person can be told.
+    // Moved items that stayed where the apply put them, by why; they stay undoable.
+    int replaced = 0; // a different file is at their place now
+    int missing = 0; // renamed or moved since
+    int inUse = 0; // open for writing in another program
+    int failed = 0; // the move back failed
+    // Items that came back under a free name because their place was taken meanwhile.
+    QStringList newNames;
+    // Damaged logs set aside (their new names), so the person can be told.
     QStringList setAside;
+    // Newer applies of which nothing more could go back, passed over for an older one.
+    int passedOver = 0;
+    // Set when this undo took back the newest apply still in place: the last run before it.
+    bool restoresLastRun = false;
+    std::optional<QDateTime> lastRunBefore;
+    // The logs it worked on.
+    QStringList logs;
+
+    int stayed() const
+    {
+        return replaced + missing + inUse + failed;
+    }
 
     bool operator==(const UndoResult&) const = default;
 };

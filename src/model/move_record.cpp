@@ -15,7 +15,7 @@ std::optional<MoveRecord> MoveRecord::fromJson(const QJsonValue& value)
     if (!value.isObject())
         return std::nullopt;
     JsonFields fields(value.toObject());
-    MoveRecord record {fields.text("from"_L1), fields.text("to"_L1), fields.date("at"_L1)};
+    const MoveRecord record = MoveRecord::of(fields.text("from"_L1), fields.text("to"_L1), fields.date("at"_L1));
     if (!fields.ok())
         return std::nullopt;
     return record;

@@ -87,19 +87,6 @@ QString logsDir()
     return path;
 }
 
-std::optional<QString> latestLog()
-{
-    const QString folder = logsDir();
-    QStringList names;
-    for (const QString& name : QDir(folder).entryList(QDir::Files | QDir::Hidden | QDir::System)) {
-        if (name.startsWith(u"moves-") && QFileInfo(name).suffix() == u"json")
-            names.append(name);
-    }
-    if (names.isEmpty())
-        return std::nullopt;
-    return folder + u'/' + *std::max_element(names.cbegin(), names.cend());
-}
-
 void saveKey(const QString& key)
 {
     const QJsonDocument document(QJsonObject {{"apiKey"_L1, key}});

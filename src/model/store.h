@@ -19,8 +19,6 @@ namespace Store {
 QString dir();
 // The folder of move logs inside it, created when missing.
 QString logsDir();
-// The newest move log that can still be undone.
-std::optional<QString> latestLog();
 
 void saveKey(const QString& key);
 std::optional<QString> loadKey();

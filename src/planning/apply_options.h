@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <optional>
 
 // What an apply is allowed to do, beyond the plan itself.
 struct ApplyOptions
@@ -14,6 +15,7 @@ struct ApplyOptions
     QString homeBase; // absolute; everything lands below it
     QStringList scanRoots; // absolute; only their direct children are ever moved
     bool includeRenames = false;
+    std::optional<QDateTime> lastRunBefore; // kept in the log, for undo to put back
     CancellationPtr cancellation; // may be null
     std::function<QDateTime()> now = &QDateTime::currentDateTime;
 };

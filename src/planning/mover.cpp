@@ -3,6 +3,8 @@
 #include "model/graphemes.h"
 #include "model/store.h"
 #include "move_log.h"
+#include "move_logs.h"
+#include "mover_internal.h"
 #include "platform/file_identity.h"
 #include "platform/file_mover.h"
 #include "scan/enrichment.h"
@@ -17,22 +19,11 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace Mover {
 
+using namespace Internal;
+
 namespace {
 
 constexpr qsizetype kMaxNameBytes = 255;
-// A name can be taken again between the check and the move; give up after this many races.
-constexpr int kMoveAttempts = 100;
-
-// A dangling link still takes its name.
-bool exists(const QString& path)
-{
-    return FileIdentity::ofEntry(path).exists();
-}
-
-bool cancelled(const CancellationPtr& cancellation)
-{
-    return cancellation && cancellation->isCancelled();
-}
 
 // "stem (n).ext" with the stem cut, between characters, until the name fits the file system.
 QString candidateName(const QString& stem, int counter, const QString& ext)
@@ -45,7 +36,32 @@ QString candidateName(const QString& stem, int counter, const QString& ext)
     return shortened + suffix;
 }
 
-// A free path in the folder of `wanted`, trying counters from `counter` on.
+} // namespace
+
+namespace Internal {
+
+bool exists(const QString& path)
+{
+    return FileIdentity::ofEntry(path).exists();
+}
+
+bool cancelled(const CancellationPtr& cancellation)
+{
+    return cancellation && cancellation->isCancelled();
+}
+
+MovedIdentity identityAt(const QString& path)
+{
+    const FileIdentity identity = FileIdentity::ofEntryWithBirth(path);
+    return {identity.device, identity.inode, identity.birthNs};
+}
+
+bool isSameFile(const QString& path, const MovedIdentity& identity)
+{
+    const FileIdentity now = FileIdentity::ofEntryWithBirth(path);
+    return now.sameFileAs({FileIdentity::Type::regular, identity.device, identity.inode, 0, 0, 0, identity.birthNs});
+}
+
 QString freeFrom(const QString& wanted, int counter)
 {
     const QFileInfo info(wanted);
@@ -60,65 +76,16 @@ QString freeFrom(const QString& wanted, int counter)
     }
 }
 
-struct Landing
-{
-    FileMover::Outcome outcome = FileMover::Outcome::failed;
-    QString target;
-    bool logBroken = false; // the log could not keep up: no further move may follow
-    bool tried = true; // false when the log failed before the first attempt
-};
+} // namespace Internal
 
-// Moves `from` to a free name at `wanted`, going on to the next free name whenever another
-// program takes the chosen one first. With a log, each attempt is in it before it is made.
-Landing moveToFreeName(const QString& from, const QString& wanted, MoveLog* log, const ApplyOptions* options)
-{
-    int counter = 1;
-    for (int attempt = 0; attempt < kMoveAttempts; ++attempt) {
-        const QString target = freeFrom(wanted, counter);
-        if (log && !log->intend(MoveRecord {QDir::cleanPath(from), target, options->now()}))
-            return {FileMover::Outcome::failed, {}, true, attempt > 0};
-        const FileMover::Outcome outcome = FileMover::move(from, target);
-        if (outcome == FileMover::Outcome::moved || outcome == FileMover::Outcome::partlyMoved) {
-            if (log)
-                log->moved();
-            return {outcome, target};
-        }
-        if (log && !log->notMoved())
-            return {FileMover::Outcome::failed, {}, true};
-        if (outcome == FileMover::Outcome::failed)
-            break;
-        counter = std::max(counter + 1, 2);
-    }
-    return {};
-}
+namespace {
 
-// Renames one of our own logs in its folder, never over another file.
-std::optional<QString> renameLog(const QString& path, const QString& prefix)
+// Why an item did not move, in the words the person reads beside it.
+QString failureReason(FileMover::Outcome outcome)
 {
-    const QFileInfo log(path);
-    for (int attempt = 0; attempt < kMoveAttempts; ++attempt) {
-        const QString target = freePath(log.path() + u'/' + prefix + log.fileName());
-        const FileMover::Outcome outcome = FileMover::rename(path, target);
-        if (outcome == FileMover::Outcome::moved)
-            return target;
-        if (outcome != FileMover::Outcome::destinationTaken)
-            break;
-    }
-    return std::nullopt;
-}
-
-// Logs are named by the second the apply started; two applies in one second get "_002" and
-// on, which sort after the plain name so that the newest still comes first.
-QString newLogPath(const QDateTime& start)
-{
-    const QString folder = Store::logsDir();
-    const QString stamp = start.toString(u"yyyy-MM-dd_HHmmss"_s);
-    for (int counter = 1;; ++counter) {
-        const QString name = u"moves-"_s + stamp
-            + (counter > 1 ? u'_' + QString::number(counter).rightJustified(3, u'0') : QString()) + u".json"_s;
-        if (!exists(folder + u'/' + name) && !exists(folder + u"/undone-"_s + name))
-            return folder + u'/' + name;
-    }
+    return outcome == FileMover::Outcome::inUse
+        ? u"Another program has it open for writing, so it stayed where it was."_s
+        : u"It could not be moved, and is still where it was."_s;
 }
 
 // One apply in progress.
@@ -128,18 +95,83 @@ struct Run
     QString base;
     QSet<QString> roots;
     MoveLog log;
+    qint64 sequence = 0;
+    int records = 0;
+    int moves = 0;
     ApplyResult result;
-    QSet<QString> tidiedFolders;
-    timespec started = FileMover::now();
+    QSet<QString> folders; // known to exist
 };
 
-// Where the move of an interrupted earlier run may have left a copy of ours.
-void tidyOnce(QSet<QString>& tidied, const QString& folder, const timespec& started)
+bool ensureLog(Run& run)
 {
-    if (tidied.contains(folder))
-        return;
-    tidied.insert(folder);
-    FileMover::removeStalePartials(folder, started);
+    return run.log.isOpen() || run.log.start(run.sequence, run.options.now(), run.options.lastRunBefore);
+}
+
+// Makes the destination folder and every missing folder above it, each in the log, so that
+// undo can take away again what the apply made. False when the log could not keep up.
+bool makeFolders(Run& run, const QString& destination, bool& made)
+{
+    made = run.folders.contains(destination) || FileIdentity::of(destination).isDir();
+    if (made) {
+        run.folders.insert(destination);
+        return true;
+    }
+    // The home base itself is the person's, made or not.
+    if (!exists(run.base) && !QDir().mkpath(run.base))
+        return true;
+    QStringList missing;
+    for (QString folder = destination; !exists(folder) && folder.size() > run.base.size();
+         folder = QFileInfo(folder).path())
+        missing.prepend(folder);
+    if (!missing.isEmpty() && !ensureLog(run))
+        return false;
+    for (const QString& folder : missing) {
+        if (!QDir().mkdir(folder))
+            break;
+        if (!run.log.folderMade({folder, identityAt(folder)}))
+            return false;
+    }
+    made = FileIdentity::of(destination).isDir()
+        || (QDir().mkpath(destination) && FileIdentity::of(destination).isDir());
+    if (made)
+        run.folders.insert(destination);
+    return true;
+}
+
+struct Landing
+{
+    FileMover::Outcome outcome = FileMover::Outcome::failed;
+    QString target;
+    bool logBroken = false; // the log could not keep up: no further move may follow
+    bool tried = true; // false when the log failed before the first attempt
+};
+
+// Moves `from` to a free name at `wanted`, going on to the next free name whenever another
+// program takes the chosen one first. Each attempt is in the log before it is made.
+Landing moveToFreeName(Run& run, const QString& from, const QString& wanted)
+{
+    const int index = run.records;
+    int counter = 1;
+    for (int attempt = 0; attempt < kMoveAttempts; ++attempt) {
+        const QString target = freeFrom(wanted, counter);
+        MoveRecord record = MoveRecord::of(QDir::cleanPath(from), target, run.options.now(), MoveState::intended);
+        record.partial = FileMover::partialPathFor(target);
+        if (!ensureLog(run) || !run.log.intend(index, record))
+            return {FileMover::Outcome::failed, {}, true, attempt > 0};
+        run.records = index + 1;
+        const FileMover::Outcome outcome = FileMover::move(from, target, record.partial);
+        if (outcome == FileMover::Outcome::moved || outcome == FileMover::Outcome::partlyMoved) {
+            ++run.moves;
+            const bool logged = run.log.moved(index, identityAt(target), outcome == FileMover::Outcome::partlyMoved);
+            return {outcome, target, !logged};
+        }
+        if (outcome != FileMover::Outcome::destinationTaken) {
+            const bool logged = run.log.failed(index, failureReason(outcome));
+            return {outcome, {}, !logged};
+        }
+        counter = std::max(counter + 1, 2);
+    }
+    return {FileMover::Outcome::failed, {}, !run.log.failed(index, failureReason(FileMover::Outcome::failed))};
 }
 
 void skip(ApplyResult& result, const QString& source, const QString& reason)
@@ -193,8 +225,15 @@ void countLanding(ApplyResult& result, const PlanItem& item, const QString& sour
                     .arg(landing.target));
             break;
         default:
-            skip(result, source, u"It could not be moved, and is still where it was."_s);
+            skip(result, source, failureReason(landing.outcome));
     }
+}
+
+QString stopText(const Run& run)
+{
+    return (run.moves == 0 ? u"Nothing was moved"_s : u"Brindlow stopped after %1 moves"_s.arg(run.moves))
+        + u": it could not write its record of moves in “%1” (%2), and a move without that record could not be undone."_s
+              .arg(Store::logsDir(), run.log.error());
 }
 
 // Moves one item; false when the apply has to stop because its log failed.
@@ -209,39 +248,52 @@ bool applyItem(Run& run, const PlanItem& item)
     const bool rename = run.options.includeRenames && item.renameApproved && item.newName && !item.newName->isEmpty()
         && !item.newName->contains(u'/') && *item.newName != u"." && *item.newName != u"..";
     const QString name = rename ? *item.newName : QFileInfo(source).fileName();
-    if (!QDir().mkpath(destination) || !QFileInfo(destination).isDir()) {
+    bool made = false;
+    if (!makeFolders(run, destination, made)) {
+        run.result.stoppedBecause = stopText(run);
+        return false;
+    }
+    if (!made) {
         skip(run.result, source, u"Its folder in the home base could not be made."_s);
         return true;
     }
-    tidyOnce(run.tidiedFolders, destination, run.started);
-    const Landing landing = moveToFreeName(source, destination + u'/' + name, &run.log, &run.options);
+    const Landing landing = moveToFreeName(run, source, destination + u'/' + name);
     if (landing.tried)
         countLanding(run.result, item, source, landing, rename);
     if (!landing.logBroken)
         return true;
-    run.result.stoppedBecause
-        = (run.result.moved == 0 ? u"Nothing was moved"_s : u"Brindlow stopped after %1 moves"_s.arg(run.log.size()))
-        + u": it could not write its record of moves in “%1” (%2), and a move without that record could not be undone."_s
-              .arg(Store::logsDir(), run.log.error());
+    run.result.stoppedBecause = stopText(run);
     return false;
 }
 
-// Puts the file of one record back at its old place, or beside it under a free name.
-void putBack(const MoveRecord& record, bool inDoubt, QSet<QString>& tidied, const timespec& started, UndoResult& result)
+// An apply killed in the middle of a copy across file systems left the copy under the name its
+// log gave it; nothing else with a name like it is ours to remove.
+void removeLeftoverPartials()
 {
-    if (!exists(record.to))
-        return; // never moved, or moved on since
-    // A move that may not have happened leaves its file at the old place; whatever is at the
-    // new one then is not ours to take.
-    if (inDoubt && exists(record.from))
+    const QStringList order = MoveLogs::undoOrder();
+    if (order.isEmpty())
         return;
-    const QString folder = QFileInfo(record.from).path();
-    QDir().mkpath(folder);
-    tidyOnce(tidied, folder, started);
-    if (moveToFreeName(record.to, record.from, nullptr, nullptr).outcome == FileMover::Outcome::failed)
-        ++result.notRestored;
-    else
-        ++result.restored;
+    if (const std::optional<MoveLog::Contents> newest = MoveLog::read(order.first())) {
+        for (const MoveRecord& record : newest->records) {
+            if (!record.partial.isEmpty())
+                FileMover::removePartial(record.partial);
+        }
+    }
+}
+
+// An apply that moved nothing keeps no log, and takes away the folders it made for nothing.
+void finish(Run& run)
+{
+    if (run.moves > 0) {
+        run.log.close();
+        run.result.log = run.log.path();
+        return;
+    }
+    if (!run.log.isOpen())
+        return;
+    if (const std::optional<MoveLog::Contents> contents = MoveLog::read(run.log.path()))
+        removeCreatedFolders(contents->folders);
+    run.log.discard();
 }
 
 } // namespace
@@ -259,7 +311,10 @@ ApplyResult apply(const QList<PlanItem>& items, const ApplyOptions& options)
             = u"Nothing was moved: the home base “%1” is not a full folder path."_s.arg(options.homeBase);
         return refused;
     }
-    Run run {options, QDir::cleanPath(options.homeBase), {}, MoveLog(newLogPath(options.now())), {}, {}};
+    removeLeftoverPartials();
+    qint64 sequence = 0;
+    const QString logPath = MoveLogs::newLogPath(options.now(), &sequence);
+    Run run {options, QDir::cleanPath(options.homeBase), {}, MoveLog(logPath), sequence, 0, 0, {}, {}};
     for (const QString& root : options.scanRoots) {
         if (QDir::isAbsolutePath(root))
             run.roots.insert(QDir::cleanPath(root));
@@ -273,37 +328,8 @@ ApplyResult apply(const QList<PlanItem>& items, const ApplyOptions& options)
         if (item.approved && !applyItem(run, item))
             break;
     }
-    run.log.finish();
+    finish(run);
     return run.result;
-}
-
-UndoResult undoLatest(const CancellationPtr& cancellation)
-{
-    UndoResult result;
-    while (const std::optional<QString> latest = Store::latestLog()) {
-        const std::optional<MoveLog::Contents> contents = MoveLog::read(*latest);
-        if (!contents) {
-            // Kept for the person to look at, and out of the way of every older log.
-            const std::optional<QString> aside = renameLog(*latest, u"damaged-"_s);
-            if (!aside)
-                return result;
-            result.setAside.append(QFileInfo(*aside).fileName());
-            continue;
-        }
-        QSet<QString> tidied;
-        const timespec started = FileMover::now();
-        if (contents->inDoubt)
-            putBack(*contents->inDoubt, true, tidied, started, result);
-        for (auto it = contents->moved.crbegin(); it != contents->moved.crend(); ++it) {
-            if (cancelled(cancellation))
-                return result;
-            putBack(*it, false, tidied, started, result);
-        }
-        // Never again chosen for undo; an older undone log of the same name is kept beside it.
-        renameLog(*latest, u"undone-"_s);
-        return result;
-    }
-    return result;
 }
 
 } // namespace Mover

@@ -6,6 +6,7 @@
 #include "model/move_record.h"
 #include "model/plan_item.h"
 
+#include <QDateTime>
 #include <QList>
 #include <QString>
 
@@ -24,9 +25,17 @@ ApplyResult apply(const QList<PlanItem>& items, const ApplyOptions& options);
 // in the same folder, shortened when needed so that the name stays within 255 bytes.
 QString freePath(const QString& path);
 
-// Puts back the moves of the newest undoable log and marks it undone. Damaged logs met on the
-// way are set aside under a name that says so and passed over. When cancelled it stops after the
-// file in hand and leaves the log undoable, so that the next undo finishes the job.
+// Puts back what the newest apply moved, where it is still the very file the apply moved: each
+// record that goes back is marked back in the log, and a log is marked undone once nothing of it
+// is left to go back. What stays is said, and stays undoable; when a later undo still brings
+// nothing of that apply back, it goes on to the apply before. A damaged newest log is set aside
+// under a name that says so, and that undo touches nothing else. The folders the apply made
+// go again once empty. When cancelled it stops after the file in hand, and the next undo
+// finishes the job.
 UndoResult undoLatest(const CancellationPtr& cancellation = {});
+
+// When the apply that an undo would take back started (invalid when a damaged log is in the way),
+// or nothing when no undo could bring anything back.
+std::optional<QDateTime> newestUndoable();
 
 } // namespace Mover

@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 
 // What the file system says about one name, without opening it: whether something is there,
 // what it is, which file it is and which version of it. Inline, because the scan asks this once
@@ -28,6 +29,7 @@ struct FileIdentity
     qint64 size = 0;
     qint64 modifiedNs = 0;
     qint64 changedNs = 0; // the change time, which copying times cannot set back
+    qint64 birthNs = 0; // when the file was made; only `ofEntryWithBirth` asks, 0 when unknown
 
     bool exists() const
     {
@@ -65,6 +67,34 @@ struct FileIdentity
     {
         return at(AT_FDCWD, QFile::encodeName(path).constData(), Links::describe);
     }
+    // As `ofEntry`, with the birth time where the file system keeps one: together with device
+    // and inode it tells a file apart from a later one that reuses a freed inode number.
+    static FileIdentity ofEntryWithBirth(const QString& path)
+    {
+        struct statx info
+        { };
+        if (::statx(AT_FDCWD,
+                    QFile::encodeName(path).constData(),
+                    AT_SYMLINK_NOFOLLOW,
+                    STATX_BASIC_STATS | STATX_BTIME,
+                    &info)
+            != 0)
+            return {};
+        const auto time = [](const statx_timestamp& t) { return qint64(t.tv_sec) * 1'000'000'000 + t.tv_nsec; };
+        return {typeOf(info.stx_mode),
+                quint64(makedev(info.stx_dev_major, info.stx_dev_minor)),
+                quint64(info.stx_ino),
+                qint64(info.stx_size),
+                time(info.stx_mtime),
+                time(info.stx_ctime),
+                (info.stx_mask & STATX_BTIME) ? time(info.stx_btime) : 0};
+    }
+    // Whether `other` is the very same file: device and inode, and birth time where both know it.
+    bool sameFileAs(const FileIdentity& other) const
+    {
+        return exists() && other.exists() && device == other.device && inode == other.inode
+            && (birthNs == 0 || other.birthNs == 0 || birthNs == other.birthNs);
+    }
     // `name` (which may hold slashes) inside the open folder `folderFd`.
     static FileIdentity at(int folderFd, const char* name, Links links)
     {
@@ -83,7 +113,8 @@ private:
                 quint64(info.st_ino),
                 qint64(info.st_size),
                 nanoseconds(info.st_mtim),
-                nanoseconds(info.st_ctim)};
+                nanoseconds(info.st_ctim),
+                0};
     }
     static Type typeOf(mode_t mode)
     {

@@ -1,6 +1,7 @@
 #include "file_mover.h"
 
 #include "file_mover_hooks.h"
+#include "open_writers.h"
 #include "tree_copy.h"
 #include "unique_fd.h"
 
@@ -10,7 +11,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -19,18 +19,10 @@ namespace FileMover {
 
 namespace {
 
-// Hidden, so that no scan takes it for one of the person's files, and ours by its prefix alone.
-constexpr char kPartialPrefix[] = ".brindlow-partial-";
-
 QByteArray folderOf(const QByteArray& path)
 {
     const qsizetype slash = path.lastIndexOf('/');
     return slash <= 0 ? QByteArray("/") : path.left(slash);
-}
-
-QByteArray partialName(const QByteArray& folder)
-{
-    return folder + '/' + kPartialPrefix + QByteArray::number(QRandomGenerator::global()->generate64(), 36);
 }
 
 // Makes the new name durable before the original goes, so that a power cut cannot lose both.
@@ -41,27 +33,61 @@ void flushFolder(const QByteArray& folder)
         ::fsync(fd.get());
 }
 
-Outcome copyAcross(const QByteArray& from, const QByteArray& to)
+bool place(const QByteArray& partial, const QByteArray& to, Outcome& refused)
+{
+    if (::renameat2(AT_FDCWD, partial.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE) == 0) {
+        flushFolder(folderOf(to));
+        return true;
+    }
+    refused = errno == EEXIST || errno == ENOTEMPTY ? Outcome::destinationTaken : Outcome::failed;
+    TreeCopy::removeOwn(partial);
+    return false;
+}
+
+// A lone file is checked, put in place and removed while no other program can open it, so that
+// nothing written to it can land after the copy was made.
+Outcome placeFile(const TreeCopy::Snapshot& original, const QByteArray& partial, const QByteArray& to)
+{
+    const OpenWriters::Guard guard(original.path);
+    if (!guard.clear()) {
+        TreeCopy::removeOwn(partial);
+        return Outcome::inUse;
+    }
+    if (!TreeCopy::unchanged(original)) {
+        TreeCopy::removeOwn(partial);
+        return Outcome::failed;
+    }
+    Outcome refused = Outcome::failed;
+    if (!place(partial, to, refused))
+        return refused;
+    // Whatever cannot be removed stays: two copies are better than none.
+    return ::unlink(original.path.constData()) == 0 ? Outcome::moved : Outcome::partlyMoved;
+}
+
+Outcome copyAcross(const QByteArray& from, const QByteArray& to, const QByteArray& partial)
 {
     struct stat existing
     { };
     if (::lstat(to.constData(), &existing) == 0)
         return Outcome::destinationTaken;
-    const QByteArray folder = folderOf(to);
-    QByteArray partial = partialName(folder);
     std::optional<std::vector<TreeCopy::Snapshot>> copied = TreeCopy::copy(from, partial);
-    // A single file that changed while it was read is not worth putting in place.
-    if (!copied || (copied->size() == 1 && !TreeCopy::unchanged(copied->front()))) {
+    if (!copied) {
         TreeCopy::removeOwn(partial);
         return Outcome::failed;
     }
-    if (::renameat2(AT_FDCWD, partial.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE) != 0) {
-        const bool taken = errno == EEXIST || errno == ENOTEMPTY;
+    if (copied->size() == 1 && S_ISREG(copied->front().before.st_mode))
+        return placeFile(copied->front(), partial, to);
+    if (copied->size() == 1 && !TreeCopy::unchanged(copied->front())) {
         TreeCopy::removeOwn(partial);
-        return taken ? Outcome::destinationTaken : Outcome::failed;
+        return Outcome::failed;
     }
-    flushFolder(folder);
-    // Whatever cannot be removed stays: two copies are better than none.
+    if (TreeCopy::anyOpenForWriting(*copied)) {
+        TreeCopy::removeOwn(partial);
+        return Outcome::inUse;
+    }
+    Outcome refused = Outcome::failed;
+    if (!place(partial, to, refused))
+        return refused;
     return TreeCopy::removeOriginals(*copied) ? Outcome::moved : Outcome::partlyMoved;
 }
 
@@ -86,7 +112,14 @@ Outcome moveWithoutNoReplace(const QByteArray& source, const QByteArray& target)
 
 } // namespace
 
-Outcome move(const QString& from, const QString& to)
+QString partialPathFor(const QString& to)
+{
+    const qsizetype slash = to.lastIndexOf(u'/');
+    return to.left(slash + 1) + QLatin1StringView(kPartialPrefix)
+        + QString::number(QRandomGenerator::system()->generate64(), 36);
+}
+
+Outcome move(const QString& from, const QString& to, const QString& partial)
 {
     FileMoverHooks::beforeMove(from);
     const QByteArray source = QFile::encodeName(from);
@@ -98,7 +131,7 @@ Outcome move(const QString& from, const QString& to)
         case ENOTEMPTY:
             return Outcome::destinationTaken;
         case EXDEV:
-            return copyAcross(source, target);
+            return copyAcross(source, target, QFile::encodeName(partial));
         case EINVAL:
         case ENOSYS:
             return moveWithoutNoReplace(source, target);
@@ -119,32 +152,12 @@ Outcome rename(const QString& from, const QString& to)
     return errno == EEXIST ? Outcome::destinationTaken : Outcome::failed;
 }
 
-void removeStalePartials(const QString& folder, const timespec& startedBefore)
+void removePartial(const QString& partial)
 {
-    const QByteArray path = QFile::encodeName(folder);
-    DIR* dir = ::opendir(path.constData());
-    if (!dir)
+    const qsizetype slash = partial.lastIndexOf(u'/');
+    if (!partial.mid(slash + 1).startsWith(QLatin1StringView(kPartialPrefix)))
         return;
-    while (const dirent* entry = ::readdir(dir)) {
-        if (strncmp(entry->d_name, kPartialPrefix, sizeof kPartialPrefix - 1) != 0)
-            continue;
-        // The change time cannot be set back by copying times; it says when the copy last grew.
-        const QByteArray partial = path + '/' + entry->d_name;
-        struct stat info
-        { };
-        if (::lstat(partial.constData(), &info) == 0
-            && (info.st_ctim.tv_sec < startedBefore.tv_sec
-                || (info.st_ctim.tv_sec == startedBefore.tv_sec && info.st_ctim.tv_nsec <= startedBefore.tv_nsec)))
-            TreeCopy::removeOwn(partial);
-    }
-    ::closedir(dir);
-}
-
-timespec now()
-{
-    timespec moment {};
-    ::clock_gettime(CLOCK_REALTIME_COARSE, &moment);
-    return moment;
+    TreeCopy::removeOwn(QFile::encodeName(partial));
 }
 
 } // namespace FileMover

@@ -5,13 +5,30 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 bool JournalFile::create(const QString& path)
 {
     m_path = path;
     m_fd.reset(::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    return m_fd.valid() || failed();
+    m_created = m_fd.valid();
+    return m_created || failed();
+}
+
+std::optional<qint64> JournalFile::openExisting(const QString& path)
+{
+    m_path = path;
+    m_created = false;
+    m_fd.reset(::open(QFile::encodeName(path).constData(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    struct stat info
+    { };
+    if (!m_fd.valid() || ::fstat(m_fd.get(), &info) != 0 || !S_ISREG(info.st_mode)) {
+        failed();
+        m_fd.reset();
+        return std::nullopt;
+    }
+    return qint64(info.st_size);
 }
 
 bool JournalFile::isOpen() const
@@ -49,7 +66,8 @@ void JournalFile::discard()
     if (!m_fd.valid())
         return;
     m_fd.reset();
-    ::unlink(QFile::encodeName(m_path).constData());
+    if (m_created)
+        ::unlink(QFile::encodeName(m_path).constData());
 }
 
 QString JournalFile::error() const

@@ -5,6 +5,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include <optional>
+
 // A file of the program's own that is written in place, piece by piece at known offsets, for
 // records that must be with the kernel before the step they describe. It is always a new file,
 // private to its owner from the moment it exists.
@@ -13,6 +15,8 @@ class JournalFile
 public:
     // Creates the file at `path`; false when anything is there already or it cannot be made.
     bool create(const QString& path);
+    // Opens the regular file at `path` to add to it, never through a link: its size, or nothing.
+    std::optional<qint64> openExisting(const QString& path);
     bool isOpen() const;
     // Writes all of `bytes` at `offset`.
     bool writeAt(const QByteArray& bytes, qint64 offset);
@@ -30,5 +34,6 @@ private:
 
     QString m_path;
     UniqueFd m_fd;
+    bool m_created = false;
     int m_errno = 0;
 };

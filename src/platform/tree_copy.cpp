@@ -1,9 +1,12 @@
 #include "tree_copy.h"
 
 #include "file_mover_hooks.h"
+#include "open_writers.h"
 #include "unique_fd.h"
 
 #include <QFile>
+
+#include <algorithm>
 
 #include <cerrno>
 #include <cstring>
@@ -182,6 +185,13 @@ bool unchanged(const Snapshot& snapshot)
         && sameMoment(now.st_ctim, was.st_ctim);
 }
 
+bool anyOpenForWriting(const std::vector<Snapshot>& copied)
+{
+    return std::any_of(copied.cbegin(), copied.cend(), [](const Snapshot& snapshot) {
+        return S_ISREG(snapshot.before.st_mode) && !OpenWriters::Guard(snapshot.path).clear();
+    });
+}
+
 bool removeOriginals(const std::vector<Snapshot>& copied)
 {
     bool allGone = true;
@@ -195,7 +205,8 @@ bool removeOriginals(const std::vector<Snapshot>& copied)
         // between cannot be told apart from one just after the move.
         struct stat now
         { };
-        if (unchanged(*it))
+        const OpenWriters::Guard guard(it->path);
+        if (guard.clear() && unchanged(*it))
             allGone = ::unlink(it->path.constData()) == 0 && allGone;
         else
             allGone = ::lstat(it->path.constData(), &now) != 0 && errno == ENOENT && allGone;

@@ -28,9 +28,12 @@ std::optional<std::vector<Snapshot>> copy(const QByteArray& from, const QByteArr
 // size, and modification and change times to the nanosecond.
 bool unchanged(const Snapshot& snapshot);
 
+// Whether another program has any file of the copied originals open for writing.
+bool anyOpenForWriting(const std::vector<Snapshot>& copied);
+
 // Removes the originals of a finished copy, contents before their folders. A file or link that
-// changed since its snapshot, and anything new, stays, and so do the folders holding it.
-// Returns whether the original is entirely gone.
+// changed since its snapshot or that another program has open for writing, and anything new, stays, and so do the
+// folders holding it. Returns whether the original is entirely gone.
 bool removeOriginals(const std::vector<Snapshot>& copied);
 
 // Removes a tree this program wrote itself (an unfinished copy), never following links.

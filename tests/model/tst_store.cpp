@@ -365,26 +365,6 @@ private Q_SLOTS:
         // No half-written temporary files are left behind.
         QCOMPARE(QDir(home.supportDir()).entryList(QDir::Files | QDir::Hidden), before);
     }
-
-    void latestLogSkipsUndoneAndForeignFiles()
-    {
-        TempHome home;
-        QCOMPARE(Store::latestLog(), std::nullopt);
-        const QString logs = Store::logsDir();
-        for (const QString& name : {u"moves-2025-03-09_091502.json"_s,
-                                    u"moves-2025-03-10_080000.json"_s,
-                                    u"undone-moves-2025-03-11_080000.json"_s,
-                                    u"moves-2025-03-12_080000.JSON"_s,
-                                    u"moves-2025-03-13_080000.json.tmp"_s,
-                                    u"Moves-2025-03-14_080000.json"_s,
-                                    u"notes.json"_s}) {
-            home.writeFile(u".local/share/Brindlow/logs/"_s + name, "[]");
-        }
-        QCOMPARE(Store::latestLog(), logs + u"/moves-2025-03-10_080000.json"_s);
-        QVERIFY(
-            QFile::rename(logs + u"/moves-2025-03-10_080000.json"_s, logs + u"/undone-moves-2025-03-10_080000.json"_s));
-        QCOMPARE(Store::latestLog(), logs + u"/moves-2025-03-09_091502.json"_s);
-    }
 };
 
 QTEST_GUILESS_MAIN(TestStore)

@@ -135,8 +135,8 @@ private Q_SLOTS:
         QCOMPARE(f.view->currentPanel(), f.view->scanningPanel());
         QVERIFY(f.texts().contains(u"Getting started\u2026"_s));
 
-        // An undo row left over from the idle panel cannot start a move beside the refresh.
-        click(control(*f.view->idlePanel(), u"Undo last refresh"_s, false));
+        // An undo asked for while the refresh runs cannot start a move beside it.
+        f.state->moves().undoLast();
         QCOMPARE(f.state->activity().phase(), Phase::scanning);
         QCOMPARE(f.state->activity().status(), u"Looking through your folders"_s);
 
@@ -176,6 +176,7 @@ private Q_SLOTS:
         click(control(*f.view, u"Review changes"_s));
         QCOMPARE(f.opened, QStringList {u"review"_s});
 
+        const std::optional<QDateTime> lastRunBefore = f.state->preferences().profile().lastRun;
         QSignalSpy moved(&f.state.get()->moves(), &Moves::finished);
         f.state->moves().apply(true);
         QVERIFY(moved.wait(10000));
@@ -190,9 +191,11 @@ private Q_SLOTS:
                  f.state->preferences().profile().homeBase + u"/Brindlow Review/To Delete - Review First"_s);
         click(control(*f.view, u"Watch your recap"_s));
         QCOMPARE(f.opened.last(), u"recap"_s);
+        QVERIFY(f.state->preferences().profile().lastRun != lastRunBefore);
 
         // Undo shows the files going back on the progress panel, full, then the result.
         QSignalSpy back(&f.state.get()->moves(), &Moves::finished);
+        QTRY_VERIFY(f.state->moves().canUndo());
         click(control(*f.view, u"Undo last refresh"_s));
         QCOMPARE(f.state->activity().phase(), Phase::applying);
         QCOMPARE(f.view->currentPanel(), f.view->scanningPanel());
@@ -203,6 +206,12 @@ private Q_SLOTS:
         QCOMPARE(f.view->currentPanel(), f.view->idlePanel());
         QVERIFY(f.texts().filter(u"Restored "_s).size() == 1);
         QVERIFY(QFile::exists(f.home.path() + u"/Downloads/letter.txt"_s));
+        // Everything is back: no recap of it, the last run as before, nothing left to undo.
+        QVERIFY(!f.state->moves().recap());
+        QCOMPARE(f.state->preferences().profile().lastRun, lastRunBefore);
+        QAbstractButton* undo = control(*f.view->idlePanel(), u"Undo last refresh"_s);
+        QTRY_VERIFY(!undo->isEnabled());
+        QCOMPARE(undo->accessibleDescription(), u"Nothing to undo"_s);
     }
 
     // Nothing new: done, with nothing to look at; then a letter, and what sorting it cost.

@@ -77,6 +77,7 @@ DonePanel::DonePanel(const ControllerParts& parts, QWidget* parent)
 
     connect(&m_parts.moves, &Moves::lastResultChanged, this, &DonePanel::refresh);
     connect(&m_parts.moves, &Moves::recapChanged, this, &DonePanel::refresh);
+    connect(&m_parts.moves, &Moves::undoableChanged, this, &DonePanel::refresh);
     connect(&m_parts.activity, &Activity::phaseChanged, this, &DonePanel::refresh);
     refresh();
 }
@@ -104,6 +105,8 @@ void DonePanel::refresh()
     m_clearOut->setVisible(result.junkBytes > 0);
     m_clearOut->setText(tr("Review what to clear out · %1").arg(Numbers::size(result.junkBytes)));
     m_clearOut->setAccessibleName(m_clearOut->text());
+    m_undo->setEnabled(m_parts.moves.canUndo());
+    m_undo->setToolTip(m_parts.moves.canUndo() ? QString() : m_parts.moves.undoDetail());
 }
 
 QLabel* DonePanel::buildHeading()
@@ -138,12 +141,12 @@ QLayout* DonePanel::buildFooter()
 {
     auto* done = link(tr("Done"), this);
     connect(done, &QPushButton::clicked, this, [this] { m_parts.activity.acknowledgeDone(); });
-    auto* undo = link(tr("Undo last refresh"), this);
-    undo->setIcon(PanelIcons::undo());
-    connect(undo, &QPushButton::clicked, this, [this] { m_parts.moves.undoLast(); });
+    m_undo = link(tr("Undo last refresh"), this);
+    m_undo->setIcon(PanelIcons::undo());
+    connect(m_undo, &QPushButton::clicked, this, [this] { m_parts.moves.undoLast(); });
     auto* footer = new QHBoxLayout;
     footer->addWidget(done);
     footer->addStretch(1);
-    footer->addWidget(undo);
+    footer->addWidget(m_undo);
     return footer;
 }

@@ -40,4 +40,5 @@ private:
     QPushButton* m_openSecondary;
     QPushButton* m_needsYou;
     QPushButton* m_clearOut;
+    QPushButton* m_undo = nullptr;
 };

@@ -58,7 +58,7 @@ IdlePanel::IdlePanel(const ControllerParts& parts, QWidget* parent)
     connect(&m_parts.refresh, &RefreshRun::newFilesChanged, this, &IdlePanel::refresh);
     for (const auto signal : {&Activity::messageChanged, &Activity::phaseChanged})
         connect(&m_parts.activity, signal, this, &IdlePanel::refresh);
-    for (const auto signal : {&Moves::finished, &Moves::lastLogTextChanged})
+    for (const auto signal : {&Moves::finished, &Moves::undoableChanged})
         connect(&m_parts.moves, signal, this, &IdlePanel::refresh);
     refresh();
 }
@@ -207,7 +207,8 @@ void IdlePanel::refresh()
     const std::optional<QString> message = m_parts.activity.message();
     m_message->setText(message.value_or(QString()));
     m_message->setVisible(message && !message->isEmpty());
-    m_undo->setDetail(m_parts.moves.lastLogText());
+    m_undo->setDetail(m_parts.moves.undoDetail());
+    m_undo->setEnabled(m_parts.moves.canUndo());
     m_sundayReset->setChecked(profile.autoTidy);
 }
 

@@ -68,7 +68,7 @@ void MenuRow::paintEvent(QPaintEvent*)
     const QFontMetrics detailMetrics(detailFont);
     const int detailWidth
         = m_detail.isEmpty() ? 0 : std::min(detailMetrics.horizontalAdvance(m_detail), textArea.width() / 2);
-    painter.setPen(Theme::charcoal);
+    painter.setPen(isEnabled() ? Theme::charcoal : Theme::muted);
     painter.setFont(font());
     const QString title = fontMetrics().elidedText(text(), Qt::ElideRight, textArea.width() - detailWidth - 8);
     painter.drawText(textArea, Qt::AlignLeft | Qt::AlignVCenter, title);
