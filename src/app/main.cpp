@@ -57,7 +57,7 @@ int main(int argc, char* argv[])
         return 0;
     Theme::apply(app);
     QApplication::setWindowIcon(SunriseMark::icon());
-    // Accepted, the installed copy starts a moment after this one has gone.
+    // Accepted, the installed copy is starting, and this one makes way.
     if (InstallOffer(InstallOffer::currentPlaces(), SystemProgramLauncher::instance()).run())
         return 0;
 
