@@ -56,100 +56,69 @@ bool leaveSocket(const QString& path)
     return bound;
 }
 
-// Another user's program in a child process, which hands on through a pipe whatever it hears.
-// Only plain system calls are made in the child: this process has threads.
-class Stranger
+void relay(int from, int to)
 {
-public:
-    enum class Role { listens, knocks };
+    char buffer[256];
+    for (ssize_t got; (got = ::read(from, buffer, sizeof buffer)) > 0 && ::write(to, buffer, size_t(got)) == got;) { }
+}
 
-    // Listening, the socket is bound before the child becomes the other user, as only root could;
-    // knocking, it connects as the other user and asks for the panel.
-    Stranger(Role role, const QString& socket)
+// Another user's program in a child process, which passes on through a pipe whatever it hears.
+// It listens at the socket, bound before the child becomes that user as only root could, or it
+// knocks there and asks for the panel. Only plain system calls in the child: this process has
+// threads.
+struct Stranger
+{
+    pid_t pid = -1;
+    int pipe[2] = {-1, -1};
+
+    Stranger(bool listens, const QString& socket)
     {
         const sockaddr_un address = addressOf(socket);
-        int heard[2];
-        if (::pipe(heard) != 0)
-            return;
-        m_pid = ::fork();
-        if (m_pid == 0) {
-            ::close(heard[0]);
-            ::_exit(role == Role::listens ? listen(address, heard[1]) : knock(address, heard[1]));
-        }
-        ::close(heard[1]);
-        m_heard = heard[0];
-        // Listening, the child says when it is ready.
+        const auto* at = reinterpret_cast<const sockaddr*>(&address);
         char ready = 0;
-        if (role == Role::listens && ::read(m_heard, &ready, 1) != 1)
-            m_pid = -1;
-    }
-    ~Stranger()
-    {
-        if (m_pid > 0) {
-            ::kill(m_pid, SIGKILL);
-            ::waitpid(m_pid, nullptr, 0);
+        if (::pipe(pipe) != 0 || (pid = ::fork()) != 0) {
+            if (listens && ::read(pipe[0], &ready, 1) != 1)
+                pid = -1;
+            ::fcntl(pipe[0], F_SETFL, O_NONBLOCK);
+            return;
         }
-        ::close(m_heard);
-    }
-
-    bool started() const
-    {
-        return m_pid > 0;
-    }
-    bool ended()
-    {
-        if (m_pid > 0 && ::waitpid(m_pid, nullptr, WNOHANG) == m_pid)
-            m_pid = -1;
-        return m_pid <= 0;
-    }
-    // What the child has heard so far.
-    QByteArray heard() const
-    {
-        QByteArray bytes;
-        char buffer[256];
-        ::fcntl(m_heard, F_SETFL, O_NONBLOCK);
-        for (ssize_t got; (got = ::read(m_heard, buffer, sizeof buffer)) > 0;)
-            bytes.append(buffer, got);
-        return bytes;
-    }
-
-private:
-    static bool becomeStranger()
-    {
-        return ::setgroups(0, nullptr) == 0 && ::setgid(kStranger) == 0 && ::setuid(kStranger) == 0;
-    }
-    static void pass(int from, int to)
-    {
-        char buffer[256];
-        for (ssize_t got; (got = ::read(from, buffer, sizeof buffer)) > 0;) {
-            if (::write(to, buffer, size_t(got)) != got)
-                return;
+        const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+        if ((listens && ::bind(fd, at, sizeof address) != 0) || ::setgroups(0, nullptr) != 0 || ::setgid(kStranger) != 0
+            || ::setuid(kStranger) != 0)
+            ::_exit(1);
+        if (!listens) {
+            if (::connect(fd, at, sizeof address) == 0 && ::write(fd, "open-panel\n", 11) == 11)
+                relay(fd, pipe[1]);
+            ::_exit(0);
         }
-    }
-    static int listen(const sockaddr_un& address, int out)
-    {
-        const int server = ::socket(AF_UNIX, SOCK_STREAM, 0);
-        if (::bind(server, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 || !becomeStranger()
-            || ::listen(server, 8) != 0 || ::write(out, "!", 1) != 1)
-            return 1;
+        if (::listen(fd, 8) != 0 || ::write(pipe[1], "!", 1) != 1)
+            ::_exit(1);
         for (;;) {
-            const int client = ::accept(server, nullptr, nullptr);
-            pass(client, out);
+            const int client = ::accept(fd, nullptr, nullptr);
+            relay(client, pipe[1]);
             ::close(client);
         }
     }
-    static int knock(const sockaddr_un& address, int out)
+    ~Stranger()
     {
-        const int client = ::socket(AF_UNIX, SOCK_STREAM, 0);
-        if (!becomeStranger() || ::connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0
-            || ::write(client, "open-panel\n", 11) != 11)
-            return 1;
-        pass(client, out);
-        return 0;
+        if (pid > 0 && ::kill(pid, SIGKILL) == 0)
+            ::waitpid(pid, nullptr, 0);
+        ::close(pipe[0]);
+        ::close(pipe[1]);
     }
 
-    pid_t m_pid = -1;
-    int m_heard = -1;
+    bool ended()
+    {
+        if (pid > 0 && ::waitpid(pid, nullptr, WNOHANG) == pid)
+            pid = -1;
+        return pid <= 0;
+    }
+    QByteArray heard() const
+    {
+        char buffer[256];
+        const ssize_t got = ::read(pipe[0], buffer, sizeof buffer);
+        return QByteArray(buffer, std::max<ssize_t>(got, 0));
+    }
 };
 
 } // namespace
@@ -308,8 +277,8 @@ private Q_SLOTS:
         SingleInstance instance;
         QSignalSpy woken(&instance, &SingleInstance::panelRequested);
         if (strangerListens) {
-            Stranger stranger(Stranger::Role::listens, socket);
-            QVERIFY(stranger.started());
+            Stranger stranger(true, socket);
+            QVERIFY(stranger.pid > 0);
             QVERIFY(!SingleInstance::handOff(500));
             QTest::qWait(100);
             QCOMPARE(stranger.heard(), QByteArray());
@@ -318,7 +287,7 @@ private Q_SLOTS:
         } else {
             QVERIFY(instance.listen());
             QVERIFY(chmodTo(m_runtime.path(), 0711) && chmodTo(socket, 0777));
-            Stranger stranger(Stranger::Role::knocks, socket);
+            Stranger stranger(false, socket);
             QTRY_VERIFY(stranger.ended());
             QCOMPARE(stranger.heard(), QByteArray());
             QVERIFY(woken.isEmpty());
