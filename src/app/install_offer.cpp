@@ -27,7 +27,8 @@ SelfInstall::Places InstallOffer::currentPlaces()
     return {QCoreApplication::applicationFilePath(),
             QDir::homePath(),
             QStringLiteral(BRINDLOW_INSTALL_PREFIX),
-            QStandardPaths::writableLocation(QStandardPaths::DownloadLocation)};
+            QStandardPaths::writableLocation(QStandardPaths::DownloadLocation),
+            FileIdentity::of(u"/proc/self/exe"_s)};
 }
 
 QList<SelfInstall::Icon> InstallOffer::icons()
@@ -52,16 +53,15 @@ bool InstallOffer::run()
 {
     if (SelfInstall::isInstalled(m_places) || !accepted())
         return false;
-    const std::optional<QString> installed = installInBackground();
-    if (!installed) {
-        showFailure();
-        return false;
-    }
-    SelfInstall::trashDownloadedCopy(m_places);
-    // The new copy would only hand off to this one if it started while this one still runs.
-    if (!m_launcher.startDetached(u"/bin/sh"_s, SelfInstall::relaunchArguments(*installed)))
-        qWarning("Could not start the installed Brindlow; it can be opened from the application menu");
-    return true;
+    const Outcome outcome = installInBackground();
+    if (outcome == Outcome::notInstalled)
+        tell(tr("Couldn't move Brindlow"),
+             tr("Drag Brindlow into your Applications folder yourself, then open it from there."));
+    if (outcome == Outcome::notStarted)
+        tell(tr("Couldn't open the moved Brindlow"),
+             tr("Brindlow is in your Applications folder now, but couldn't be started from there. This copy keeps "
+                "running."));
+    return outcome == Outcome::started;
 }
 
 bool InstallOffer::accepted()
@@ -79,23 +79,35 @@ bool InstallOffer::accepted()
     return box.clickedButton() == move;
 }
 
-void InstallOffer::showFailure()
+void InstallOffer::tell(const QString& text, const QString& details)
 {
     QMessageBox box;
     box.setIcon(QMessageBox::Warning);
-    box.setText(tr("Couldn't move Brindlow"));
-    box.setInformativeText(tr("Drag Brindlow into your Applications folder yourself, then open it from there."));
+    box.setText(text);
+    box.setInformativeText(details);
     box.setDefaultButton(box.addButton(QMessageBox::Ok));
     m_present(box);
 }
 
-std::optional<QString> InstallOffer::installInBackground()
+InstallOffer::Outcome InstallOffer::installInBackground()
 {
     // Copying a large program off the UI thread keeps the desktop's "not responding" away.
-    QFutureWatcher<std::optional<QString>> watcher;
+    const auto work = [places = m_places, &launcher = m_launcher, icons = icons()] {
+        const std::optional<QString> installed = SelfInstall::install(places, icons);
+        if (!installed)
+            return Outcome::notInstalled;
+        // Started at once and directly, so that a copy that cannot run is known while this one
+        // still can stay. This process never listened for later starts, so the new one does not
+        // hand off to it.
+        if (!launcher.startDetached(*installed, {}))
+            return Outcome::notStarted;
+        SelfInstall::trashDownloadedCopy(places);
+        return Outcome::started;
+    };
+    QFutureWatcher<Outcome> watcher;
     QEventLoop loop;
     QObject::connect(&watcher, &QFutureWatcherBase::finished, &loop, &QEventLoop::quit);
-    watcher.setFuture(QtConcurrent::run(&SelfInstall::install, m_places, icons()));
+    watcher.setFuture(QtConcurrent::run(work));
     if (!watcher.isFinished())
         loop.exec();
     return watcher.result();

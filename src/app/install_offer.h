@@ -27,13 +27,15 @@ public:
     // The program icon at the sizes desktops look for.
     static QList<SelfInstall::Icon> icons();
 
-    // True when the installed copy is about to start and this process should end.
+    // True when the installed copy is starting and this process should end.
     bool run();
 
 private:
+    enum class Outcome { notInstalled, notStarted, started };
+
     bool accepted();
-    void showFailure();
-    std::optional<QString> installInBackground();
+    void tell(const QString& text, const QString& details);
+    Outcome installInBackground();
 
     SelfInstall::Places m_places;
     const ProgramLauncher& m_launcher;

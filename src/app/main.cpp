@@ -9,11 +9,31 @@
 #include "ui/theme/theme.h"
 
 #include <QApplication>
+#include <QMessageBox>
 
 #include <cstdio>
 #include <cstring>
 
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// Said on the terminal and in a window, since a start from the application menu has no terminal.
+int refuseToStart(QString problem)
+{
+    if (problem.isEmpty())
+        problem = QApplication::translate("main",
+                                          "Brindlow is already running but doesn't answer. Quit it, then "
+                                          "start Brindlow again.");
+    std::fprintf(stderr, "%s\n", qPrintable(problem));
+    QMessageBox box;
+    box.setIcon(QMessageBox::Warning);
+    box.setText(problem);
+    box.exec();
+    return 1;
+}
+
+} // namespace
 
 int main(int argc, char* argv[])
 {
@@ -37,13 +57,13 @@ int main(int argc, char* argv[])
         return 0;
     Theme::apply(app);
     QApplication::setWindowIcon(SunriseMark::icon());
-    // Accepted, the installed copy starts a moment after this one has gone.
+    // Accepted, the installed copy is starting, and this one makes way.
     if (InstallOffer(InstallOffer::currentPlaces(), SystemProgramLauncher::instance()).run())
         return 0;
 
     Shell shell;
     if (!shell.start())
-        return SingleInstance::handOff() ? 0 : 1;
+        return SingleInstance::handOff() ? 0 : refuseToStart(shell.startProblem());
     TerminationSignals::quitEventLoopOnSignal();
     return app.exec();
 }

@@ -58,7 +58,8 @@ bool Shell::start()
     m_windows.add(u"recap"_s, [this] { return new RecapWindow(m_state.preferences(), m_state.moves()); });
     m_windows.add(u"zen"_s, [] { return new ZenPreview; });
 
-    m_panel = std::make_unique<PanelWindow>(m_state.parts(), tray ? PanelWindow::Mode::popup : PanelWindow::Mode::window);
+    m_panel
+        = std::make_unique<PanelWindow>(m_state.parts(), tray ? PanelWindow::Mode::popup : PanelWindow::Mode::window);
     MenuView* view = m_panel->menuView();
     connect(view, &MenuView::windowRequested, this, &Shell::openWindow);
     connect(view, &MenuView::folderRequested, this, [](const QString& path) {
@@ -86,6 +87,11 @@ bool Shell::start()
     }
     QTimer::singleShot(kPanelDelayMs, this, &Shell::openPanel);
     return true;
+}
+
+QString Shell::startProblem() const
+{
+    return m_instance.problem();
 }
 
 void Shell::openPanel()

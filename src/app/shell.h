@@ -22,8 +22,10 @@ public:
     explicit Shell(QObject* parent = nullptr);
     ~Shell() override;
 
-    // False when another Brindlow took the session's socket first.
+    // False when another Brindlow took the session's socket first, or when its socket cannot be
+    // had safely; startProblem() then says why.
     bool start();
+    QString startProblem() const;
     void openPanel();
 
     static constexpr int kPanelDelayMs = 800;

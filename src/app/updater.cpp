@@ -12,7 +12,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int kTimeoutMs = 30'000;
+// Why a reply was cut short by us rather than by the network.
+constexpr char kProblem[] = "brindlowProblem";
 
 bool failed(const QNetworkReply* reply)
 {
@@ -22,6 +23,8 @@ bool failed(const QNetworkReply* reply)
 
 QString reason(const QNetworkReply* reply)
 {
+    if (const QVariant problem = reply->property(kProblem); problem.isValid())
+        return problem.toString();
     if (reply->error() != QNetworkReply::NoError)
         return reply->errorString();
     return u"HTTP status "_s + reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toString();
@@ -109,34 +112,77 @@ void Updater::scheduleNext()
 
 void Updater::check(bool asked)
 {
-    m_asked = m_asked || asked;
-    // One check at a time; a request while one runs is answered by it.
-    if (m_feedReply || m_signatureReply)
-        return;
-    m_feedReply = fetch(m_settings.feed);
-    m_signatureReply = fetch(UpdateFeed::signatureAddress(m_settings.feed));
+    if (m_feedReply || m_signatureReply) {
+        // A check while one runs is answered by it, unless the person asked: they never wait
+        // behind a check that may be stuck on a slow server until its deadline.
+        if (!asked)
+            return;
+        abandon();
+    }
+    m_asked = asked;
+    m_feedReply = fetch(m_settings.feed, kMaxFeedBytes);
+    m_signatureReply = fetch(UpdateFeed::signatureAddress(m_settings.feed), kMaxSignatureBytes);
+    m_clock.callAfter(kDeadline, this, [this, number = ++m_checkNumber] {
+        if (number == m_checkNumber && (m_feedReply || m_signatureReply))
+            giveUp();
+    });
 }
 
-QNetworkReply* Updater::fetch(const QUrl& url)
+QNetworkReply* Updater::fetch(const QUrl& url, qint64 maxBytes)
 {
     QNetworkRequest request(url);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::UserVerifiedRedirectPolicy);
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
-    request.setTransferTimeout(kTimeoutMs);
     QNetworkReply* reply = m_network->get(request);
+    // Reading stops one byte past the limit, so an endless answer fills no more than that.
+    reply->setReadBufferSize(maxBytes + 1);
     connect(reply, &QNetworkReply::redirected, reply, [reply](const QUrl& target) {
         if (UpdateFeed::isAllowedAddress(target))
             Q_EMIT reply->redirectAllowed();
         else
             reply->abort();
     });
-    // The feed is a few lines; anything larger is not ours.
-    connect(reply, &QNetworkReply::downloadProgress, reply, [reply](qint64 received, qint64) {
-        if (received > kMaxFeedBytes)
-            reply->abort();
+    const auto limit = [reply, maxBytes](qint64 received) {
+        if (received <= maxBytes || reply->isFinished())
+            return;
+        reply->setProperty(
+            kProblem,
+            u"the answer from %1 is larger than %2 bytes"_s.arg(reply->url().toDisplayString()).arg(maxBytes));
+        reply->abort();
+    };
+    connect(reply, &QNetworkReply::metaDataChanged, reply, [reply, limit] {
+        limit(reply->header(QNetworkRequest::ContentLengthHeader).toLongLong());
     });
+    connect(reply, &QNetworkReply::readyRead, reply, [reply, limit] { limit(reply->bytesAvailable()); });
     connect(reply, &QNetworkReply::finished, this, &Updater::finish);
     return reply;
+}
+
+// The check ran out of time: the server sends too slowly, or not at all.
+void Updater::giveUp()
+{
+    for (QNetworkReply* reply : {m_feedReply.get(), m_signatureReply.get()}) {
+        if (reply && !reply->isFinished()) {
+            reply->setProperty(
+                kProblem,
+                u"no answer from %1 within %2 seconds"_s.arg(reply->url().toDisplayString()).arg(kDeadline.count()));
+            reply->abort();
+        }
+    }
+}
+
+// Drops the running check without a word: a newer one takes its place.
+void Updater::abandon()
+{
+    for (QNetworkReply* reply : {m_feedReply.get(), m_signatureReply.get()}) {
+        if (reply) {
+            disconnect(reply, nullptr, this, nullptr);
+            reply->abort();
+            reply->deleteLater();
+        }
+    }
+    m_feedReply.clear();
+    m_signatureReply.clear();
 }
 
 void Updater::finish()

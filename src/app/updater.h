@@ -45,7 +45,11 @@ public:
     QString currentVersion() const;
 
     static constexpr std::chrono::hours kInterval {24};
+    // However slowly a server sends, a check gives up after this long.
+    static constexpr std::chrono::seconds kDeadline {30};
+    // The feed is a few lines and its signature one line of base64; anything larger is not ours.
     static constexpr qint64 kMaxFeedBytes = 64 * 1024;
+    static constexpr qint64 kMaxSignatureBytes = 1024;
 
 Q_SIGNALS:
     void updateAvailableChanged(bool available);
@@ -58,8 +62,10 @@ private:
     Updater(Settings settings, QByteArray publicKey, const Clock& clock, QObject* parent);
     void check(bool asked);
     void scheduleNext();
-    QNetworkReply* fetch(const QUrl& url);
+    QNetworkReply* fetch(const QUrl& url, qint64 maxBytes);
     void finish();
+    void giveUp();
+    void abandon();
     std::optional<UpdateFeed::Release> verifiedRelease(QNetworkReply* feed, QNetworkReply* signature) const;
     void setUpdateAvailable(bool available);
 
@@ -70,6 +76,8 @@ private:
     QPointer<QNetworkReply> m_feedReply;
     QPointer<QNetworkReply> m_signatureReply;
     bool m_asked = false;
+    // Tells a deadline from the check it was set for.
+    quint64 m_checkNumber = 0;
     bool m_available = false;
     std::optional<UpdateFeed::Release> m_release;
 };

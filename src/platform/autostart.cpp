@@ -1,11 +1,15 @@
 #include "autostart.h"
 
+#include "file_identity.h"
+#include "file_io.h"
+#include "staged_file.h"
+#include "trash.h"
+
 #include <QCoreApplication>
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
-#include <QSaveFile>
 #include <QStandardPaths>
+
+#include <sys/stat.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -31,6 +35,31 @@ QString execArgument(const QString& path)
     return quote ? u'"' + escaped + u'"' : escaped;
 }
 
+// Far more than any entry holds; a larger file is not read whole.
+constexpr qint64 kMaxEntryBytes = 64 * 1024;
+
+// Desktops pass over an entry that is hidden, and GNOME one that is switched off, as if it were
+// not there. Only the main group counts: actions have keys of their own.
+bool startsAtLogin(const QByteArray& text)
+{
+    bool mainGroup = false;
+    for (const QByteArray& line : text.split('\n')) {
+        const QByteArray trimmed = line.trimmed();
+        if (trimmed.startsWith('[')) {
+            mainGroup = trimmed == "[Desktop Entry]";
+            continue;
+        }
+        const qsizetype equals = trimmed.indexOf('=');
+        if (!mainGroup || equals < 0)
+            continue;
+        const QByteArray key = trimmed.left(equals).trimmed();
+        const QByteArray value = trimmed.mid(equals + 1).trimmed();
+        if ((key == "Hidden" && value == "true") || (key == "X-GNOME-Autostart-enabled" && value == "false"))
+            return false;
+    }
+    return true;
+}
+
 } // namespace
 
 Autostart::Autostart()
@@ -54,7 +83,8 @@ QString Autostart::entryPath() const
 
 bool Autostart::isOn() const
 {
-    return QFileInfo::exists(m_entryPath);
+    const std::optional<QByteArray> text = FileIo::readHead(m_entryPath, kMaxEntryBytes);
+    return text && startsAtLogin(*text);
 }
 
 QByteArray Autostart::entry() const
@@ -74,13 +104,18 @@ QByteArray Autostart::entry() const
 
 bool Autostart::setOn(bool on) const
 {
-    if (!on)
-        return !QFileInfo::exists(m_entryPath) || QFile::remove(m_entryPath);
-    if (!QDir().mkpath(QFileInfo(m_entryPath).absolutePath()))
-        return false;
-    QSaveFile file(m_entryPath);
-    if (!file.open(QIODevice::WriteOnly))
-        return false;
-    file.write(entry());
-    return file.commit();
+    const FileIdentity present = FileIdentity::ofEntry(m_entryPath);
+    // An entry exactly as written here is ours to keep or remove. Anything else, a link above all,
+    // is the person's: it goes to the trash, where it can be taken back, and is never written
+    // through.
+    const bool ours = present.isRegular() && FileIo::readRegular(m_entryPath, kMaxEntryBytes) == entry();
+    if (!on) {
+        if (!present.exists())
+            return true;
+        return ours ? QFile::remove(m_entryPath) : Trash::move(m_entryPath);
+    }
+    if (ours)
+        return true;
+    StagedFile file(m_entryPath, S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH);
+    return file.write(entry()) && file.finish() && file.place();
 }

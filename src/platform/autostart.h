@@ -17,9 +17,11 @@ public:
     static QString defaultEntryPath();
 
     QString entryPath() const;
+    // Whether the desktop will start the entry: there, and neither hidden nor switched off.
     bool isOn() const;
-    // Writes the entry (atomically, so a desktop never reads half of it) or removes it; returns
-    // whether the folder now says what was asked.
+    // Puts the entry in place whole, so a desktop never reads half of it, or takes it away; an
+    // entry that is not exactly ours goes to the trash. Returns whether the folder now says what
+    // was asked.
     bool setOn(bool on) const;
     // The desktop entry's text.
     QByteArray entry() const;

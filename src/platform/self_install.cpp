@@ -1,12 +1,14 @@
 #include "self_install.h"
 
+#include "staged_file.h"
+#include "trash.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
-#include <QStandardPaths>
+#include <QStringList>
 
-#include <memory>
+#include <sys/stat.h>
 #include <vector>
 
 using namespace Qt::Literals::StringLiterals;
@@ -30,14 +32,6 @@ bool isInside(const QString& path, const QString& folder)
         return false;
     const QString root = resolved(folder);
     return root != u"/" && path.startsWith(root + u'/');
-}
-
-// Qt keeps the trash in the data folder; were that folder missing, it would make a trash of
-// "files" and "info" in the working directory instead.
-bool moveToTrash(const QString& path)
-{
-    QDir().mkpath(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation));
-    return QFile::moveToTrash(path);
 }
 
 QString binFolder(const QString& home)
@@ -91,43 +85,30 @@ QByteArray desktopEntry(const QString& program)
         .toUtf8();
 }
 
-// A file of the installation, complete on disk but not yet in place.
-using Staged = std::unique_ptr<QSaveFile>;
+constexpr mode_t kReadable = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
+constexpr mode_t kExecutable = kReadable | S_IXUSR | S_IXGRP | S_IXOTH;
 
-Staged stage(const QString& path)
+std::optional<StagedFile> stageBytes(const QString& path, const QByteArray& bytes)
 {
-    if (!QDir().mkpath(QFileInfo(path).absolutePath()))
-        return nullptr;
-    auto file = std::make_unique<QSaveFile>(path);
-    return file->open(QIODevice::WriteOnly) ? std::move(file) : nullptr;
+    StagedFile file(path, kReadable);
+    return file.write(bytes) && file.finish() ? std::optional(std::move(file)) : std::nullopt;
 }
 
-Staged stageBytes(const QString& path, const QByteArray& bytes)
-{
-    Staged file = stage(path);
-    // Flushed now, so that a full disk shows before anything old is moved away.
-    return file && file->write(bytes) == bytes.size() && file->flush() ? std::move(file) : nullptr;
-}
-
-Staged stageProgram(const QString& from, const QString& to)
+std::optional<StagedFile> stageProgram(const QString& from, const QString& to)
 {
     QFile source(from);
     if (!source.open(QIODevice::ReadOnly))
-        return nullptr;
-    Staged file = stage(to);
-    if (!file)
-        return nullptr;
+        return std::nullopt;
+    StagedFile file(to, kExecutable);
     constexpr qint64 kChunk = 1 << 20;
-    while (!source.atEnd()) {
+    while (file.isOpen() && !source.atEnd()) {
         const QByteArray chunk = source.read(kChunk);
-        if (chunk.isEmpty() || file->write(chunk) != chunk.size())
-            return nullptr;
+        if (chunk.isEmpty() || !file.write(chunk))
+            return std::nullopt;
     }
-    if (source.error() != QFileDevice::NoError || !file->flush())
-        return nullptr;
-    constexpr auto kExecutable = QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner
-        | QFileDevice::ReadGroup | QFileDevice::ExeGroup | QFileDevice::ReadOther | QFileDevice::ExeOther;
-    return file->setPermissions(kExecutable) ? std::move(file) : nullptr;
+    if (source.error() != QFileDevice::NoError || !file.finish())
+        return std::nullopt;
+    return file;
 }
 
 } // namespace
@@ -167,13 +148,13 @@ std::optional<QString> install(const Places& places, const QList<Icon>& icons)
 {
     // Everything is written beside its place first, so a full disk or an unwritable folder
     // leaves the person's files as they were.
-    std::vector<Staged> staged;
-    const auto add = [&staged](Staged file) {
-        staged.push_back(std::move(file));
-        return staged.back() != nullptr;
+    std::vector<StagedFile> staged;
+    const auto add = [&staged](std::optional<StagedFile> file) {
+        if (file)
+            staged.push_back(std::move(*file));
+        return file.has_value();
     };
-    const auto toInstall = programs(places);
-    for (const auto& [from, to] : toInstall) {
+    for (const auto& [from, to] : programs(places)) {
         if (!add(stageProgram(from, to)))
             return std::nullopt;
     }
@@ -184,36 +165,26 @@ std::optional<QString> install(const Places& places, const QList<Icon>& icons)
         if (!add(stageBytes(iconPath(places.home, icon.size), icon.png)))
             return std::nullopt;
     }
-
-    for (const auto& [from, to] : toInstall) {
-        const QFileInfo old(to);
-        if ((old.exists() || old.isSymLink()) && !moveToTrash(to))
+    for (StagedFile& file : staged) {
+        if (!file.place())
             return std::nullopt;
     }
-    bool complete = true;
-    for (const Staged& file : staged)
-        complete = file->commit() && complete;
-    return complete ? std::optional(program) : std::nullopt;
+    return program;
 }
 
 void trashDownloadedCopy(const Places& places)
 {
-    if (!isInside(resolved(places.program), places.downloads))
+    const QString downloads = resolved(places.downloads);
+    // With Downloads set to the home folder, everything the person keeps would count as downloaded.
+    if (places.downloads.isEmpty() || downloads == resolved(places.home)
+        || resolved(QFileInfo(places.program).absolutePath()) != downloads)
         return;
-    for (const auto& [from, to] : programs(places))
-        moveToTrash(from);
-}
-
-QStringList relaunchArguments(const QString& program)
-{
-    // Inside double quotes the shell still expands these four.
-    QString quoted;
-    for (const QChar c : program) {
-        if (c == u'"' || c == u'\\' || c == u'$' || c == u'`')
-            quoted += u'\\';
-        quoted += c;
-    }
-    return {u"-c"_s, u"sleep 1; exec \""_s + quoted + u'"'};
+    // A file written since under the same name may even have the same inode number; not its times.
+    const FileIdentity now = FileIdentity::ofEntry(places.program);
+    const FileIdentity& started = places.started;
+    if (now.isRegular() && now.device == started.device && now.inode == started.inode
+        && now.modifiedNs == started.modifiedNs && now.changedNs == started.changedNs)
+        Trash::move(places.program);
 }
 
 } // namespace SelfInstall

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "file_identity.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QString>
-#include <QStringList>
 
 #include <optional>
 
@@ -17,6 +18,7 @@ struct Places
     QString home;
     QString installPrefix; // where the package or `make install` puts the programs
     QString downloads; // the person's Downloads folder
+    FileIdentity started; // the very file that was started, whatever takes its name later
 };
 
 struct Icon
@@ -34,15 +36,14 @@ QString desktopEntryPath(const QString& home);
 QString iconPath(const QString& home, int size);
 
 // Installs the program, and brindlow-cli when it sits beside it, with the desktop entry and
-// `icons`. Older programs in the way go to the trash. Returns the installed program, or nothing
-// when anything could not be written, in which case no file was replaced.
+// `icons`. Whatever is in the way (older programs, links the person made) goes to the trash and
+// is never written through. Returns the installed program, or nothing when anything could not be
+// written, in which case no file was replaced, or not put in place, in which case what was
+// replaced is in the trash.
 std::optional<QString> install(const Places& places, const QList<Icon>& icons);
 
-// Moves the programs that were just installed to the trash when they were run from the Downloads
-// folder; elsewhere the person put them on purpose, so they stay.
+// Moves the program that was started to the trash when it was run from the Downloads folder
+// itself; elsewhere, or when Downloads is the home folder, the person put it there on purpose.
 void trashDownloadedCopy(const Places& places);
-
-// The arguments for /bin/sh that start `program` once this process has had a second to end.
-QStringList relaunchArguments(const QString& program);
 
 } // namespace SelfInstall

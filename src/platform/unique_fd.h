@@ -71,6 +71,12 @@ public:
         return total;
     }
 
+    // Hands the descriptor over without closing it, for a caller that closes it and checks how.
+    int release()
+    {
+        return std::exchange(m_fd, -1);
+    }
+
     // Moves the position of the next read; false when the descriptor cannot seek there.
     bool seek(qint64 offset) const
     {

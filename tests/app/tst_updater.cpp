@@ -9,6 +9,7 @@
 #include <QDesktopServices>
 #include <QSignalSpy>
 #include <QTcpServer>
+#include <QTcpSocket>
 
 #include <openssl/evp.h>
 
@@ -92,6 +93,60 @@ struct Feed
     {
         return std::unique_ptr<Updater>(Updater::create(settings, clock));
     }
+};
+
+// A feed server on loopback that misbehaves the way a broken or hostile one does: each path is
+// answered in full, with one byte and then silence, or with bytes that never end.
+class FeedServer : public QObject
+{
+public:
+    enum class Answer { full, stall, endless };
+    QMap<QByteArray, std::pair<Answer, QByteArray>> answers;
+    qint64 endlessBytesSent = 0;
+
+    FeedServer()
+    {
+        m_server.listen(QHostAddress::LocalHost);
+        connect(&m_server, &QTcpServer::newConnection, this, [this] {
+            while (QTcpSocket* socket = m_server.nextPendingConnection()) {
+                // A small send buffer, so that what was sent is close to what the reader took.
+                socket->setSocketOption(QAbstractSocket::SendBufferSizeSocketOption, 16 * 1024);
+                connect(socket, &QTcpSocket::readyRead, socket, [this, socket] { answer(socket); });
+                connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+            }
+        });
+    }
+
+    QUrl url() const
+    {
+        return QUrl(u"http://127.0.0.1:%1/feed.json"_s.arg(m_server.serverPort()));
+    }
+
+private:
+    void answer(QTcpSocket* socket)
+    {
+        const QByteArray request = socket->readAll();
+        const QByteArray path = request.split(' ').value(1);
+        const auto [kind, body] = answers.value(path, {Answer::full, QByteArray()});
+        if (kind == Answer::full) {
+            socket->write("HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(body.size())
+                          + "\r\nConnection: close\r\n\r\n" + body);
+            socket->disconnectFromHost();
+        } else if (kind == Answer::stall) {
+            socket->write("HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\n{");
+        } else {
+            // No length: the body ends only when the connection does, which is never.
+            socket->write("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n");
+            connect(socket, &QTcpSocket::bytesWritten, socket, [this, socket] {
+                if (socket->bytesToWrite() == 0) {
+                    endlessBytesSent += 64 * 1024;
+                    socket->write(QByteArray(64 * 1024, ' '));
+                }
+            });
+        }
+    }
+
+    QTcpServer m_server;
 };
 
 bool waitForCheck(Updater& updater)
@@ -217,6 +272,83 @@ private Q_SLOTS:
         offline->checkForUpdates();
         QVERIFY(waitForCheck(*offline));
         QVERIFY(!offline->updateAvailable());
+    }
+
+    // However the feed's server behaves, a check ends within its deadline having read only a few
+    // kilobytes, and a check the person asks for never waits behind one that is stuck.
+    void boundsWhatTheServerMaySend_data()
+    {
+        QTest::addColumn<int>("feedAnswer");
+        QTest::addColumn<int>("signatureAnswer");
+        QTest::addColumn<int>("feedPadding");
+        QTest::addColumn<int>("signaturePadding");
+        QTest::addColumn<QString>("warning");
+        constexpr int full = int(FeedServer::Answer::full);
+        constexpr int stall = int(FeedServer::Answer::stall);
+        constexpr int endless = int(FeedServer::Answer::endless);
+        QTest::newRow("feed sends one byte, then nothing") << stall << full << 0 << 0 << u"within 30 seconds"_s;
+        QTest::newRow("signature sends one byte, then nothing") << full << stall << 0 << 0 << u"within 30 seconds"_s;
+        QTest::newRow("endless feed") << endless << full << 0 << 0 << u"larger than"_s;
+        QTest::newRow("endless signature") << full << endless << 0 << 0 << u"larger than"_s;
+        QTest::newRow("signed feed over 64 KiB") << full << full << 64 * 1024 << 0 << u"larger than"_s;
+        QTest::newRow("signature over 1 KiB") << full << full << 0 << 1024 << u"larger than"_s;
+        QTest::newRow("just within both limits") << full << full << 60 * 1024 << 900 << QString();
+    }
+
+    void boundsWhatTheServerMaySend()
+    {
+        QFETCH(int, feedAnswer);
+        QFETCH(int, signatureAnswer);
+        QFETCH(int, feedPadding);
+        QFETCH(int, signaturePadding);
+        QFETCH(QString, warning);
+        Feed feed;
+        FeedServer server;
+        // Blanks after the JSON and after the base64 leave a valid, signed feed.
+        const QByteArray document = feedFor(u"2.0"_s) + QByteArray(feedPadding, ' ');
+        server.answers.insert("/feed.json", {FeedServer::Answer(feedAnswer), document});
+        server.answers.insert(
+            "/feed.json.sig",
+            {FeedServer::Answer(signatureAnswer), feed.key.signBase64(document) + QByteArray(signaturePadding, ' ')});
+        auto updater = feed.updater({server.url(), feed.key.publicKeyBase64(), kInstalled});
+        QSignalSpy finished(updater.get(), &Updater::checkFinished);
+        if (!warning.isEmpty())
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression(warning));
+        updater->start();
+        if (feedAnswer == int(FeedServer::Answer::stall) || signatureAnswer == int(FeedServer::Answer::stall)) {
+            QTest::qWait(200);
+            QVERIFY(finished.isEmpty());
+            feed.clock.advance(std::chrono::seconds(30));
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(finished.size(), 1, 10000);
+        QCOMPARE(updater->updateAvailable(), warning.isEmpty());
+        // What the kernel buffers on loopback aside (a few hundred KiB), an endless answer was not read on.
+        QCOMPARE_LT(server.endlessBytesSent, 1024 * 1024);
+    }
+
+    void askedCheckDoesNotWaitBehindAStuckOne()
+    {
+        Feed feed;
+        FeedServer server;
+        const QByteArray document = feedFor(u"2.0"_s);
+        server.answers.insert("/feed.json", {FeedServer::Answer::stall, document});
+        server.answers.insert("/feed.json.sig", {FeedServer::Answer::full, feed.key.signBase64(document)});
+        auto updater = feed.updater({server.url(), feed.key.publicKeyBase64(), kInstalled});
+        QSignalSpy offered(updater.get(), &Updater::releaseOffered);
+        updater->start();
+        QTest::qWait(200);
+
+        // The feed recovers; the person's check reaches it while the first still hangs.
+        server.answers.insert("/feed.json", {FeedServer::Answer::full, document});
+        updater->checkForUpdates();
+        QVERIFY(offered.wait(5000));
+        QVERIFY(updater->updateAvailable());
+        // The abandoned check ends quietly, also when its deadline passes.
+        QSignalSpy finished(updater.get(), &Updater::checkFinished);
+        feed.clock.advance(std::chrono::seconds(30));
+        QTest::qWait(100);
+        QVERIFY(finished.isEmpty());
+        QCOMPARE(offered.size(), 1);
     }
 
     void settingsDecideWhetherThereIsAnUpdater()
