@@ -81,8 +81,14 @@ bool Activity::acquireLock()
 {
     m_lock = ProcessLock::tryAcquire(Store::dir() + u"/busy.lock"_s);
     if (!m_lock.held())
-        setMessage(otherProcessBusyText());
+        refuse(otherProcessBusyText());
     return m_lock.held();
+}
+
+void Activity::refuse(const QString& reason)
+{
+    setMessage(reason);
+    Q_EMIT refused(reason);
 }
 
 void Activity::releaseLock()

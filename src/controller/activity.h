@@ -36,6 +36,8 @@ Q_SIGNALS:
     void phaseChanged();
     void statusChanged();
     void messageChanged();
+    // Something the person asked for was refused, and why; the screen they asked on says so.
+    void refused(const QString& reason);
 
 private:
     // Only the parts of the controller change what it is doing.
@@ -47,6 +49,8 @@ private:
     void setPhase(Phase phase);
     void setStatus(const QString& status, bool learning = false);
     void setMessage(const std::optional<QString>& message);
+    // The message, and the `refused` signal with it.
+    void refuse(const QString& reason);
     void startMoving(const QString& status, bool undoing);
     // Takes the lock shared by every Brindlow process; tells the person when another holds it.
     bool acquireLock();

@@ -188,9 +188,18 @@ void Moves::apply(bool includeRenames)
 void Moves::applied(const ApplyResult& result, RecapData recap)
 {
     m_activity.releaseLock();
+    // Nothing moved because the moves could not have been undone: the reviewed plan, and the
+    // last run that a quick refresh starts from, stay as they were.
+    if (result.moved == 0 && result.skipped == 0 && result.stoppedBecause) {
+        m_activity.setPhase(Phase::review);
+        m_activity.refuse(*result.stoppedBecause);
+        Q_EMIT finished();
+        return;
+    }
     m_lastResult = result;
     Q_EMIT lastResultChanged();
     recap.result = result;
+    recap.day = m_clock.now().toLocalTime().date();
     setRecap(recap);
     if (result.stoppedBecause)
         m_activity.setMessage(result.stoppedBecause);

@@ -2,6 +2,7 @@
 
 #include "apply_result.h"
 
+#include <QDate>
 #include <QList>
 #include <QString>
 
@@ -24,6 +25,7 @@ struct RecapData
     std::optional<QString> renameFrom;
     std::optional<QString> renameTo;
     int duplicates = 0;
+    QDate day; // when the apply ran, as the person's calendar has it; the recap opens with it
 
     bool operator==(const RecapData&) const = default;
 };

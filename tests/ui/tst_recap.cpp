@@ -168,10 +168,13 @@ private Q_SLOTS:
     void waitsBeforeMovingOnButNeverLeavesTheFinale()
     {
         Fixture f;
-        f.state->moves().setRecap(recapOf(15, {{u"Documents"_s, 15}}, 0, 0));
+        RecapData tuesday = recapOf(15, {{u"Documents"_s, 15}}, 0, 0);
+        tuesday.day = QDate(2026, 11, 24);
+        f.state->moves().setRecap(tuesday);
         f.window.show();
         f.driver.step(4100ms);
         QCOMPARE(f.view().currentSlide(), Slide::intro);
+        QVERIFY(f.texts().contains(u"This Tuesday,"_s)); // the day it is, not always Sunday
         f.driver.step(200ms);
         QCOMPARE(f.view().currentSlide(), Slide::moved);
 

@@ -1,6 +1,9 @@
 #include "controller/app_state.h"
 #include "controller/thumb_cache.h"
+#include "model/store.h"
+#include "platform/process_lock.h"
 #include "support/controller_fixture.h"
+#include "support/file_factory.h"
 #include "support/widget_driver.h"
 #include "ui/review/destination_choices.h"
 #include "ui/review/junk_page.h"
@@ -225,14 +228,18 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("button");
         QTest::addColumn<QString>("arrived");
-        QTest::newRow("approve") << u"Approve 2 changes"_s << u"Beach.txt"_s;
-        QTest::newRow("organize only") << u"Organize only"_s << u"DSC_42.txt"_s;
+        QTest::addColumn<QString>("trouble");
+        QTest::newRow("approve") << u"Approve 2 changes"_s << u"Beach.txt"_s << QString();
+        QTest::newRow("organize only") << u"Organize only"_s << u"DSC_42.txt"_s << QString();
+        QTest::newRow("no move log possible") << u"Approve 2 changes"_s << QString() << u"logs"_s;
+        QTest::newRow("another Brindlow busy") << u"Organize only"_s << QString() << u"lock"_s;
     }
 
     void renamesThenApply()
     {
         QFETCH(QString, button);
         QFETCH(QString, arrived);
+        QFETCH(QString, trouble);
         Fixture f;
         PlanItem& scan = f.add(u"IMG_0001.txt"_s, Category::personal, u"Personal"_s);
         scan.newName = u"Bank letter.txt"_s;
@@ -255,9 +262,33 @@ private Q_SLOTS:
         QCOMPARE(f.item(2).renameApproved, true);
 
         QSignalSpy moved(&f.state.get()->moves(), &Moves::finished);
+        if (!trouble.isEmpty()) {
+            // Refused: nothing moves, and the reviewed plan, the last run and the window stay.
+            const std::optional<QDateTime> lastRun = f.state->preferences().profile().lastRun;
+            const QList<PlanItem> plan = f.state->review().plan();
+            std::optional<ProcessLock> other;
+            if (trouble == u"lock")
+                other = ProcessLock::tryAcquire(Store::dir() + u"/busy.lock"_s);
+            else
+                QVERIFY(QDir(Store::dir() + u"/logs"_s).removeRecursively());
+            if (trouble == u"logs")
+                FileFactory::write(Store::dir() + u"/logs"_s, "not a folder");
+            click(control(*f.window, button));
+            QVERIFY(trouble == u"lock" || moved.wait(10000));
+            QVERIFY(f.window->isVisible());
+            QCOMPARE(f.state->activity().phase(), Phase::review);
+            QCOMPARE(f.state->review().plan(), plan);
+            QCOMPARE(f.state->preferences().profile().lastRun, lastRun);
+            const QString reason = *f.state->activity().message();
+            QVERIFY(trouble == u"lock" ? reason == Activity::otherProcessBusyText()
+                                       : reason.startsWith(u"Nothing was moved"_s));
+            QVERIFY(control<QLabel>(*f.window, reason));
+            QVERIFY(QFile::exists(f.home.path() + u"/Downloads/IMG_0001.txt"_s));
+            return;
+        }
         click(control(*f.window, button));
-        QVERIFY(!f.window->isVisible());
         QVERIFY(moved.wait(10000));
+        QVERIFY(!f.window->isVisible());
         const QString personal = f.state->preferences().profile().homeBase + u"/Personal/"_s;
         QVERIFY(QFile::exists(personal + u"IMG_0001.txt"_s));
         QVERIFY(QFile::exists(personal + arrived));

@@ -6,6 +6,7 @@
 #include "controller/preferences.h"
 #include "model/home_tree.h"
 #include "panel_icons.h"
+#include "refusal_line.h"
 #include "stat.h"
 #include "ui/theme/card.h"
 #include "ui/theme/primary_button.h"
@@ -74,6 +75,7 @@ DonePanel::DonePanel(const ControllerParts& parts, QWidget* parent)
     layout->addWidget(m_clearOut, 0, Qt::AlignHCenter);
     layout->addStretch(1);
     layout->addLayout(footer);
+    layout->addWidget(new RefusalLine(m_parts.activity, this));
 
     connect(&m_parts.moves, &Moves::lastResultChanged, this, &DonePanel::refresh);
     connect(&m_parts.moves, &Moves::recapChanged, this, &DonePanel::refresh);

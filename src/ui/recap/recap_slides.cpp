@@ -100,9 +100,18 @@ QList<RecapSlides::Slide> RecapSlides::listFor(const std::optional<RecapData>& r
     return slides;
 }
 
-QWidget* RecapSlides::intro()
+QWidget* RecapSlides::intro(const RecapData& recap)
 {
-    return page({new Rise(text(tr("This Sunday,"), 38, Theme::stone), 100),
+    // Whole sentences per day, so that a translation can bend each as its language needs.
+    const QString days[] = {tr("This Monday,"),
+                            tr("This Tuesday,"),
+                            tr("This Wednesday,"),
+                            tr("This Thursday,"),
+                            tr("This Friday,"),
+                            tr("This Saturday,"),
+                            tr("This Sunday,")};
+    const QDate day = recap.day.isValid() ? recap.day : QDate::currentDate();
+    return page({new Rise(text(days[day.dayOfWeek() - 1], 38, Theme::stone), 100),
                  new Rise(text(tr("you made room."), 38, Theme::ivory, true), 600)},
                 {6});
 }

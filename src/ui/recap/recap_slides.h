@@ -27,7 +27,7 @@ public:
     static constexpr int kGroupDelayStepMs = 90;
     static constexpr int kGroupFirstDelayMs = 300;
 
-    static QWidget* intro();
+    static QWidget* intro(const RecapData& recap);
     static QWidget* moved(const RecapData& recap);
     static QWidget* groups(const RecapData& recap);
     static QWidget* renamed(const RecapData& recap);

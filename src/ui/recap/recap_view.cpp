@@ -86,7 +86,7 @@ QWidget* RecapView::build(Slide slide, const RecapData& recap)
 {
     switch (slide) {
         case Slide::intro:
-            return RecapSlides::intro();
+            return RecapSlides::intro(recap);
         case Slide::moved:
             return RecapSlides::moved(recap);
         case Slide::groups:

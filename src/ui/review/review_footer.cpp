@@ -1,6 +1,7 @@
 #include "review_footer.h"
 
 #include "common/numbers.h"
+#include "controller/activity.h"
 #include "controller/moves.h"
 #include "controller/plan_model.h"
 #include "ui/theme/primary_button.h"
@@ -11,6 +12,7 @@
 #include <QLabel>
 #include <QPainter>
 #include <QPainterPath>
+#include <QVBoxLayout>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -43,10 +45,14 @@ QPixmap shield(qreal ratio)
 
 } // namespace
 
-ReviewFooter::ReviewFooter(Moves& moves, PlanModel& plan, QWidget* parent)
+ReviewFooter::ReviewFooter(Moves& moves, Activity& activity, PlanModel& plan, QWidget* parent)
     : QWidget(parent)
+    , m_moves(moves)
+    , m_activity(activity)
     , m_plan(plan)
     , m_approve(new PrimaryButton(QString(), this, 38))
+    , m_organizeOnly(new SecondaryButton(tr("Organize only"), this, 38))
+    , m_problem(new QLabel(this))
 {
     auto* icon = new QLabel(this);
     icon->setPixmap(shield(devicePixelRatioF()));
@@ -55,29 +61,60 @@ ReviewFooter::ReviewFooter(Moves& moves, PlanModel& plan, QWidget* parent)
     QPalette quiet = promise->palette();
     quiet.setColor(QPalette::WindowText, Theme::muted);
     promise->setPalette(quiet);
-    auto* organizeOnly = new SecondaryButton(tr("Organize only"), this, 38);
-    organizeOnly->setAccessibleName(organizeOnly->text());
-    organizeOnly->setToolTip(tr("Move the files, keep their names"));
+    m_organizeOnly->setAccessibleName(m_organizeOnly->text());
+    m_organizeOnly->setToolTip(tr("Move the files, keep their names"));
+    m_problem->setWordWrap(true);
+    m_problem->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    QPalette warning = m_problem->palette();
+    warning.setColor(QPalette::WindowText, Theme::amberDeep);
+    m_problem->setPalette(warning);
+    m_problem->hide();
 
-    auto* layout = new QHBoxLayout(this);
+    auto* row = new QHBoxLayout;
+    row->setSpacing(8);
+    row->addWidget(icon);
+    row->addWidget(promise);
+    row->addStretch(1);
+    row->addWidget(m_organizeOnly);
+    row->addWidget(m_approve);
+    auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(24, 12, 24, 12);
-    layout->setSpacing(8);
-    layout->addWidget(icon);
-    layout->addWidget(promise);
-    layout->addStretch(1);
-    layout->addWidget(organizeOnly);
-    layout->addWidget(m_approve);
+    layout->setSpacing(6);
+    layout->addLayout(row);
+    layout->addWidget(m_problem);
 
-    connect(organizeOnly, &QPushButton::clicked, this, [this, &moves] {
-        moves.apply(false);
-        Q_EMIT finished();
-    });
-    connect(m_approve, &QPushButton::clicked, this, [this, &moves] {
-        moves.apply(true);
-        Q_EMIT finished();
+    connect(m_organizeOnly, &QPushButton::clicked, this, [this] { approve(false); });
+    connect(m_approve, &QPushButton::clicked, this, [this] { approve(true); });
+    connect(&moves, &Moves::finished, this, &ReviewFooter::moved);
+    connect(&activity, &Activity::refused, this, [this](const QString& reason) {
+        if (!isVisible())
+            return;
+        m_problem->setText(reason);
+        m_problem->setAccessibleName(reason);
+        m_problem->show();
     });
     connect(&plan, &PlanModel::countsChanged, this, &ReviewFooter::updateCount);
     updateCount();
+}
+
+void ReviewFooter::approve(bool includeRenames)
+{
+    m_problem->hide();
+    m_moves.apply(includeRenames);
+    m_applying = m_activity.phase() == Phase::applying;
+    m_approve->setEnabled(!m_applying);
+    m_organizeOnly->setEnabled(!m_applying);
+}
+
+void ReviewFooter::moved()
+{
+    if (!m_applying)
+        return;
+    m_applying = false;
+    m_approve->setEnabled(true);
+    m_organizeOnly->setEnabled(true);
+    if (m_activity.phase() != Phase::review)
+        Q_EMIT finished();
 }
 
 void ReviewFooter::updateCount()

@@ -118,7 +118,7 @@ QWidget* ReviewWindow::buildContent()
     body->addWidget(m_sidebar);
     body->addLayout(main, 1);
 
-    auto* footer = new ReviewFooter(m_parts.moves, *m_plan, content);
+    auto* footer = new ReviewFooter(m_parts.moves, m_parts.activity, *m_plan, content);
     footer->setObjectName(u"reviewFooter"_s);
     footer->setAttribute(Qt::WA_StyledBackground);
     auto* layout = new QVBoxLayout(content);

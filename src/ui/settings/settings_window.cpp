@@ -172,6 +172,7 @@ RecapData SettingsWindow::sampleRecap()
     recap.renameFrom = u"0aefeea7-a904-45aa-9f16.png"_s;
     recap.renameTo = u"Quorrel - holographic dragon card art.png"_s;
     recap.duplicates = 12;
+    recap.day = QDate(2026, 3, 1); // a Sunday, the weekly reset's day
     return recap;
 }
 
