@@ -47,9 +47,14 @@ void StoreWriter::PlanJob::add(const PlanJob& newer)
     generation = std::max(generation, newer.generation);
 }
 
+bool StoreWriter::Work::hasChanges() const
+{
+    return plan || !lessons.isEmpty() || profile || key;
+}
+
 bool StoreWriter::Work::isEmpty() const
 {
-    return !plan && lessons.isEmpty() && !profile && !key && !check;
+    return !hasChanges() && !check;
 }
 
 void StoreWriter::Work::add(Work newer)
@@ -227,19 +232,28 @@ void StoreWriter::work()
         m_wake.wait(lock, [this] { return m_stopping || hasWork(); });
         if (!hasWork())
             return; // stopping, with nothing left to write
-        // What failed before goes first: the changes handed over since are newer.
-        Work work = std::exchange(m_failed, {});
-        work.add(std::exchange(m_pending, {}));
+        Work work = std::exchange(m_pending, {});
+        // What failed is tried again on request and with the next change, never for a mere
+        // check: a failed write stirs the folder, and the watch on it asks for a check.
+        const bool again = m_retry || work.hasChanges();
+        if (again) {
+            // What failed before goes first: the changes handed over since are newer.
+            Work older = std::exchange(m_failed, {});
+            older.add(std::move(work));
+            work = std::move(older);
+        }
         m_retry = false;
         m_working = true;
         lock.unlock();
         auto [failed, failure] = write(std::move(work));
         lock.lock();
-        m_failed = std::move(failed);
-        m_failure = failure;
+        if (again) {
+            m_failed = std::move(failed);
+            m_failure = failure;
+        }
         m_working = false;
         QMetaObject::invokeMethod(
-            this, [this, failure] { roundEnded(failure); }, Qt::QueuedConnection);
+            this, [this, failure = m_failure] { roundEnded(failure); }, Qt::QueuedConnection);
         if (!hasWork())
             m_idle.notify_all();
     }

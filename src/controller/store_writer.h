@@ -112,6 +112,7 @@ private:
         std::optional<QString> key;
         bool check = false;
 
+        bool hasChanges() const;
         bool isEmpty() const;
         void add(Work newer);
     };
