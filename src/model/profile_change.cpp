@@ -42,9 +42,13 @@ void applyProjects(const QList<Project>& before, const QList<Project>& after, QL
             continue;
         const auto there
             = std::find_if(stored.begin(), stored.end(), [&project](const Project& p) { return p.id == project.id; });
+        // Two processes adding the same project at once make it once.
+        const bool named = std::any_of(stored.cbegin(), stored.cend(), [&project](const Project& p) {
+            return p.name.compare(project.name, Qt::CaseInsensitive) == 0;
+        });
         if (there != stored.end())
             *there = project;
-        else
+        else if (seen != before.cend() || !named)
             stored.append(project);
     }
 }
