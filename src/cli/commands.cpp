@@ -116,13 +116,43 @@ std::optional<QList<qint64>> parseIds(const QStringList& words, const PlanReview
     return ids;
 }
 
+void printPlanSummary(const QList<PlanItem>& plan, QTextStream& out)
+{
+    int organize = 0, renames = 0, junk = 0;
+    QMap<QString, int> groups;
+    for (const PlanItem& item : plan) {
+        junk += item.category.isSetAside();
+        renames += item.newName.has_value();
+        if (PlanTabs::isOrganized(item)) {
+            ++organize;
+            ++groups[item.group()];
+        }
+    }
+    out << "To organize: " << Numbers::count(organize) << "\nTo rename: " << Numbers::count(renames)
+        << "\nJunk: " << Numbers::count(junk) << '\n';
+    for (auto it = groups.cbegin(); it != groups.cend(); ++it)
+        out << "  " << VisibleText::of(it.key()) << ": " << Numbers::count(it.value()) << '\n';
+}
+
+// Refused before anything is asked: not set up, or no key to ask with.
+bool readyToRefresh(AppState& state, QTextStream& err)
+{
+    if (!state.preferences().profile().onboarded) {
+        err << "Brindlow is not set up yet. Run 'brindlow-cli setup' first.\n";
+        return false;
+    }
+    if (state.preferences().apiKey().isEmpty()) {
+        err << "Your Claude API key is missing or damaged. Run 'brindlow-cli setup'.\n";
+        return false;
+    }
+    return true;
+}
+
 int refresh(AppState& state, TidyMode mode, QTextStream& out, QTextStream& err)
 {
     RefreshProgress progress(state.activity(), state.refresh(), out);
-    if (!state.preferences().profile().onboarded) {
-        err << "Brindlow is not set up yet. Run 'brindlow-cli setup' first.\n";
+    if (!readyToRefresh(state, err))
         return kFailed;
-    }
     state.refresh().start(mode);
     if (!state.activity().isBusy()) {
         err << VisibleText::of(state.activity().message().value_or(u"A refresh could not start."_s)) << '\n';
@@ -130,30 +160,19 @@ int refresh(AppState& state, TidyMode mode, QTextStream& out, QTextStream& err)
     }
     waitFor(state.refresh(), &RefreshRun::finished);
     progress.finish();
-    if (state.activity().phase() == Phase::idle) {
+    // Every request failing is a failed refresh, even though its items wait in the plan.
+    const bool failed = state.activity().phase() == Phase::idle || state.refresh().everyRequestFailed();
+    if (failed)
         err << VisibleText::of(state.activity().message().value_or(u"The refresh failed."_s)) << '\n';
+    if (state.activity().phase() == Phase::idle)
         return kFailed;
-    }
-    if (state.activity().message())
+    if (state.activity().message() && !failed)
         out << VisibleText::of(*state.activity().message()) << '\n';
     const QList<PlanItem>& plan = state.review().plan();
     if (plan.isEmpty()) {
         out << "Nothing new to sort.\n";
     } else {
-        int organize = 0, renames = 0, junk = 0;
-        QMap<QString, int> groups;
-        for (const PlanItem& item : plan) {
-            junk += item.category.isSetAside();
-            renames += item.newName.has_value();
-            if (PlanTabs::isOrganized(item)) {
-                ++organize;
-                ++groups[item.group()];
-            }
-        }
-        out << "To organize: " << Numbers::count(organize) << "\nTo rename: " << Numbers::count(renames)
-            << "\nJunk: " << Numbers::count(junk) << '\n';
-        for (auto it = groups.cbegin(); it != groups.cend(); ++it)
-            out << "  " << VisibleText::of(it.key()) << ": " << Numbers::count(it.value()) << '\n';
+        printPlanSummary(plan, out);
         if (!state.review().flushEdits()) {
             err << PlanReview::planNotSavedText() << '\n';
             return kFailed;
@@ -161,7 +180,17 @@ int refresh(AppState& state, TidyMode mode, QTextStream& out, QTextStream& err)
         out << "Review with 'brindlow-cli plan', then 'brindlow-cli apply'.\n";
     }
     out << Usage::costText(state.refresh().lastRunCost().value_or(0)) << '\n';
-    return kOk;
+    return failed ? kFailed : kOk;
+}
+
+// Waits until the command's changes are on disk; one that could not be saved is said, and fails
+// the command.
+int saved(AppState& state, QTextStream& err)
+{
+    if (state.review().flushEdits())
+        return kOk;
+    err << VisibleText::of(state.review().saveProblem().value_or(PlanReview::planNotSavedText())) << '\n';
+    return kFailed;
 }
 
 // Far longer than any key; a larger file is not a key file.
@@ -264,6 +293,8 @@ int setup(const QStringList& args, QTextStream& out, QTextStream& err)
     state.preferences().saveKey(*key);
     options.profile.onboarded = true;
     state.preferences().setProfile(options.profile);
+    if (saved(state, err) != kOk)
+        return kFailed;
     out << "Brindlow is set up. Run 'brindlow-cli refresh' to sort your files.\n";
     return kOk;
 }
@@ -273,6 +304,10 @@ int status(AppState& state, QTextStream& out)
     const Profile& profile = state.preferences().profile();
     if (!profile.onboarded)
         out << "Not set up yet: run 'brindlow-cli setup'.\n";
+    if (const std::optional<QString> notice = state.preferences().homeBaseNotice()) {
+        out << VisibleText::of(*notice) << '\n';
+        state.preferences().homeBaseNoticeShown();
+    }
     static const char* const phases[] = {"idle", "refreshing", "waiting for review", "moving files", "done"};
     out << "Phase: " << phases[int(state.activity().phase())] << '\n';
     out << state.preferences().lastRunText() << '\n';
@@ -339,6 +374,8 @@ int addProject(const Call& call)
     if (!typedFolder(args[0]))
         return usageError(call.err, folderProblem(args[0]));
     const int filed = call.state->review().addProject(args[0]);
+    if (saved(*call.state, call.err) != kOk)
+        return kFailed;
     call.out << "Added " << VisibleText::of(args[0].trimmed()) << "; " << Numbers::count(filed)
              << (filed == 1 ? " file" : " files") << " now go into it.\n";
     return kOk;
@@ -401,7 +438,7 @@ int setApproved(const Call& call, bool approved)
     if (!ids)
         return kUsage;
     call.state->review().setApproved(*ids, approved);
-    return kOk;
+    return saved(*call.state, call.err);
 }
 
 int renameItems(const Call& call)
@@ -419,7 +456,7 @@ int renameItems(const Call& call)
         if (item->renameApproved != (args[0] == u"on"))
             review.toggleRename(id);
     }
-    return kOk;
+    return saved(*call.state, call.err);
 }
 
 int moveItem(const Call& call)
@@ -434,7 +471,7 @@ int moveItem(const Call& call)
     if (!folder)
         return usageError(call.err, folderProblem(args[1]));
     call.state->review().setDestination(ids->first(), *folder);
-    return kOk;
+    return saved(*call.state, call.err);
 }
 
 int leaveItem(const Call& call)
@@ -443,7 +480,7 @@ int leaveItem(const Call& call)
     if (!ids || ids->size() != 1)
         return ids ? usageError(call.err, u"leave takes one item id"_s) : kUsage;
     call.state->review().setDestination(ids->first(), std::nullopt);
-    return kOk;
+    return saved(*call.state, call.err);
 }
 
 // What has to be in place before a command's handler runs.

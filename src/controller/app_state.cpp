@@ -4,11 +4,14 @@
 #include "platform/desktop_notifications.h"
 #include "schedule/notifier.h"
 
+#include <QCoreApplication>
+
 using namespace Qt::Literals::StringLiterals;
 
 AppState::AppState(const Clock* clock, QObject* parent)
     : QObject(parent)
     , m_clock(clock ? *clock : SystemClock::instance())
+    , m_writer(m_clock)
     , m_preferences(m_writer, m_clock)
     , m_review(m_activity, m_preferences, m_writer, m_clock)
     , m_moves(m_activity, m_preferences, m_review, m_writer, m_clock)
@@ -18,6 +21,21 @@ AppState::AppState(const Clock* clock, QObject* parent)
     connect(&m_review, &PlanReview::windowRequested, this, &AppState::windowRequested);
     connect(&m_moves, &Moves::windowRequested, this, &AppState::windowRequested);
     connect(&m_moves, &Moves::finished, &m_refresh, &RefreshRun::refreshNewFiles);
+    connect(&m_writer, &StoreWriter::failureChanged, this, &AppState::sayWhatWasNotSaved);
+    // Asked to quit (a signal, a logout): the edits go to disk before anything else winds down.
+    if (QCoreApplication::instance())
+        connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this, [this] { m_review.submitEdits(); });
+}
+
+void AppState::sayWhatWasNotSaved()
+{
+    if (const Store::Failure failure = m_writer.failure()) {
+        m_notSavedText = StoreWriter::failureText(*failure);
+        m_activity.setMessage(m_notSavedText);
+    } else if (m_notSavedText && m_activity.message() == m_notSavedText) {
+        // Saved after all: the message that said otherwise goes, unless another replaced it.
+        m_activity.setMessage(std::nullopt);
+    }
 }
 
 AppState::~AppState() = default;
@@ -47,6 +65,8 @@ void AppState::init()
     m_weekly.start();
     m_review.load();
     m_moves.refreshUndoable();
+    if (const std::optional<QString> notice = m_preferences.homeBaseNotice())
+        m_activity.setMessage(notice);
 }
 
 void AppState::handleNotification(const QString& identifier)

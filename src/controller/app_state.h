@@ -51,8 +51,12 @@ Q_SIGNALS:
     void windowRequested(const QString& id);
 
 private:
+    // A change that could not be saved is the message until it is.
+    void sayWhatWasNotSaved();
+
     const Clock& m_clock;
     Notifier* m_notifier = nullptr;
+    std::optional<QString> m_notSavedText;
     QTimer m_weekly;
     // Declared in the order they depend on each other, so each outlives the parts that use it:
     // the refresh and the moves end their background work before the plan's edits are written,

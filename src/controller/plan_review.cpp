@@ -49,10 +49,7 @@ PlanReview::PlanReview(Activity& activity, Preferences& preferences, StoreWriter
     m_saveTimer.setInterval(kSaveDelayMs);
     connect(&m_saveTimer, &QTimer::timeout, this, &PlanReview::submitEdits);
     connect(&m_writer, &StoreWriter::reloaded, this, &PlanReview::adoptOutsidePlan);
-    connect(&m_writer, &StoreWriter::planWritten, this, [this](bool landed) {
-        if (!landed && !m_plan.isEmpty())
-            m_activity.setMessage(planNotSavedText());
-    });
+    connect(&m_writer, &StoreWriter::failureChanged, this, &PlanReview::saveProblemChanged);
     connect(&m_preferences, &Preferences::profileChanged, this, [this] { m_suggestions.reset(); });
 }
 
@@ -83,14 +80,12 @@ void PlanReview::loadPendingPlan()
     const StoreWriter::Stamp stamp = StoreWriter::planFileStamp();
     const QList<PlanItem> stored = Store::loadPlan();
     const QList<PlanItem> pending = movableOnly(existingOnly(stored));
-    const bool stale = std::any_of(pending.cbegin(), pending.cend(), [](const PlanItem& item) {
-        return item.reason.contains(u"credit balance"_s) || item.reason.contains(u"Claude API error"_s);
-    });
-    if (stale) {
-        replace({});
-        return;
-    }
     show(pending);
+    // A plan whose every item the model could not be asked about says why, as it did when made.
+    const bool allFailed
+        = std::all_of(pending.cbegin(), pending.cend(), [](const PlanItem& item) { return item.requestFailed; });
+    if (!pending.isEmpty() && allFailed)
+        m_activity.setMessage(pending.first().reason);
     if (pending.size() == stored.size())
         m_writer.adopt(stored, stamp);
     else
@@ -206,7 +201,19 @@ bool PlanReview::flushEdits()
 {
     submitEdits();
     m_writer.waitUntilWritten();
-    return m_writer.lastPlanWriteLanded();
+    return !m_writer.failure();
+}
+
+void PlanReview::saveNow()
+{
+    submitEdits();
+    m_writer.retry();
+}
+
+std::optional<QString> PlanReview::saveProblem() const
+{
+    const Store::Failure failure = m_writer.failure();
+    return failure ? std::optional(StoreWriter::failureText(*failure)) : std::nullopt;
 }
 
 int PlanReview::planWrites() const

@@ -50,12 +50,21 @@ public:
     // Drops the plan; refused while busy here or in another Brindlow.
     void discard();
     // Writes every edit made so far and waits for it (quitting, a terminal command ending);
-    // returns whether the plan file holds it.
+    // returns whether everything handed over, profile and lessons included, is on disk.
     bool flushEdits();
+    // Hands every edit to the writer now and tries again what could not be written before,
+    // without waiting (a window closing).
+    void saveNow();
+    // Why a change is not on disk ("Couldn't save your change: the disk is full."), or nothing.
+    // The change is kept and written again every ten seconds until it lands.
+    std::optional<QString> saveProblem() const;
     int planWrites() const;
 
     static QString planNotSavedText();
-    static constexpr int kSaveDelayMs = 250;
+    // Edits go to the writer as soon as the event loop is back, so a program killed a moment
+    // after an edit has written it. The edits of one event are still one write, and the writer
+    // merges whatever comes while it writes, so a burst costs a few writes.
+    static constexpr int kSaveDelayMs = 0;
 
 Q_SIGNALS:
     // The plan was replaced as a whole (a refresh, a discard, a change from another process).
@@ -66,6 +75,7 @@ Q_SIGNALS:
     // Either of the above: counts and totals may have changed.
     void planChanged();
     void windowRequested(const QString& id);
+    void saveProblemChanged();
 
 private:
     friend class AppState;

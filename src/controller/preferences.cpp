@@ -11,17 +11,44 @@
 #include <QFutureWatcher>
 #include <QtConcurrent>
 
+namespace {
+
+// A key is printable ASCII without spaces; anything else is a damaged file, and would not even
+// make a valid request header.
+bool usableKey(const QString& key)
+{
+    return !key.isEmpty()
+        && std::all_of(key.cbegin(), key.cend(), [](QChar c) { return c.unicode() > 0x20 && c.unicode() < 0x7f; });
+}
+
+Profile withUsableHomeBase(Profile profile)
+{
+    if (!Profile::isUsableHomeBase(profile.homeBase, QDir::homePath()))
+        profile.homeBase = Profile::defaults(QDir::homePath()).homeBase;
+    return profile;
+}
+
+} // namespace
+
 Preferences::Preferences(StoreWriter& writer, const Clock& clock)
     : m_writer(writer)
     , m_clock(clock)
     , m_profile(Profile::defaults())
-{ }
+{
+    connect(&m_writer, &StoreWriter::profileStored, this, &Preferences::adoptStored);
+}
+
+QString Preferences::keyMissingText()
+{
+    return tr("Your Claude API key is missing or damaged. Add it again in Settings.");
+}
 
 void Preferences::load(Notifier* notifier)
 {
     m_notifier = notifier;
-    m_profile = Store::loadProfile();
-    m_apiKey = Store::loadKey().value_or(QString());
+    m_profile = Store::loadProfile(&m_rejectedHomeBase);
+    const QString key = Store::loadKey().value_or(QString());
+    m_apiKey = usableKey(key) ? key : QString();
     if (m_profile.onboarded)
         setUpNotifications();
     Q_EMIT profileChanged();
@@ -41,15 +68,54 @@ const Profile& Preferences::profile() const
 
 void Preferences::setProfile(const Profile& changed)
 {
-    Profile profile = changed;
-    if (!Profile::isUsableHomeBase(profile.homeBase, QDir::homePath()))
-        profile.homeBase = Profile::defaults(QDir::homePath()).homeBase;
+    const Profile profile = withUsableHomeBase(changed);
+    const ProfileChange change = ProfileChange::between(m_profile, profile);
+    if (change.isEmpty())
+        return;
+    m_unstored.append({change, ++m_generation});
+    m_writer.changeProfile(change, m_generation);
+    use(profile);
+}
+
+void Preferences::use(const Profile& profile)
+{
+    if (profile == m_profile)
+        return;
     const bool reminderRuleChanged = profile.autoTidy != m_profile.autoTidy || profile.onboarded != m_profile.onboarded;
     m_profile = profile;
-    m_writer.saveProfile(m_profile);
     Q_EMIT profileChanged();
     if (reminderRuleChanged && m_profile.onboarded)
         setUpNotifications();
+}
+
+void Preferences::adoptStored(const Profile& stored, quint64 generation)
+{
+    m_unstored.removeIf(
+        [generation](const std::pair<ProfileChange, quint64>& change) { return change.second <= generation; });
+    Profile profile = withUsableHomeBase(stored);
+    for (const auto& [change, made] : m_unstored)
+        change.applyTo(profile);
+    use(profile);
+}
+
+std::optional<QString> Preferences::homeBaseNotice() const
+{
+    if (!m_rejectedHomeBase)
+        return std::nullopt;
+    const QString shown = m_rejectedHomeBase->isEmpty() ? tr("an empty setting") : *m_rejectedHomeBase;
+    return tr("Your home base was reset to %1: %2 is not a folder inside your home folder.")
+        .arg(m_profile.homeBase, shown);
+}
+
+void Preferences::homeBaseNoticeShown()
+{
+    if (!m_rejectedHomeBase)
+        return;
+    Profile stored = m_profile;
+    stored.homeBase = *std::exchange(m_rejectedHomeBase, std::nullopt);
+    const ProfileChange change = ProfileChange::between(stored, m_profile);
+    m_unstored.append({change, ++m_generation});
+    m_writer.changeProfile(change, m_generation);
 }
 
 void Preferences::recordRun()

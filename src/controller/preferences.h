@@ -1,9 +1,13 @@
 #pragma once
 
 #include "model/profile.h"
+#include "model/profile_change.h"
 
+#include <QList>
 #include <QObject>
 #include <QString>
+
+#include <optional>
 
 class Clock;
 class Notifier;
@@ -20,7 +24,14 @@ public:
 
     const Profile& profile() const;
     // A home base outside the home folder falls back to the default: everything is filed under it.
+    // Only the fields that differ from profile() are written, on top of the stored profile, so
+    // what another Brindlow changed meanwhile stays.
     void setProfile(const Profile& profile);
+    // A home base found outside the home folder at start-up, and reset: what to tell the person.
+    std::optional<QString> homeBaseNotice() const;
+    // The person was told: the reset is stored, and not told again.
+    void homeBaseNoticeShown();
+    // Empty when the stored key is missing or damaged.
     QString apiKey() const;
     void saveKey(const QString& key);
     bool sundayReminderOn() const;
@@ -29,6 +40,8 @@ public:
     void testConnection(const QString& key);
     // "Last refresh 2 days ago", or the welcome line before the first one.
     QString lastRunText() const;
+
+    static QString keyMissingText();
 
 Q_SIGNALS:
     void profileChanged();
@@ -49,10 +62,17 @@ private:
     // An undo took back the newest apply: the last run is the one before it again.
     void restoreLastRun(const std::optional<QDateTime>& lastRun);
     void addProjects(const QList<Project>& projects);
+    // The profile as stored now, with every change made here up to `generation`.
+    void adoptStored(const Profile& stored, quint64 generation);
+    void use(const Profile& profile);
 
     StoreWriter& m_writer;
     const Clock& m_clock;
     Notifier* m_notifier = nullptr;
     Profile m_profile;
     QString m_apiKey;
+    std::optional<QString> m_rejectedHomeBase;
+    quint64 m_generation = 0;
+    // Changes made here that the stored profile may not hold yet, oldest first.
+    QList<std::pair<ProfileChange, quint64>> m_unstored;
 };

@@ -94,6 +94,30 @@ void announce(int count, const Reports& reports)
                    false);
 }
 
+// The failure's own words when the model was asked and no request came back with an answer.
+std::optional<QString> everyRequestFailed(const QList<ScannedItem>& asked, const Decisions& decisions)
+{
+    std::optional<QString> failure;
+    for (const ScannedItem& item : asked) {
+        const auto decision = decisions.constFind(item.id);
+        if (decision == decisions.cend())
+            continue;
+        switch (decision->provenance) {
+            case Provenance::model:
+            case Provenance::secondLook:
+            case Provenance::unanswered:
+                return std::nullopt;
+            case Provenance::failed:
+                if (!failure)
+                    failure = decision->reason;
+                break;
+            default:
+                break;
+        }
+    }
+    return failure;
+}
+
 Classifier classifierFor(const Request& request, const Profile& profile)
 {
     Classifier classifier(request.apiKey, profile);
@@ -170,6 +194,7 @@ Outcome run(const Request& request, const Reports& reports)
     Decisions decisions = std::get<Decisions>(std::move(answered));
     if (request.mode != TidyMode::junkOnly)
         decisions = classifier.secondLook(items, std::move(decisions));
+    outcome.everyRequestFailed = everyRequestFailed(ruled.toAsk, decisions);
     outcome.plan = Planner::plan(items, decisions, profile);
     outcome.cancelled = cancelled(request);
     return outcome;

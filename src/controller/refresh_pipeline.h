@@ -48,6 +48,9 @@ struct Outcome
     bool cancelled = false;
     QList<PlanItem> plan;
     std::optional<QString> capNotice;
+    // The model was asked about items and every request failed: the failure, in its own words.
+    // The plan still holds the items, left to the person with the failure as their reason.
+    std::optional<QString> everyRequestFailed;
     int scanned = 0;
     int classified = 0; // what was left after the cap and handed to the classifier
 };

@@ -59,6 +59,11 @@ void RefreshRun::setNotifier(Notifier* notifier)
     m_notifier = notifier;
 }
 
+bool RefreshRun::everyRequestFailed() const
+{
+    return m_everyRequestFailed;
+}
+
 int RefreshRun::decided() const
 {
     return m_decided;
@@ -153,10 +158,16 @@ void RefreshRun::start(TidyMode mode)
         Q_EMIT windowRequested(u"onboarding"_s);
         return;
     }
+    // Without a key every request would be turned away with a puzzling sign-in error.
+    if (m_preferences.apiKey().isEmpty()) {
+        m_activity.setMessage(Preferences::keyMissingText());
+        return;
+    }
     if (!m_activity.acquireLock())
         return;
     m_activity.setPhase(Phase::scanning);
     m_activity.setStatus(tr("Looking through your folders"));
+    m_everyRequestFailed = false;
     resetProgress();
     m_activity.setMessage(std::nullopt);
     // The waiting plan stays on disk until the new one is there, so a stopped refresh or a quit
@@ -210,6 +221,9 @@ void RefreshRun::finish(const RefreshPipeline::Outcome& result)
     Q_EMIT lastRunCostChanged();
     if (result.capNotice)
         m_activity.setMessage(result.capNotice);
+    m_everyRequestFailed = result.everyRequestFailed.has_value();
+    if (result.everyRequestFailed)
+        m_activity.setMessage(result.everyRequestFailed);
     m_review.replace(result.plan);
     if (!result.plan.isEmpty()) {
         m_activity.setPhase(Phase::review);

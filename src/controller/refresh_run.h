@@ -40,6 +40,9 @@ public:
     // The weekly check: a quick refresh on Sunday from 9:00 when the automatic one is on.
     void autoCheck();
 
+    // The last refresh asked the model and every request failed; its plan leaves those items to
+    // the person, and the message says why.
+    bool everyRequestFailed() const;
     int decided() const;
     int total() const;
     std::optional<double> lastRunCost() const;
@@ -87,6 +90,7 @@ private:
     int m_decided = 0;
     int m_total = 0;
     std::optional<double> m_lastRunCost;
+    bool m_everyRequestFailed = false;
     int m_newFiles = 0;
     // When the first decisions came in, and how many there were then: the pace is measured from
     // there.

@@ -1,19 +1,20 @@
 #include "store_writer.h"
 
-#include "model/store.h"
+#include "platform/clock.h"
 #include "platform/file_identity.h"
-#include "platform/process_lock.h"
 
-#include <QFile>
+#include <QCoreApplication>
 #include <QHash>
+
+#include <cerrno>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-QString lockPath()
+QString profilePath()
 {
-    return Store::dir() + u"/plan.lock"_s;
+    return Store::dir() + u"/profile.json"_s;
 }
 
 // The file's items, with the edited ones put in their place.
@@ -31,8 +32,52 @@ QList<PlanItem> overlay(QList<PlanItem> base, const QHash<qint64, PlanItem>& cha
 
 } // namespace
 
-StoreWriter::StoreWriter(QObject* parent)
+void StoreWriter::PlanJob::add(const PlanJob& newer)
+{
+    if (newer.adopted) {
+        adopted = newer.adopted;
+        adoptedStamp = newer.adoptedStamp;
+    }
+    if (newer.whole) {
+        whole = newer.whole;
+        changed = newer.changed;
+    } else {
+        changed.insert(newer.changed);
+    }
+    generation = std::max(generation, newer.generation);
+}
+
+bool StoreWriter::Work::hasChanges() const
+{
+    return plan || !lessons.isEmpty() || profile || key;
+}
+
+bool StoreWriter::Work::isEmpty() const
+{
+    return !hasChanges() && !check;
+}
+
+void StoreWriter::Work::add(Work newer)
+{
+    if (newer.plan && plan)
+        plan->add(*newer.plan);
+    else if (newer.plan)
+        plan = std::move(newer.plan);
+    lessons += newer.lessons;
+    if (newer.profile && profile) {
+        profile->changes += newer.profile->changes;
+        profile->generation = newer.profile->generation;
+    } else if (newer.profile) {
+        profile = std::move(newer.profile);
+    }
+    if (newer.key)
+        key = std::move(newer.key);
+    check = check || newer.check;
+}
+
+StoreWriter::StoreWriter(const Clock& clock, QObject* parent)
     : QObject(parent)
+    , m_clock(clock)
     , m_thread([this] { work(); })
 { }
 
@@ -40,10 +85,28 @@ StoreWriter::~StoreWriter()
 {
     {
         const std::lock_guard lock(m_mutex);
+        m_retry = true;
         m_stopping = true;
     }
     m_wake.notify_all();
     m_thread.join();
+}
+
+QString StoreWriter::failureText(int error)
+{
+    switch (error) {
+        case ENOSPC:
+        case EDQUOT:
+        case EFBIG:
+            return tr("Couldn't save your change: the disk is full.");
+        case EROFS:
+            return tr("Couldn't save your change: the disk is read-only.");
+        case EACCES:
+        case EPERM:
+            return tr("Couldn't save your change: Brindlow may not write to its own folder.");
+        default:
+            return tr("Couldn't save your change: %1.").arg(qt_error_string(error));
+    }
 }
 
 StoreWriter::Stamp StoreWriter::stampOf(const QString& path)
@@ -55,15 +118,24 @@ StoreWriter::Stamp StoreWriter::stampOf(const QString& path)
 }
 
 template <typename Change>
-void StoreWriter::changeJob(Change change)
+void StoreWriter::hand(Change change)
 {
     {
         const std::lock_guard lock(m_mutex);
-        if (!m_planJob)
-            m_planJob.emplace();
-        change(*m_planJob);
+        change(m_pending);
     }
     m_wake.notify_all();
+}
+
+void StoreWriter::handPlan(PlanJob job)
+{
+    // Jobs waiting for the writer are merged: the newest value of each item wins.
+    hand([&job](Work& work) {
+        if (work.plan)
+            work.plan->add(job);
+        else
+            work.plan = std::move(job);
+    });
 }
 
 StoreWriter::Stamp StoreWriter::planFileStamp()
@@ -73,65 +145,60 @@ StoreWriter::Stamp StoreWriter::planFileStamp()
 
 void StoreWriter::adopt(const QList<PlanItem>& plan, const Stamp& readAfter)
 {
-    changeJob([&](PlanJob& job) {
-        job.adopted = plan;
-        job.adoptedStamp = readAfter;
-    });
+    PlanJob job;
+    job.adopted = plan;
+    job.adoptedStamp = readAfter;
+    handPlan(std::move(job));
 }
 
 void StoreWriter::replace(const QList<PlanItem>& plan, quint64 generation)
 {
-    changeJob([&](PlanJob& job) {
-        job.whole = plan;
-        job.changed.clear();
-        job.generation = generation;
-    });
+    PlanJob job;
+    job.whole = plan;
+    job.generation = generation;
+    handPlan(std::move(job));
 }
 
 void StoreWriter::update(const QList<PlanItem>& changed, quint64 generation)
 {
-    // Jobs waiting for the writer are merged: the newest value of each item wins.
-    changeJob([&](PlanJob& job) {
-        for (const PlanItem& item : changed)
-            job.changed.insert(item.id, item);
-        job.generation = generation;
-    });
+    PlanJob job;
+    for (const PlanItem& item : changed)
+        job.changed.insert(item.id, item);
+    job.generation = generation;
+    handPlan(std::move(job));
 }
 
 void StoreWriter::addLessons(const QList<Lesson>& lessons)
 {
-    if (lessons.isEmpty())
-        return;
-    {
-        const std::lock_guard lock(m_mutex);
-        m_lessons += lessons;
-    }
-    m_wake.notify_all();
+    if (!lessons.isEmpty())
+        hand([&](Work& work) { work.lessons += lessons; });
 }
 
-void StoreWriter::saveProfile(const Profile& profile)
+void StoreWriter::changeProfile(const ProfileChange& change, quint64 generation)
 {
-    {
-        const std::lock_guard lock(m_mutex);
-        m_profile = profile;
-    }
-    m_wake.notify_all();
+    hand([&](Work& work) {
+        if (!work.profile)
+            work.profile.emplace();
+        work.profile->changes.append(change);
+        work.profile->generation = generation;
+    });
 }
 
 void StoreWriter::saveKey(const QString& key)
 {
-    {
-        const std::lock_guard lock(m_mutex);
-        m_key = key;
-    }
-    m_wake.notify_all();
+    hand([&](Work& work) { work.key = key; });
 }
 
 void StoreWriter::checkForOutsideChange()
 {
+    hand([](Work& work) { work.check = true; });
+}
+
+void StoreWriter::retry()
+{
     {
         const std::lock_guard lock(m_mutex);
-        m_check = true;
+        m_retry = true;
     }
     m_wake.notify_all();
 }
@@ -144,7 +211,7 @@ void StoreWriter::waitUntilWritten()
 
 bool StoreWriter::hasWork() const
 {
-    return m_planJob || !m_lessons.isEmpty() || m_check || m_profile || m_key;
+    return !m_pending.isEmpty() || (m_retry && !m_failed.isEmpty());
 }
 
 int StoreWriter::planWrites() const
@@ -152,9 +219,10 @@ int StoreWriter::planWrites() const
     return m_planWrites.load();
 }
 
-bool StoreWriter::lastPlanWriteLanded() const
+Store::Failure StoreWriter::failure() const
 {
-    return m_lastLanded.load();
+    const std::lock_guard lock(m_mutex);
+    return m_failure;
 }
 
 void StoreWriter::work()
@@ -164,35 +232,61 @@ void StoreWriter::work()
         m_wake.wait(lock, [this] { return m_stopping || hasWork(); });
         if (!hasWork())
             return; // stopping, with nothing left to write
-        std::optional<PlanJob> job = std::exchange(m_planJob, std::nullopt);
-        const QList<Lesson> lessons = std::exchange(m_lessons, {});
-        const std::optional<Profile> profile = std::exchange(m_profile, std::nullopt);
-        const std::optional<QString> key = std::exchange(m_key, std::nullopt);
-        const bool check = std::exchange(m_check, false);
+        Work work = std::exchange(m_pending, {});
+        // What failed is tried again on request and with the next change, never for a mere
+        // check: a failed write stirs the folder, and the watch on it asks for a check.
+        const bool again = m_retry || work.hasChanges();
+        if (again) {
+            // What failed before goes first: the changes handed over since are newer.
+            Work older = std::exchange(m_failed, {});
+            older.add(std::move(work));
+            work = std::move(older);
+        }
+        m_retry = false;
         m_working = true;
         lock.unlock();
-        if (key)
-            Store::saveKey(*key);
-        if (profile)
-            Store::saveProfile(*profile);
-        {
-            const ProcessLock shared = ProcessLock::acquire(lockPath());
-            if (!lessons.isEmpty())
-                Store::addLessons(lessons);
-            if (job)
-                writePlan(*job);
-            if (check)
-                reloadIfChanged();
-        }
-        job.reset(); // the snapshot is let go here, not while the next edit is made
+        auto [failed, failure] = write(std::move(work));
         lock.lock();
+        if (again) {
+            m_failed = std::move(failed);
+            m_failure = failure;
+        }
         m_working = false;
+        QMetaObject::invokeMethod(
+            this, [this, failure = m_failure] { roundEnded(failure); }, Qt::QueuedConnection);
         if (!hasWork())
             m_idle.notify_all();
     }
 }
 
-void StoreWriter::writePlan(const PlanJob& job)
+std::pair<StoreWriter::Work, Store::Failure> StoreWriter::write(Work work)
+{
+    Work failed;
+    Store::Failure first;
+    const auto failedWith = [&first](const Store::Failure& failure) {
+        if (failure && !first)
+            first = failure;
+        return failure.has_value();
+    };
+    if (work.key && failedWith(Store::saveKey(*work.key)))
+        failed.key = work.key;
+    if (work.profile && failedWith(writeProfile(*work.profile)))
+        failed.profile = work.profile;
+    if (!work.lessons.isEmpty() && failedWith(Store::addLessons(work.lessons)))
+        failed.lessons = work.lessons;
+    if (work.plan || work.check) {
+        const ProcessLock shared = Store::lock();
+        if (work.plan && failedWith(writePlan(*work.plan))) {
+            failed.plan = std::move(work.plan);
+            failed.plan->adopted.reset();
+        }
+        if (work.check)
+            reloadIfChanged();
+    }
+    return {std::move(failed), first};
+}
+
+Store::Failure StoreWriter::writePlan(const PlanJob& job)
 {
     const QString path = Store::planPath();
     if (job.adopted) {
@@ -200,7 +294,7 @@ void StoreWriter::writePlan(const PlanJob& job)
         m_known = job.adoptedStamp;
     }
     if (!job.whole && job.changed.isEmpty())
-        return;
+        return std::nullopt;
     bool outside = false;
     QList<PlanItem> toWrite;
     if (job.whole) {
@@ -209,35 +303,80 @@ void StoreWriter::writePlan(const PlanJob& job)
         const Stamp now = stampOf(path);
         if (!m_base || now != m_known) {
             m_base = Store::loadPlan();
+            m_known = now;
             outside = true;
         }
         toWrite = overlay(*m_base, job.changed);
     }
-    const bool ok = Store::savePlan(toWrite);
+    const Store::Failure failure = Store::savePlan(toWrite);
     m_planWrites.fetch_add(1);
-    m_lastLanded = ok;
-    m_known = stampOf(path);
-    m_base = std::move(toWrite);
-    m_writtenGeneration = std::max(m_writtenGeneration, job.generation);
-    QMetaObject::invokeMethod(
-        this, [this, ok] { Q_EMIT planWritten(ok); }, Qt::QueuedConnection);
+    if (!failure) {
+        m_known = stampOf(path);
+        m_base = std::move(toWrite);
+        m_writtenGeneration = std::max(m_writtenGeneration, job.generation);
+    }
+    // After a failed write the file holds none of these edits: the caller's are newer than it.
     if (outside) {
         const QList<PlanItem> merged = *m_base;
         const quint64 generation = m_writtenGeneration;
         QMetaObject::invokeMethod(
             this, [this, merged, generation] { Q_EMIT reloaded(merged, generation); }, Qt::QueuedConnection);
     }
+    return failure;
+}
+
+Store::Failure StoreWriter::writeProfile(const ProfileJob& job)
+{
+    Profile stored;
+    const Store::Failure failure = Store::updateProfile(
+        [&job](Profile& profile) {
+            for (const ProfileChange& change : job.changes)
+                change.applyTo(profile);
+        },
+        &stored);
+    if (failure)
+        return failure;
+    m_profileKnown = stampOf(profilePath());
+    m_profileGeneration = job.generation;
+    QMetaObject::invokeMethod(
+        this,
+        [this, stored, generation = job.generation] { Q_EMIT profileStored(stored, generation); },
+        Qt::QueuedConnection);
+    return std::nullopt;
 }
 
 void StoreWriter::reloadIfChanged()
 {
     const Stamp now = stampOf(Store::planPath());
-    if (now == m_known)
-        return;
-    m_base = Store::loadPlan();
-    m_known = now;
-    const QList<PlanItem> plan = *m_base;
-    const quint64 generation = m_writtenGeneration;
-    QMetaObject::invokeMethod(
-        this, [this, plan, generation] { Q_EMIT reloaded(plan, generation); }, Qt::QueuedConnection);
+    if (now != m_known) {
+        m_base = Store::loadPlan();
+        m_known = now;
+        const QList<PlanItem> plan = *m_base;
+        const quint64 generation = m_writtenGeneration;
+        QMetaObject::invokeMethod(
+            this, [this, plan, generation] { Q_EMIT reloaded(plan, generation); }, Qt::QueuedConnection);
+    }
+    const Stamp profileNow = stampOf(profilePath());
+    if (profileNow != m_profileKnown) {
+        m_profileKnown = profileNow;
+        const Profile profile = Store::loadProfile();
+        const quint64 generation = m_profileGeneration;
+        QMetaObject::invokeMethod(
+            this, [this, profile, generation] { Q_EMIT profileStored(profile, generation); }, Qt::QueuedConnection);
+    }
+}
+
+void StoreWriter::roundEnded(Store::Failure failure)
+{
+    if (failure != m_shownFailure) {
+        m_shownFailure = failure;
+        Q_EMIT failureChanged();
+    }
+    if (failure && !m_retryScheduled) {
+        m_retryScheduled = true;
+        m_clock.callAfter(kRetryInterval, this, [this] {
+            m_retryScheduled = false;
+            retry();
+        });
+    }
 }

@@ -17,7 +17,8 @@ enum class Provenance : quint8 {
     model,
     secondLook, // the stronger model, asked again about what the first was unsure of
     unanswered, // the reply left the item out
-    failed, // the batch could not be sent or its answer read
+    failed, // the batch's request failed or its answer could not be read
+    noPreview, // no contact sheet could be drawn, so nothing was asked
 };
 
 // How one item was classified, by the model or by a rule. Never stored.

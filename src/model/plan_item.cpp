@@ -39,6 +39,8 @@ QJsonObject PlanItem::toJson() const
         object.insert("newName"_L1, *newName);
     if (suggestedProject)
         object.insert("suggestedProject"_L1, *suggestedProject);
+    if (requestFailed)
+        object.insert("requestFailed"_L1, true);
     return object;
 }
 
@@ -60,6 +62,8 @@ std::optional<PlanItem> PlanItem::fromJson(const QJsonValue& value)
     item.approved = fields.boolean("approved"_L1);
     item.renameApproved = fields.boolean("renameApproved"_L1);
     item.suggestedProject = fields.optionalText("suggestedProject"_L1);
+    // Absent from plans written before it was stored: nothing failed that anyone knows of.
+    item.requestFailed = value.toObject().value("requestFailed"_L1).toBool(false);
     if (!kind || !item.src.isValid() || !item.src.isLocalFile() || !item.src.toLocalFile().startsWith(u'/'))
         fields.fail();
     if (!fields.ok())
@@ -82,5 +86,6 @@ size_t qHash(const PlanItem& item, size_t seed)
                       item.size,
                       item.approved,
                       item.renameApproved,
-                      item.suggestedProject.value_or(QString()));
+                      item.suggestedProject.value_or(QString()),
+                      item.requestFailed);
 }

@@ -25,6 +25,9 @@ struct PlanItem
     bool approved = false;
     bool renameApproved = false;
     std::optional<QString> suggestedProject;
+    // Asking the model about it failed, and `reason` is that failure: a fact of the refresh that
+    // made the plan, stored with it, and never guessed from the reason's words.
+    bool requestFailed = false;
 
     // The heading the review lists the item under.
     QString group() const;

@@ -26,9 +26,9 @@ QString filePath(QStringView name)
     return dir() + u'/' + name;
 }
 
-std::optional<QJsonDocument> readJson(QStringView name)
+std::optional<QJsonDocument> readJson(QStringView name, qint64 maxBytes = kMaxFileBytes)
 {
-    const std::optional<QByteArray> bytes = FileIo::readRegular(filePath(name), kMaxFileBytes);
+    const std::optional<QByteArray> bytes = FileIo::readRegular(filePath(name), maxBytes);
     if (!bytes)
         return std::nullopt;
     QJsonParseError error {};
@@ -38,9 +38,20 @@ std::optional<QJsonDocument> readJson(QStringView name)
     return document;
 }
 
-bool writeJson(QStringView name, const QJsonDocument& document, QJsonDocument::JsonFormat format)
+Failure writeJson(QStringView name, const QJsonDocument& document, QJsonDocument::JsonFormat format)
 {
-    return FileIo::writeAtomic(filePath(name), document.toJson(format));
+    int error = 0;
+    if (FileIo::writeAtomic(filePath(name), document.toJson(format), &error))
+        return std::nullopt;
+    return error;
+}
+
+std::optional<Profile> readProfile()
+{
+    const std::optional<QJsonDocument> document = readJson(u"profile.json");
+    if (document && document->isObject())
+        return Profile::fromJson(document->object());
+    return std::nullopt;
 }
 
 template <typename Record>
@@ -87,15 +98,22 @@ QString logsDir()
     return path;
 }
 
-void saveKey(const QString& key)
+ProcessLock lock()
 {
-    const QJsonDocument document(QJsonObject {{"apiKey"_L1, key}});
-    FileIo::writeAtomic(filePath(u"config.json"), document.toJson(QJsonDocument::Compact));
+    // The name is older than the other files it guards: every version must take the same lock.
+    return ProcessLock::acquire(dir() + u"/plan.lock"_s);
+}
+
+Failure saveKey(const QString& key)
+{
+    return writeJson(u"config.json", QJsonDocument(QJsonObject {{"apiKey"_L1, key}}), QJsonDocument::Compact);
 }
 
 std::optional<QString> loadKey()
 {
-    const std::optional<QJsonDocument> document = readJson(u"config.json");
+    // A key is some hundred bytes; a larger file is damaged, and its contents would otherwise
+    // travel in every request's headers.
+    const std::optional<QJsonDocument> document = readJson(u"config.json", kMaxKeyFileBytes);
     if (!document || !document->isObject())
         return std::nullopt;
     const QJsonObject object = document->object();
@@ -105,25 +123,37 @@ std::optional<QString> loadKey()
     return object.value("apiKey"_L1).toString();
 }
 
-void saveProfile(const Profile& profile)
+Failure saveProfile(const Profile& profile)
 {
-    writeJson(u"profile.json", QJsonDocument(profile.toJson()), QJsonDocument::Indented);
+    return writeJson(u"profile.json", QJsonDocument(profile.toJson()), QJsonDocument::Indented);
 }
 
-Profile loadProfile()
+Failure updateProfile(const std::function<void(Profile&)>& change, Profile* written)
 {
-    const std::optional<QJsonDocument> document = readJson(u"profile.json");
-    std::optional<Profile> profile;
-    if (document && document->isObject())
-        profile = Profile::fromJson(document->object());
+    const ProcessLock held = lock();
+    // As stored, home base included: a home base that is reset is written only once the person
+    // has been told.
+    Profile profile = readProfile().value_or(Profile::defaults());
+    change(profile);
+    if (written)
+        *written = profile;
+    return saveProfile(profile);
+}
+
+Profile loadProfile(std::optional<QString>* rejectedHomeBase)
+{
+    std::optional<Profile> profile = readProfile();
     if (!profile)
         return Profile::defaults();
-    if (!Profile::isUsableHomeBase(profile->homeBase, QDir::homePath()))
+    if (!Profile::isUsableHomeBase(profile->homeBase, QDir::homePath())) {
+        if (rejectedHomeBase)
+            *rejectedHomeBase = profile->homeBase;
         profile->homeBase = Profile::defaults().homeBase;
+    }
     return *profile;
 }
 
-bool savePlan(const QList<PlanItem>& items)
+Failure savePlan(const QList<PlanItem>& items)
 {
     return writeJson(u"pending-plan.json", recordsDocument(items), QJsonDocument::Compact);
 }
@@ -158,15 +188,16 @@ std::optional<QList<PlanItem>> takeImport(qint64 stamp)
     return imported;
 }
 
-void addLesson(const Lesson& lesson)
+Failure addLesson(const Lesson& lesson)
 {
-    addLessons({lesson});
+    return addLessons({lesson});
 }
 
-void addLessons(const QList<Lesson>& added)
+Failure addLessons(const QList<Lesson>& added)
 {
     if (added.isEmpty())
-        return;
+        return std::nullopt;
+    const ProcessLock held = lock();
     QList<Lesson> lessons = loadLessons();
     for (const Lesson& lesson : added) {
         lessons.removeIf([&lesson](const Lesson& stored) { return stored.name == lesson.name; });
@@ -174,7 +205,7 @@ void addLessons(const QList<Lesson>& added)
     }
     if (lessons.size() > kMaxLessons)
         lessons.remove(0, lessons.size() - kMaxLessons);
-    writeJson(u"lessons.json", recordsDocument(lessons), QJsonDocument::Compact);
+    return writeJson(u"lessons.json", recordsDocument(lessons), QJsonDocument::Compact);
 }
 
 QList<Lesson> loadLessons()
@@ -182,15 +213,16 @@ QList<Lesson> loadLessons()
     return readRecords<Lesson>(u"lessons.json");
 }
 
-void saveNotes(const QMap<QString, QString>& notes)
+Failure saveNotes(const QMap<QString, QString>& notes)
 {
+    const ProcessLock held = lock();
     QMap<QString, QString> merged = loadNotes();
     for (auto it = notes.cbegin(); it != notes.cend(); ++it)
         merged.insert(it.key(), it.value());
     QJsonObject object;
     for (auto it = merged.cbegin(); it != merged.cend(); ++it)
         object.insert(it.key(), it.value());
-    writeJson(u"project-notes.json", QJsonDocument(object), QJsonDocument::Compact);
+    return writeJson(u"project-notes.json", QJsonDocument(object), QJsonDocument::Compact);
 }
 
 QMap<QString, QString> loadNotes()

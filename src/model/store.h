@@ -2,34 +2,50 @@
 
 #include "lesson.h"
 #include "plan_item.h"
+#include "platform/process_lock.h"
 #include "profile.h"
 
 #include <QList>
 #include <QMap>
 #include <QString>
 
+#include <functional>
 #include <optional>
 
-// The program's files in its per-user support folder. No state, no errors: a missing or damaged
-// file reads as nothing stored, and a failed write leaves the previous file in place, so that a
-// bad file can never stop the program from starting or refreshing.
+// The program's files in its per-user support folder. No state: a missing or damaged file reads
+// as nothing stored, so that a bad file can never stop the program from starting or refreshing,
+// and a failed write leaves the previous file in place and says why, so that the person can be
+// told their change was not saved.
 namespace Store {
+
+// Why a write did not land: the system's error number (ENOSPC for a full disk); nothing when it
+// did.
+using Failure = std::optional<int>;
 
 // The support folder ("Brindlow" in the per-user data folder), created when missing.
 QString dir();
 // The folder of move logs inside it, created when missing.
 QString logsDir();
 
-void saveKey(const QString& key);
+// Held by every Brindlow process while it changes a file on top of what the file holds, so that
+// what another process changed meanwhile is never written over. Never on the UI thread.
+ProcessLock lock();
+
+Failure saveKey(const QString& key);
+// The stored key; nothing when the file is missing, damaged or larger than kMaxKeyFileBytes.
 std::optional<QString> loadKey();
 
-void saveProfile(const Profile& profile);
+Failure saveProfile(const Profile& profile);
+// `change` applied to the stored profile as it is now, under the lock; `written` receives the
+// profile now stored.
+Failure updateProfile(const std::function<void(Profile&)>& change, Profile* written = nullptr);
 // The stored profile, or the defaults when there is none that decodes. A home base that is not
-// a folder inside the home folder is replaced by the default one. Never writes.
-Profile loadProfile();
+// a folder inside the home folder is replaced by the default one, and `rejectedHomeBase` (when
+// given) receives the stored one. Never writes.
+Profile loadProfile(std::optional<QString>* rejectedHomeBase = nullptr);
 
-// Saving an empty list is how a plan is discarded. Returns whether the new plan landed.
-bool savePlan(const QList<PlanItem>& items);
+// Saving an empty list is how a plan is discarded.
+Failure savePlan(const QList<PlanItem>& items);
 QString planPath();
 QList<PlanItem> loadPlan();
 // The plan another tool dropped at "Documents/Brindlow App/import-plan.json" in the home folder.
@@ -37,15 +53,17 @@ QList<PlanItem> loadPlan();
 // one that does not is left where it is and reads as nothing.
 std::optional<QList<PlanItem>> takeImport(qint64 stamp);
 
-// Keeps one lesson per file name, newest last, at most 200.
-void addLesson(const Lesson& lesson);
-void addLessons(const QList<Lesson>& lessons);
+// Keeps one lesson per file name, newest last, at most 200. Under the lock.
+Failure addLesson(const Lesson& lesson);
+Failure addLessons(const QList<Lesson>& lessons);
 QList<Lesson> loadLessons();
 
-// Merges into the stored notes: new descriptions replace old ones, nothing is removed.
-void saveNotes(const QMap<QString, QString>& notes);
+// Merges into the stored notes: new descriptions replace old ones, nothing is removed. Under the
+// lock.
+Failure saveNotes(const QMap<QString, QString>& notes);
 QMap<QString, QString> loadNotes();
 
 constexpr int kMaxLessons = 200;
+constexpr qint64 kMaxKeyFileBytes = 4096;
 
 } // namespace Store

@@ -201,6 +201,7 @@ PlanItem planned(const ScannedItem& item,
     result.approved = decision.category != Category::needsYou;
     result.renameApproved = true;
     result.suggestedProject = hint(decision.projectHint, profile);
+    result.requestFailed = decision.provenance == Provenance::failed;
     return result;
 }
 

@@ -109,20 +109,30 @@ std::optional<QByteArray> readHead(const QString& path, qint64 maxBytes)
     return bytes;
 }
 
-bool writeAtomic(const QString& path, const QByteArray& bytes)
+bool writeAtomic(const QString& path, const QByteArray& bytes, int* error)
 {
     const QFileInfo target(path);
     QByteArray temporary = QFile::encodeName(target.absolutePath() + u"/." + target.fileName() + u".XXXXXX");
+    const auto failed = [error] {
+        if (error)
+            *error = errno != 0 ? errno : EIO;
+        return false;
+    };
+    errno = 0;
     // mkostemp creates the file with mode 0600 before anyone can open it. Every write is checked
     // by hand: a buffered writer can report success and then commit a truncated file when the
     // disk fills up.
     const int fd = ::mkostemp(temporary.data(), O_CLOEXEC);
     if (fd < 0)
-        return false;
+        return failed();
     const bool written
         = ::fchmod(fd, S_IRUSR | S_IWUSR) == 0 && writeAll(fd, bytes.constData(), bytes.size()) && ::fsync(fd) == 0;
+    const int writeError = errno;
     const bool closed = ::close(fd) == 0;
     if (!written || !closed || ::rename(temporary.constData(), QFile::encodeName(path).constData()) != 0) {
+        if (!written)
+            errno = writeError;
+        failed();
         ::unlink(temporary.constData());
         return false;
     }

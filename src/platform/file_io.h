@@ -27,8 +27,9 @@ std::optional<QByteArray> readHead(const QString& path, qint64 maxBytes);
 // mixture; on any failure (a full disk included) the old file is left as it was and no
 // temporary file remains. The file is owner read/write only from the moment it is created,
 // so no other user can open it even while it is being written: the program's files hold the
-// key and the names of the person's files. Returns whether the new content landed.
-bool writeAtomic(const QString& path, const QByteArray& bytes);
+// key and the names of the person's files. Returns whether the new content landed; when it did
+// not, `error` (when given) receives the system's reason (ENOSPC for a full disk).
+bool writeAtomic(const QString& path, const QByteArray& bytes, int* error = nullptr);
 
 // Makes `path` (and its missing parents) unless it is a folder already. The folder itself is
 // private to its owner from the moment it exists.

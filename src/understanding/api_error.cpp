@@ -8,7 +8,9 @@ QString APIError::errorDescription() const
         case Kind::http:
             if (status == 401)
                 return u"The API key was rejected. Check it in Settings."_s;
-            return u"Claude API error "_s + QString::number(status) + u": "_s + body.left(160);
+            if (message.isEmpty())
+                return u"Claude API error "_s + QString::number(status);
+            return u"Claude API error "_s + QString::number(status) + u": "_s + message;
         case Kind::fatal:
             return message;
         case Kind::badResponse:
@@ -31,12 +33,12 @@ bool APIError::isFatal() const
     return kind == Kind::fatal;
 }
 
-APIError APIError::http(int status, const QString& body)
+APIError APIError::http(int status, const QString& serviceMessage)
 {
     APIError error;
     error.kind = Kind::http;
     error.status = status;
-    error.body = body;
+    error.message = serviceMessage;
     return error;
 }
 

@@ -17,14 +17,15 @@ struct APIError
 
     Kind kind = Kind::badResponse;
     int status = 0;
-    QString body; // http: the answer's body
-    QString message; // fatal: the text to show; parse: the JSON parser's own error
+    // fatal: the text to show; parse: the JSON parser's own error; http: the first line of the
+    // service's own error message, when it sent one
+    QString message;
 
     // The text shown to the person, unchanged.
     QString errorDescription() const;
     bool isFatal() const;
 
-    static APIError http(int status, const QString& body);
+    static APIError http(int status, const QString& serviceMessage);
     static APIError fatal(const QString& message);
     static APIError parse(const QString& parserError);
     static APIError of(Kind kind);

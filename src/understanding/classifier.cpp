@@ -139,7 +139,7 @@ Classifier::Outcome<Classifier::Decisions> Classifier::run(const Job& job) const
 {
     const std::optional<QList<QJsonObject>> made = content(job);
     if (!made)
-        return fallback(job.items, u"No preview available"_s, Provenance::failed);
+        return fallback(job.items, u"No preview available"_s, Provenance::noPreview);
     return ask(*made, job.items);
 }
 
@@ -175,7 +175,7 @@ std::optional<APIError> Classifier::runJobs(const QList<Job>& jobs, int inFlight
                 return;
             }
             if (!made) {
-                completions.push(fallback(job.items, u"No preview available"_s, Provenance::failed));
+                completions.push(fallback(job.items, u"No preview available"_s, Provenance::noPreview));
                 return;
             }
             requests.acquire();

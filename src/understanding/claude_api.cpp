@@ -132,8 +132,22 @@ QByteArray requestBody(const QString& model, const QString& system, const QList<
     return QJsonDocument(request).toJson(QJsonDocument::Compact);
 }
 
-// What an answer other than 200 means; nothing for a success. `text` has the key hidden.
-std::optional<APIError> failureOf(int status, const QString& text)
+// The first line of the message in the service's JSON error ({"error": {"message": ...}}, or
+// {"error": "..."}), or nothing. Anything else a server sends (a gateway's HTML page, a stack
+// trace) is no sentence for the person and never reaches a message.
+QString serviceMessage(const QByteArray& body)
+{
+    const QJsonObject object = QJsonDocument::fromJson(body).object();
+    const QJsonValue error = object.value("error"_L1);
+    QString message = error.isString() ? error.toString() : error.toObject().value("message"_L1).toString();
+    if (message.isEmpty())
+        message = object.value("message"_L1).toString();
+    return message.section(u'\n', 0, 0).trimmed().left(160);
+}
+
+// What an answer other than 200 means; nothing for a success. `text` and `message` have the key
+// hidden.
+std::optional<APIError> failureOf(int status, const QString& text, const QString& message)
 {
     if (status != 200 && text.contains(u"credit balance"))
         return APIError::fatal(u"Your Claude credits ran out. Top up at "_s + ClaudeAPI::consoleHost()
@@ -141,10 +155,10 @@ std::optional<APIError> failureOf(int status, const QString& text)
     if (status == 401 || status == 403)
         return APIError::fatal(u"Brindlow couldn't sign in to Claude (error "_s + QString::number(status)
                                + u"). Nothing was moved."_s);
-    if (status == 404 && text.contains(u"model"))
-        return APIError::fatal(u"Claude model not available: "_s + text.left(140));
+    if (status == 404 && message.contains(u"model"))
+        return APIError::fatal(u"Claude model not available: "_s + message.left(140));
     if (status != 200)
-        return APIError::http(status, text);
+        return APIError::http(status, message);
     return std::nullopt;
 }
 
@@ -202,8 +216,11 @@ ClaudeAPI::Result ClaudeAPI::send(const QString& system, const QList<QJsonObject
                 return APIError::of(APIError::Kind::busy);
             continue;
         }
-        if (std::optional<APIError> failure = failureOf(status, hideKey(QString::fromUtf8(answer.body))))
-            return *failure;
+        if (status != 200) {
+            const QString text = hideKey(QString::fromUtf8(answer.body));
+            if (std::optional<APIError> failure = failureOf(status, text, hideKey(serviceMessage(answer.body))))
+                return *failure;
+        }
         return replyOf(answer.body, m_model);
     }
 }

@@ -1,11 +1,12 @@
 #include "model/store.h"
-#include "support/fake_claude_server.h"
+#include "support/controller_fixture.h"
 #include "support/file_factory.h"
 #include "support/plan_factory.h"
-#include "support/temp_home.h"
+#include "support/tmpfs_mount.h"
 #include "understanding/discovery.h"
 
 #include <QDateTime>
+#include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QProcess>
@@ -351,7 +352,7 @@ private Q_SLOTS:
         server.enqueue({400, R"({"error":"max_tokens too large"})", 0});
         const Run refused = cli(home, {u"refresh"_s});
         QCOMPARE(refused.code, 1);
-        QCOMPARE(refused.err.trimmed(), uR"(Claude API error 400: {"error":"max_tokens too large"})"_s);
+        QCOMPARE(refused.err.trimmed(), u"Claude API error 400: max_tokens too large"_s);
         QCOMPARE(server.requestCount(), 4); // the set-up check, then one per refresh: none repeated
         QVERIFY(Store::loadPlan().isEmpty());
 
@@ -366,6 +367,120 @@ private Q_SLOTS:
         QVERIFY(holder.waitForFinished());
         QCOMPARE(busy.code, 1);
         QVERIFY(busy.err.contains(u"already busy with your files"_s));
+    }
+
+    // Refreshes that cannot sort: every request refused with a status the client has no words
+    // for (the plan of what failed is kept, the run fails), or no usable key (nothing is asked).
+    void refreshesThatCannotSort()
+    {
+        TempHome home;
+        FakeClaudeServer server;
+        server.setHandler([](const FakeClaudeServer::Request& request) {
+            if (request.isConnectionCheck())
+                return FakeClaudeServer::reply(u"OK"_s);
+            return FakeClaudeServer::Response {422, R"({"error":{"message":"batch rejected"}})", 0};
+        });
+        FileFactory::write(home.path() + u"/Desktop/a.txt"_s, "a");
+        QCOMPARE(cli(home, {u"setup"_s}, "sk-test\n").code, 0);
+        Run run = cli(home, {u"refresh"_s});
+        QCOMPARE(run.code, 1);
+        QCOMPARE(run.err.trimmed(), u"Claude API error 422: batch rejected"_s);
+        QCOMPARE(Store::loadPlan().size(), 1);
+
+        const int asked = server.requestCount();
+        home.writeFile(u".local/share/Brindlow/config.json"_s, "{\"apiKey\": \"sk-");
+        run = cli(home, {u"refresh"_s});
+        QCOMPARE(run.code, 1);
+        QCOMPARE(run.err.trimmed(), u"Your Claude API key is missing or damaged. Run 'brindlow-cli setup'."_s);
+        QCOMPARE(server.requestCount(), asked);
+    }
+
+    // A home base that is not inside the home is reset, and the person is told once.
+    void homeBaseResetIsSaidOnce()
+    {
+        TempHome home;
+        Profile profile = home.saveProfile(true);
+        profile.homeBase = u"/srv/shared/sorted"_s;
+        Store::saveProfile(profile);
+        QCOMPARE(cli(home, {u"plan"_s}).code, 0); // says nothing, so it is not yet told
+        const QString said = u"Your home base was reset to "_s + home.path()
+            + u"/Documents: /srv/shared/sorted is not a folder inside your home folder."_s;
+        QVERIFY2(cli(home, {u"status"_s}).out.contains(said), qPrintable(said));
+        QVERIFY(!cli(home, {u"status"_s}).out.contains(u"reset"_s));
+        QCOMPARE(Store::loadProfile().homeBase, home.path() + u"/Documents"_s);
+    }
+
+    // Ten terminals adding a project at once, and the tray program changing the profile beside
+    // them: every change is kept, none written over another.
+    void profileChangesAtOnceAreAllKept()
+    {
+        ControllerFixture f;
+        const auto tray = f.start();
+        std::vector<std::unique_ptr<QProcess>> terminals;
+        for (int i = 0; i < 10; ++i) {
+            terminals.push_back(std::make_unique<QProcess>());
+            terminals.back()->setProcessEnvironment(environmentFor(f.home));
+            terminals.back()->start(QStringLiteral(BRINDLOW_CLI), {u"add-project"_s, u"Project %1"_s.arg(i)});
+        }
+        Profile changed = tray->preferences().profile();
+        changed.autoTidy = true;
+        tray->preferences().setProfile(changed);
+        for (const auto& terminal : terminals) {
+            QVERIFY(terminal->waitForFinished(60000));
+            QCOMPARE(terminal->exitCode(), 0);
+            QVERIFY(terminal->readAllStandardOutput().startsWith("Added Project "));
+        }
+        // The tray program changes the profile again, after the terminals: their projects stay.
+        changed = tray->preferences().profile();
+        changed.renameFiles = false;
+        tray->preferences().setProfile(changed);
+        QVERIFY(tray->review().flushEdits());
+        const Profile stored = Store::loadProfile();
+        QCOMPARE(stored.projects.size(), 10);
+        QVERIFY(stored.autoTidy && !stored.renameFiles);
+        QTRY_COMPARE(tray->preferences().profile().projects.size(), 10); // and the tray program knows them
+    }
+
+    void editsOnAFullDiskSaySo_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::newRow("skip") << QStringList {u"skip"_s, u"1"_s};
+        QTest::newRow("move") << QStringList {u"move"_s, u"1"_s, u"Personal/Travel"_s};
+        QTest::newRow("rename") << QStringList {u"rename"_s, u"off"_s, u"1"_s};
+        QTest::newRow("add-project") << QStringList {u"add-project"_s, u"Quorrel"_s};
+    }
+
+    void editsOnAFullDiskSaySo()
+    {
+        QFETCH(QStringList, arguments);
+        if (!TmpfsMount::allowed())
+            QSKIP("a full disk is a small file system mounted by the test, which needs root");
+        TempHome home;
+        QDir().mkpath(home.supportDir());
+        const TmpfsMount disk(home.supportDir(), false, "size=256k");
+        QVERIFY(disk.isMounted());
+        home.saveProfile(true);
+        Store::saveKey(u"sk-test"_s);
+        PlanItem item = PlanFactory::item(home.path() + u"/Downloads"_s,
+                                          1,
+                                          u"quorrel deck.txt"_s,
+                                          Category::needsYou,
+                                          u"Brindlow Review/Needs You"_s);
+        item.approved = true;
+        item.newName = u"Deck.txt"_s;
+        item.renameApproved = true;
+        Store::savePlan({item});
+        disk.fill();
+        const QString folder = home.supportDir() + u'/';
+        const QByteArray plan = FileFactory::contents(folder + u"pending-plan.json"_s);
+        const QByteArray profile = FileFactory::contents(folder + u"profile.json"_s);
+
+        const Run run = cli(home, arguments);
+        QCOMPARE(run.code, 1);
+        QCOMPARE(run.err.trimmed(), u"Couldn't save your change: the disk is full."_s);
+        QVERIFY(!run.out.contains(u"Added"_s));
+        QCOMPARE(FileFactory::contents(folder + u"pending-plan.json"_s), plan);
+        QCOMPARE(FileFactory::contents(folder + u"profile.json"_s), profile);
     }
 
     void statusNeverBlocksOnOddUsageFiles_data()

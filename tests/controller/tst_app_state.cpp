@@ -177,6 +177,62 @@ private Q_SLOTS:
         QVERIFY(Store::loadPlan().isEmpty());
     }
 
+    // Every request refused with a status the client has no words for: the items wait in Needs
+    // You with the failure as their reason, and the plan is kept like any other, also at the next
+    // start, with the failure said once as the message.
+    void everyRequestFailed()
+    {
+        Fixture f;
+        FileFactory::write(f.home.path() + u"/Desktop/a.txt"_s, "a");
+        f.server.setHandler([](const FakeClaudeServer::Request& request) {
+            if (request.isConnectionCheck())
+                return FakeClaudeServer::reply(u"OK"_s);
+            return FakeClaudeServer::Response {422, R"({"error":{"message":"batch rejected"}})", 0};
+        });
+        auto state = f.start();
+        QVERIFY(ControllerFixture::refresh(*state, TidyMode::quick));
+        const QString failure = u"Claude API error 422: batch rejected"_s;
+        QCOMPARE(state->activity().message(), failure);
+        QCOMPARE(state->activity().phase(), Phase::review);
+        QCOMPARE(state->review().plan().size(), 1);
+        QVERIFY(state->review().plan()[0].category.isUndecided());
+        QCOMPARE(state->review().plan()[0].reason, failure);
+        state.reset();
+        QVERIFY(Store::loadPlan().value(0).requestFailed);
+        const auto restarted = f.start();
+        QCOMPARE(restarted->review().plan().size(), 1);
+        QCOMPARE(restarted->activity().message(), failure);
+    }
+
+    void missingOrDamagedKey_data()
+    {
+        QTest::addColumn<QByteArray>("config");
+        QTest::newRow("missing") << QByteArray();
+        QTest::newRow("not JSON") << QByteArray("{\"apiKey\": \"sk-");
+        QTest::newRow("not text") << QByteArray(R"({"apiKey": 5})");
+        QTest::newRow("empty") << QByteArray(R"({"apiKey": ""})");
+        QTest::newRow("a line break inside") << QByteArray(R"({"apiKey": "sk-a\nb"})");
+        QTest::newRow("60 MB") << "{\"apiKey\": \"" + QByteArray(60 * 1024 * 1024, 'k') + "\"}";
+    }
+
+    // A key file that is gone or damaged is named, and nothing goes out without a key.
+    void missingOrDamagedKey()
+    {
+        QFETCH(QByteArray, config);
+        Fixture f;
+        const QString path = f.home.supportDir() + u"/config.json"_s;
+        QFile::remove(path);
+        if (!config.isEmpty())
+            FileFactory::write(path, config);
+        FileFactory::write(f.home.path() + u"/Desktop/a.txt"_s, "a");
+        auto state = f.start();
+        state->refresh().start(TidyMode::quick);
+        QCOMPARE(state->activity().phase(), Phase::idle);
+        QCOMPARE(state->activity().message(),
+                 u"Your Claude API key is missing or damaged. Add it again in Settings."_s);
+        QCOMPARE(f.server.requestCount(), 0);
+    }
+
     void capAtTheNewestItems()
     {
         Fixture f;
@@ -211,11 +267,18 @@ private Q_SLOTS:
         state->review().flushEdits();
         QCOMPARE(Store::loadPlan(), QList<PlanItem> {item});
 
-        PlanItem stale = item;
-        stale.reason = u"Claude API error 500: oops"_s;
-        Store::savePlan({item, stale});
-        QCOMPARE(f.start()->activity().phase(), Phase::idle);
-        QVERIFY(Store::loadPlan().isEmpty());
+        // Reasons are words for the person: a bank statement's credit balance, or a quoted error,
+        // never costs the person their plan.
+        PlanItem statement = item;
+        statement.id = 4;
+        statement.reason = u"Bank statement showing a credit balance of $40"_s;
+        PlanItem quoted = item;
+        quoted.id = 5;
+        quoted.reason = u"Claude API error 500: oops"_s;
+        Store::savePlan({item, statement, quoted});
+        QCOMPARE(f.start()->review().plan(), (QList<PlanItem> {item, statement, quoted}));
+        QCOMPARE(Store::loadPlan().size(), 3);
+        Store::savePlan({});
 
         // An import whose files are all gone is still renamed, so it is not read again.
         const QString import = f.home.path() + u"/Documents/Brindlow App/import-plan.json"_s;

@@ -3,11 +3,14 @@
 #include "model/store.h"
 #include "platform/file_mover_hooks.h"
 #include "platform/process_lock.h"
+#include "platform/termination_signals.h"
 #include "support/controller_fixture.h"
 #include "support/plan_factory.h"
 
 #include <QAbstractItemModelTester>
 #include <QDir>
+#include <QGuiApplication>
+#include <QProcess>
 #include <QSignalSpy>
 #include <QThread>
 #include <QUuid>
@@ -15,6 +18,8 @@
 #include <QTest>
 
 #include <atomic>
+#include <csignal>
+#include <cstdio>
 #include <thread>
 
 using namespace Qt::Literals::StringLiterals;
@@ -226,6 +231,39 @@ private Q_SLOTS:
         QVERIFY(tray->review().plan().isEmpty());
     }
 
+    void editsOutliveAKillRightAfter_data()
+    {
+        QTest::addColumn<int>("signal");
+        QTest::addColumn<int>("afterMs");
+        for (const int after : {50, 100, 200})
+            QTest::addRow("killed %d ms after", after) << int(SIGKILL) << after;
+        QTest::newRow("asked to quit at once") << int(SIGTERM) << 0;
+    }
+
+    // The tray program's controller in a process of its own, ended a moment after an edit: the
+    // edit is on disk every time.
+    void editsOutliveAKillRightAfter()
+    {
+        QFETCH(int, signal);
+        QFETCH(int, afterMs);
+        Fixture f;
+        f.add(u"a.txt"_s, Category::personal, u"Personal"_s);
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"BRINDLOW_TEST_EDIT_THEN_WAIT"_s, u"1"_s);
+        for (int round = 0; round < 5; ++round) {
+            Store::savePlan(f.items);
+            QProcess tray;
+            tray.setProcessEnvironment(environment);
+            tray.start(QCoreApplication::applicationFilePath(), {});
+            QVERIFY(tray.waitForReadyRead(30000));
+            QCOMPARE(tray.readLine(), QByteArray("edited\n"));
+            std::this_thread::sleep_for(std::chrono::milliseconds(afterMs));
+            ::kill(pid_t(tray.processId()), signal);
+            QVERIFY(tray.waitForFinished(30000));
+            QVERIFY2(!approvedOnDisk(0), qPrintable(u"lost in round %1"_s.arg(round + 1)));
+        }
+    }
+
     void projects()
     {
         Fixture f;
@@ -363,5 +401,27 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestReviewApply)
+// The tray program's controller as the program starts it: one edit, then the event loop until
+// a signal ends it.
+int editThenWait(QCoreApplication& app)
+{
+    AppState state;
+    state.init();
+    TerminationSignals::quitEventLoopOnSignal();
+    state.review().toggle(state.review().plan().value(0).id);
+    std::fputs("edited\n", stdout);
+    std::fflush(stdout);
+    return app.exec();
+}
+
+int main(int argc, char* argv[])
+{
+    QGuiApplication app(argc, argv);
+    if (qEnvironmentVariableIsSet("BRINDLOW_TEST_EDIT_THEN_WAIT"))
+        return editThenWait(app);
+    TestReviewApply test;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "tst_review_apply.moc"

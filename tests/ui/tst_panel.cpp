@@ -240,6 +240,29 @@ private Q_SLOTS:
         QVERIFY2(f.texts().contains(u"Claude cost for this refresh: $0.13"_s), qPrintable(f.texts().join(u'|')));
     }
 
+    // What the person must hear stays in the panel: a home base that was reset as the program
+    // started, and beside the plan, a refresh whose every request failed.
+    void noticesStayInThePanel()
+    {
+        Fixture f;
+        Profile profile = Store::loadProfile();
+        profile.homeBase = u"/srv/sorted"_s;
+        Store::saveProfile(profile);
+        f.home.writeFile(u"Desktop/letter.txt"_s, "Dear bank");
+        f.server.setHandler([](const FakeClaudeServer::Request& request) {
+            if (request.isConnectionCheck())
+                return FakeClaudeServer::reply(u"OK"_s);
+            return FakeClaudeServer::Response {422, R"({"error":{"message":"batch rejected"}})", 0};
+        });
+        f.open();
+        QVERIFY2(f.texts().contains(u"Your home base was reset to "_s + f.home.path()
+                                    + u"/Documents: /srv/sorted is not a folder inside your home folder."_s),
+                 qPrintable(f.texts().join(u'|')));
+        QVERIFY(ControllerFixture::refresh(*f.state));
+        QCOMPARE(f.view->currentPanel(), f.view->reviewReadyPanel());
+        QVERIFY2(f.texts().contains(u"Claude API error 422: batch rejected"_s), qPrintable(f.texts().join(u'|')));
+    }
+
     void trayIconFollowsThePhase()
     {
         Fixture f;

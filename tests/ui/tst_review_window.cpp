@@ -4,6 +4,7 @@
 #include "platform/process_lock.h"
 #include "support/controller_fixture.h"
 #include "support/file_factory.h"
+#include "support/tmpfs_mount.h"
 #include "support/widget_driver.h"
 #include "ui/review/destination_choices.h"
 #include "ui/review/junk_page.h"
@@ -362,6 +363,42 @@ private Q_SLOTS:
     }
 
     // Painted tiles ask for their pictures, each once; tiles scrolled past withdraw theirs.
+    // A full disk: the edit stays on screen, a line under the footer says it was not saved, and
+    // it is written once there is room: at the next try ten seconds on, or as the window closes.
+    void editsOnAFullDisk()
+    {
+        if (!TmpfsMount::allowed())
+            QSKIP("a full disk is a small file system mounted by the test, which needs root");
+        Fixture f;
+        const TmpfsMount disk(f.home.supportDir(), false, "size=256k");
+        QVERIFY(disk.isMounted());
+        f.home.saveProfile(true);
+        Store::saveKey(u"sk-test"_s);
+        f.add(u"a.txt"_s, Category::personal, u"Personal"_s);
+        f.open();
+        const QString filler = f.home.supportDir() + u"/filler"_s;
+        const QString unsaved = u"Couldn't save your change: the disk is full."_s;
+        const auto approvedOnDisk = [] { return Store::loadPlan().value(0).approved; };
+        for (const bool closing : {false, true}) {
+            disk.fill();
+            f.state->review().toggle(1);
+            QTRY_VERIFY(shownTexts(*f.window).contains(unsaved));
+            // A failed write stirs the folder the program watches: that is no reason to try again.
+            const int tries = f.state->review().planWrites();
+            QTest::qWait(200);
+            QCOMPARE(f.state->review().planWrites(), tries);
+            QCOMPARE(f.item(1).approved, closing);
+            QCOMPARE(approvedOnDisk(), !closing);
+            QFile::remove(filler);
+            if (closing)
+                f.window->close();
+            else
+                f.clock.advance(std::chrono::seconds(10));
+            QTRY_COMPARE(approvedOnDisk(), closing);
+            QTRY_VERIFY(!shownTexts(*f.window).contains(unsaved));
+        }
+    }
+
     void thumbnailsOncePerFileAndDroppedWhenGone()
     {
         QMutex mutex;

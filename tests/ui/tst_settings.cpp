@@ -3,6 +3,7 @@
 #include "platform/notification_service.h"
 #include "schedule/notifier.h"
 #include "support/controller_fixture.h"
+#include "support/tmpfs_mount.h"
 #include "support/widget_driver.h"
 #include "ui/onboarding/onboarding_window.h"
 #include "ui/onboarding/preferences_step.h"
@@ -279,6 +280,27 @@ private Q_SLOTS:
         click(control(*window, u"Sunday 9 AM reminder"_s));
         QCOMPARE(Fixture::storedReminder(), std::optional(true));
         QVERIFY(f.state->notifier()->reminderScheduled());
+    }
+
+    // A full disk: the switch keeps its new place, the window says the change was not saved,
+    // and it is written as the window closes once there is room.
+    void changesOnAFullDisk()
+    {
+        if (!TmpfsMount::allowed())
+            QSKIP("a full disk is a small file system mounted by the test, which needs root");
+        Fixture f(true);
+        const TmpfsMount disk(f.home.supportDir(), false, "size=256k");
+        QVERIFY(disk.isMounted());
+        f.home.saveProfile(true);
+        auto window = openWindow(f);
+        disk.fill();
+        click(control(*window, u"Sunday Reset"_s));
+        QTRY_VERIFY(shownTexts(*window).contains(u"Couldn't save your change: the disk is full."_s));
+        QVERIFY(f.state->preferences().profile().autoTidy && !Store::loadProfile().autoTidy);
+        QFile::remove(f.home.supportDir() + u"/filler"_s);
+        window->close();
+        QTRY_VERIFY(Store::loadProfile().autoTidy);
+        QTRY_VERIFY(!control<QLabel>(*window, u"Not saved"_s, false)->isVisibleTo(window.get()));
     }
 
     // Projects come and go from the profile on disk; removing the last brings back "None yet".

@@ -138,10 +138,16 @@ private Q_SLOTS:
             {status(401), u"Brindlow couldn't sign in to Claude (error 401). Nothing was moved."_s},
             {status(403), u"Brindlow couldn't sign in to Claude (error 403). Nothing was moved."_s},
             {status(404, R"({"error":"model: claude-nope not found"})"),
-             u"Claude model not available: {\"error\":\"model: claude-nope not found\"}"_s},
-            {status(404, "no such page"), u"Claude API error 404: no such page"_s},
-            {status(422, longBody), u"Claude API error 422: "_s + QString(160, u'x')},
-            {status(413, "\xff\xfe too large"), u"Claude API error 413: \uFFFD\uFFFD too large"_s},
+             u"Claude model not available: model: claude-nope not found"_s},
+            // Only the status and the first line of the service's own JSON message: a gateway's
+            // page or a stack trace is no sentence for the person.
+            {status(404, "no such page"), u"Claude API error 404"_s},
+            {status(422, longBody), u"Claude API error 422"_s},
+            {status(431, "<html><head><title>431 Request Header Fields Too Large</title></head></html>"),
+             u"Claude API error 431"_s},
+            {status(422, R"({"type":"error","error":{"type":"invalid_request_error","message":"bad\nline two"}})"),
+             u"Claude API error 422: bad"_s},
+            {status(413, "\xff\xfe too large"), u"Claude API error 413"_s},
         };
         for (const auto& [response, text] : cases) {
             server.enqueue(response);
@@ -154,7 +160,7 @@ private Q_SLOTS:
         QVERIFY(clock.sleeps().isEmpty());
 
         // The key never reaches a message, even when the answer repeats it.
-        server.enqueue(status(422, "bad header x-api-key: " + kKey.toUtf8()));
+        server.enqueue(status(422, R"({"error":{"message":"bad header x-api-key: )" + kKey.toUtf8() + R"("}})"));
         QVERIFY(!errorText(sendOnce(&clock)).contains(kKey));
         server.enqueue(status(404, "model? key was " + kKey.toUtf8()));
         QVERIFY(!errorText(sendOnce(&clock)).contains(kKey));

@@ -1,6 +1,7 @@
 #include "menu_view.h"
 
 #include "controller/activity.h"
+#include "controller/preferences.h"
 #include "controller/refresh_run.h"
 #include "done_panel.h"
 #include "idle_panel.h"
@@ -101,4 +102,8 @@ void MenuView::showEvent(QShowEvent* event)
     QWidget::showEvent(event);
     m_parts.refresh.refreshNewFiles();
     m_idle->refresh();
+    // The reset home base is said once: now that the panel shows it, it is not said again.
+    const std::optional<QString> notice = m_parts.preferences.homeBaseNotice();
+    if (notice && m_parts.activity.message() == notice)
+        m_parts.preferences.homeBaseNoticeShown();
 }

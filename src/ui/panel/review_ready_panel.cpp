@@ -42,6 +42,13 @@ ReviewReadyPanel::ReviewReadyPanel(const ControllerParts& parts, QWidget* parent
     QFont costFont = m_cost->font();
     costFont.setPixelSize(12);
     m_cost->setFont(costFont);
+    // A failure beside the plan (every request refused, a change not saved) stays in view.
+    m_message = new QLabel(this);
+    m_message->setObjectName(u"panelMessage"_s);
+    m_message->setTextFormat(Qt::PlainText);
+    m_message->setWordWrap(true);
+    m_message->setForegroundRole(QPalette::PlaceholderText);
+    m_message->setFont(costFont);
 
     auto* review = new PrimaryButton(tr("Review changes"), this);
     connect(review, &QPushButton::clicked, this, [this] { Q_EMIT windowRequested(u"review"_s); });
@@ -54,6 +61,7 @@ ReviewReadyPanel::ReviewReadyPanel(const ControllerParts& parts, QWidget* parent
     layout->addWidget(m_header);
     layout->addWidget(card);
     layout->addWidget(m_cost);
+    layout->addWidget(m_message);
     layout->addWidget(review);
     layout->addWidget(later);
     layout->addWidget(new RefusalLine(m_parts.activity, this));
@@ -62,6 +70,7 @@ ReviewReadyPanel::ReviewReadyPanel(const ControllerParts& parts, QWidget* parent
     connect(&m_parts.review, &PlanReview::planChanged, this, &ReviewReadyPanel::refresh);
     connect(&m_parts.refresh, &RefreshRun::lastRunCostChanged, this, &ReviewReadyPanel::refresh);
     connect(&m_parts.activity, &Activity::phaseChanged, this, &ReviewReadyPanel::refresh);
+    connect(&m_parts.activity, &Activity::messageChanged, this, &ReviewReadyPanel::refresh);
     refresh();
 }
 
@@ -86,4 +95,7 @@ void ReviewReadyPanel::refresh()
     const std::optional<double> cost = m_parts.refresh.lastRunCost();
     m_cost->setVisible(cost.has_value());
     m_cost->setText(cost ? tr("Claude cost for this refresh: %1").arg(Numbers::money(*cost)) : QString());
+    const std::optional<QString> message = m_parts.activity.message();
+    m_message->setText(message.value_or(QString()));
+    m_message->setVisible(message && !message->isEmpty());
 }

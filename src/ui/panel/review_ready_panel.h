@@ -28,4 +28,5 @@ private:
     Stat* m_rename;
     Stat* m_junk;
     QLabel* m_cost;
+    QLabel* m_message;
 };

@@ -121,11 +121,19 @@ QWidget* ReviewWindow::buildContent()
     auto* footer = new ReviewFooter(m_parts.moves, m_parts.activity, *m_plan, content);
     footer->setObjectName(u"reviewFooter"_s);
     footer->setAttribute(Qt::WA_StyledBackground);
+    m_unsaved = new QLabel(content);
+    m_unsaved->setObjectName(u"reviewUnsaved"_s);
+    m_unsaved->setTextFormat(Qt::PlainText);
+    m_unsaved->setContentsMargins(24, 0, 24, 10);
+    m_unsaved->setAccessibleName(tr("Not saved"));
     auto* layout = new QVBoxLayout(content);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addLayout(body, 1);
     layout->addWidget(footer);
+    layout->addWidget(m_unsaved);
+    connect(&m_parts.review, &PlanReview::saveProblemChanged, this, &ReviewWindow::updateUnsaved);
+    updateUnsaved();
 
     connectPages(footer);
     addShortcuts();
@@ -250,6 +258,20 @@ void ReviewWindow::updateTabTitles()
             m_tabs->setAccessibleTabName(i, title);
         }
     }
+}
+
+void ReviewWindow::updateUnsaved()
+{
+    const std::optional<QString> problem = m_parts.review.saveProblem();
+    m_unsaved->setText(problem.value_or(QString()));
+    m_unsaved->setVisible(problem.has_value());
+}
+
+void ReviewWindow::closeEvent(QCloseEvent* event)
+{
+    // The last edits, and any that could not be written before, go now, not in a moment.
+    m_parts.review.saveNow();
+    QWidget::closeEvent(event);
 }
 
 void ReviewWindow::updateEmptyState()

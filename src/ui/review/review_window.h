@@ -10,6 +10,7 @@ class JunkPage;
 class NeedsPage;
 class OrganizePage;
 class PlanModel;
+class QLabel;
 class QLineEdit;
 class QStackedWidget;
 class QTabBar;
@@ -41,8 +42,12 @@ public:
     QLineEdit* filterField() const;
     void showTab(int tab);
 
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
 private:
     void updateTabTitles();
+    void updateUnsaved();
     void updateEmptyState();
     void openPreview(const QModelIndex& index);
     QWidget* buildContent();
@@ -61,6 +66,7 @@ private:
     QTabBar* m_tabs;
     QStackedWidget* m_pages;
     QLineEdit* m_filter;
+    QLabel* m_unsaved;
     ReviewSidebar* m_sidebar;
     OrganizePage* m_organize;
     RenamePage* m_rename;

@@ -3,6 +3,7 @@
 #include "brindlow_version.h"
 
 #include "controller/moves.h"
+#include "controller/plan_review.h"
 #include "controller/preferences.h"
 #include "controller/refresh_run.h"
 #include "folder_choices.h"
@@ -61,6 +62,18 @@ SettingsWindow::SettingsWindow(const ControllerParts& parts,
     layout->addLayout(header);
     layout->addLayout(columns);
     layout->addWidget(buildFooter());
+    // Every control writes through at once, so a change the disk refused is said here.
+    auto* unsaved = Texts::label(QString(), Texts::Style::detail, this);
+    unsaved->setTextFormat(Qt::PlainText);
+    unsaved->setAccessibleName(tr("Not saved"));
+    layout->addWidget(unsaved);
+    const auto showUnsaved = [this, unsaved] {
+        const std::optional<QString> problem = m_parts.review.saveProblem();
+        unsaved->setText(problem.value_or(QString()));
+        unsaved->setVisible(problem.has_value());
+    };
+    connect(&m_parts.review, &PlanReview::saveProblemChanged, this, showUnsaved);
+    showUnsaved();
     // Sized to what it holds: it grows with a new project and shrinks when one goes.
     layout->setSizeConstraint(QLayout::SetFixedSize);
 }
@@ -147,6 +160,13 @@ QWidget* SettingsWindow::buildFooter()
     layout->addStretch(1);
     layout->addWidget(version);
     return footer;
+}
+
+void SettingsWindow::closeEvent(QCloseEvent* event)
+{
+    // What the disk refused before is tried again as the window goes.
+    m_parts.review.saveNow();
+    QWidget::closeEvent(event);
 }
 
 void SettingsWindow::openMoveHistory()

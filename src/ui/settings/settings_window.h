@@ -31,6 +31,9 @@ Q_SIGNALS:
     // Show this folder in the person's file manager.
     void folderRequested(const QString& path);
 
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
 private:
     QWidget* buildLeft(const Autostart& autostart);
     QWidget* buildRight(const Clock* clock);
