@@ -52,13 +52,16 @@ std::optional<quint64> prefixHash(const QString& path)
         return std::nullopt;
     char buffer[kPrefixBytes];
     const qint64 got = fd.readFully(buffer, kPrefixBytes);
-    return prefixKey(QByteArrayView(buffer, std::max<qint64>(got, 0)));
+    if (got < 0)
+        return std::nullopt;
+    return prefixKey(QByteArrayView(buffer, got));
 }
 
 namespace {
 
 // Whether two files of the same size hold the same bytes. Reads both in step and stops at the
-// first difference, so files that merely share a header cost little.
+// first difference, so files that merely share a header cost little. A file that fails to read
+// equals nothing.
 bool sameContent(const QString& a, const QString& b)
 {
     const UniqueFd first = FileIo::openForReading(a);
@@ -70,7 +73,7 @@ bool sameContent(const QString& a, const QString& b)
     std::unique_ptr<char[]> right(new char[kHashChunk]);
     for (;;) {
         const qint64 got = first.readFully(left.get(), chunk);
-        if (second.readFully(right.get(), chunk) != got || memcmp(left.get(), right.get(), size_t(got)) != 0)
+        if (got < 0 || second.readFully(right.get(), chunk) != got || memcmp(left.get(), right.get(), size_t(got)) != 0)
             return false;
         if (got < chunk)
             return true;
@@ -345,7 +348,9 @@ std::optional<QString> sha(const QString& path, qint64 size)
         std::unique_ptr<char[]> buffer(new char[kHashChunk]);
         for (;;) {
             const qint64 got = fd.readSome(buffer.get(), kHashChunk);
-            if (got <= 0)
+            if (got < 0)
+                return std::nullopt;
+            if (got == 0)
                 break;
             EVP_DigestUpdate(context.get(), buffer.get(), size_t(got));
         }
@@ -359,6 +364,8 @@ std::optional<QString> sha(const QString& path, qint64 size)
             // A failed seek reads from wherever the file stands, as the content key always has.
             fd.seek(offset);
             const qint64 got = fd.readFully(buffer.get(), kSampleBytes);
+            if (got < 0)
+                return std::nullopt;
             if (got > 0)
                 EVP_DigestUpdate(context.get(), buffer.get(), size_t(got));
         }

@@ -25,6 +25,18 @@ std::optional<QString> peek(const QString& folderPath);
 std::optional<QString> snippet(const QString& path, const QString& ext, qint64 size);
 // The address the file was downloaded from, when a browser or download tool recorded one.
 std::optional<QString> whereFrom(const QString& path);
+
+// A file's snippet and origin, as snippet() and whereFrom() give them, and whether reading
+// either failed (the file vanished or was replaced, a read gave an error): then neither says
+// anything about the file, and nothing of it may be remembered.
+struct FileEvidence
+{
+    std::optional<QString> text;
+    std::optional<QString> whereFrom;
+    bool failed = false;
+};
+FileEvidence fileEvidence(const QString& path, const QString& ext, qint64 size);
+
 // The junk hints of an item, in their fixed order (never an exact duplicate: that takes the
 // other items).
 QList<JunkHint> hints(const ScannedItem& item);

@@ -2,6 +2,7 @@
 #include "scan/kinds.h"
 #include "support/file_factory.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
@@ -146,12 +147,29 @@ private Q_SLOTS:
                                   itemAt(file(u"f/three.bin"_s, head + "tail-1"))};
         Scanner::markDuplicates(items);
         QCOMPARE(duplicatesIn(items), QStringList {u"f/three.bin"_s});
+    }
 
-        // Files that vanish or cannot be read just take no part.
-        QList<ScannedItem> gone {itemAt(file(u"g/p.txt"_s, "same")), itemAt(file(u"g/q.txt"_s, "same"))};
-        QFile::remove(gone[0].url.toLocalFile());
-        Scanner::markDuplicates(gone);
-        QCOMPARE(duplicatesIn(gone), QStringList());
+    // A file that cannot be read is in no set, not even with another that cannot be read: a
+    // folder that took a file's place opens and then fails every read, a vanished one fails to
+    // open. Nothing about them is remembered, and the readable twins beside them still pair up.
+    void unreadableFilesAreInNoSet()
+    {
+        const QByteArray body(5000, 'u');
+        QList<ScannedItem> items {itemAt(file(u"u/twin.txt"_s, body)), itemAt(file(u"u/twin copy.txt"_s, body))};
+        for (const QString& name : {u"u/folder a"_s, u"u/folder b"_s, u"u/gone a"_s, u"u/gone b"_s}) {
+            const QString path = m_dir.path() + u'/' + name;
+            if (name.contains(u"folder"_s))
+                QDir().mkpath(path);
+            items.append(itemAt(path));
+            items.last().size = body.size();
+        }
+        QList<CachedFacts> facts(items.size());
+        Scanner::markDuplicates(items, facts);
+        QCOMPARE(duplicatesIn(items), QStringList {u"u/twin copy.txt"_s});
+        for (qsizetype i = 2; i < items.size(); ++i)
+            QCOMPARE(facts[i], CachedFacts {});
+        QCOMPARE(Scanner::prefixHash(m_dir.path() + u"/u/folder a"_s), std::nullopt);
+        QCOMPARE(Scanner::sha(m_dir.path() + u"/u/folder a"_s, body.size()), std::nullopt);
     }
 
     void knownKeysJoinComparedFiles()
