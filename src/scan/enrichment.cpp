@@ -4,6 +4,7 @@
 #include "kinds.h"
 #include "model/blanks.h"
 #include "model/graphemes.h"
+#include "model/user_folders.h"
 #include "platform/download_origin.h"
 #include "platform/file_io.h"
 #include "platform/thumbnailer.h"
@@ -244,7 +245,7 @@ bool hasExtractedFolder(const QString& archivePath)
     return QFileInfo(archive.path() + u'/' + nameWithoutExtension(archive.fileName())).isDir();
 }
 
-QList<JunkHint> hints(const ScannedItem& item)
+QList<JunkHint> hints(const ScannedItem& item, const std::optional<QString>& downloads)
 {
     static const QRegularExpression screenshot = caseless(u"^(screen ?shot|screenshot|screen recording|cleanshot)"_s);
     static const QRegularExpression copyStyle = caseless(u"( \\(\\d+\\)| copy( \\d+)?)$"_s);
@@ -255,7 +256,8 @@ QList<JunkHint> hints(const ScannedItem& item)
     if (mayBeScreenshot && screenshot.match(item.name).hasMatch())
         result.append(JunkHint::screenshotName);
     if (item.kind == FileKind::installer
-        || (item.kind == FileKind::bundle && item.ext == u"app" && item.url.toLocalFile().contains(u"/Downloads/")))
+        || (item.kind == FileKind::bundle && item.ext == u"app" && downloads
+            && UserFolders::isInside(item.url.toLocalFile(), {*downloads})))
         result.append(JunkHint::installer);
     if (item.kind == FileKind::partial || isBrowserDownloadName(item.name))
         result.append(JunkHint::partialDownload);

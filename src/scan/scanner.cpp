@@ -135,7 +135,8 @@ void settleFolder(Found& found, const CachedFacts* cached)
 
 // Fills in the snippet or summary, origin and hints, from the cache when the file is unchanged.
 // False when a read failed: what it gave is no fact about the file.
-bool describe(ScannedItem& item, const QString& path, CachedFacts& facts, bool cached)
+bool describe(
+    ScannedItem& item, const QString& path, CachedFacts& facts, bool cached, const std::optional<QString>& downloads)
 {
     bool read = true;
     if (!cached) {
@@ -153,7 +154,7 @@ bool describe(ScannedItem& item, const QString& path, CachedFacts& facts, bool c
     }
     item.text = facts.text;
     item.whereFrom = facts.whereFrom;
-    item.junkHints = hints(item);
+    item.junkHints = hints(item, downloads);
     return read;
 }
 
@@ -292,7 +293,11 @@ Kept keepFound(QThreadPool& pool, QList<std::optional<Found>>& examined, const Q
 
 // Describing is independent per item and goes in steps of 100 over every core. Workers count
 // the steps they finish, so progress is told in order, every 100 items, on this thread.
-void describeAll(QThreadPool& pool, Kept& kept, const Progress& progress, const Cancellation* cancellation)
+void describeAll(QThreadPool& pool,
+                 Kept& kept,
+                 const ScanOptions& options,
+                 const Progress& progress,
+                 const Cancellation* cancellation)
 {
     const qsizetype count = kept.items.size();
     QSemaphore stepsDone;
@@ -302,7 +307,7 @@ void describeAll(QThreadPool& pool, Kept& kept, const Progress& progress, const 
     QFuture<void> describing = QtConcurrent::map(&pool, steps, [&](qsizetype begin) {
         const qsizetype end = std::min(begin + kProgressStep, count);
         for (qsizetype i = begin; i < end && !stopped(cancellation); ++i)
-            kept.failed[i] = !describe(kept.items[i], kept.paths[i], kept.facts[i], kept.known[i]);
+            kept.failed[i] = !describe(kept.items[i], kept.paths[i], kept.facts[i], kept.known[i], options.downloads);
         stepsDone.release();
     });
     for (qsizetype step = 0; step < steps.size() && !stopped(cancellation); ++step) {
@@ -443,7 +448,7 @@ QList<ScannedItem> run(const ScanOptions& options, const Progress& progress, con
     examined.found.clear();
     examined.listings.clear();
 
-    describeAll(pool, kept, progress, cancellation);
+    describeAll(pool, kept, options, progress, cancellation);
     if (stopped(cancellation))
         return {};
     if (progress)
