@@ -39,6 +39,8 @@ QJsonObject PlanItem::toJson() const
         object.insert("newName"_L1, *newName);
     if (suggestedProject)
         object.insert("suggestedProject"_L1, *suggestedProject);
+    if (keptCopy)
+        object.insert("keptCopy"_L1, *keptCopy);
     return object;
 }
 
@@ -60,6 +62,7 @@ std::optional<PlanItem> PlanItem::fromJson(const QJsonValue& value)
     item.approved = fields.boolean("approved"_L1);
     item.renameApproved = fields.boolean("renameApproved"_L1);
     item.suggestedProject = fields.optionalText("suggestedProject"_L1);
+    item.keptCopy = fields.optionalText("keptCopy"_L1);
     if (!kind || !item.src.isValid() || !item.src.isLocalFile() || !item.src.toLocalFile().startsWith(u'/'))
         fields.fail();
     if (!fields.ok())
@@ -82,5 +85,6 @@ size_t qHash(const PlanItem& item, size_t seed)
                       item.size,
                       item.approved,
                       item.renameApproved,
-                      item.suggestedProject.value_or(QString()));
+                      item.suggestedProject.value_or(QString()),
+                      item.keptCopy.value_or(QString()));
 }

@@ -25,6 +25,8 @@ struct PlanItem
     bool approved = false;
     bool renameApproved = false;
     std::optional<QString> suggestedProject;
+    // For a duplicate, the path of the identical file that stays where it is.
+    std::optional<QString> keptCopy;
 
     // The heading the review lists the item under.
     QString group() const;

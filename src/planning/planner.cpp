@@ -201,6 +201,8 @@ PlanItem planned(const ScannedItem& item,
     result.approved = decision.category != Category::needsYou;
     result.renameApproved = true;
     result.suggestedProject = hint(decision.projectHint, profile);
+    if (decision.category == Category::duplicate)
+        result.keptCopy = item.keptCopy;
     return result;
 }
 

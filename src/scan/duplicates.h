@@ -33,14 +33,16 @@ quint64 prefixKey(QByteArrayView bytes);
 // prefixKey of a file's first 4 KiB (all of it when shorter). Nothing when it cannot be read.
 std::optional<quint64> prefixHash(const QString& path);
 
-// Marks as an exact duplicate every member of a set of identical files but the kept copy (no
-// copy-style name first, then the shorter name, then the smaller path). Only files that share
-// their size and their first 4 KiB with another file are read in full, in parallel; a file that
+// Marks as an exact duplicate every member of a set of identical files but the kept copy, and
+// gives each of them the kept copy's path. The kept copy is one outside the `landing` folders
+// (the desktop's Desktop and Downloads, absolute) when there is one, then one without a
+// copy-style name, then the shorter name, then the smaller path. Only files that share their
+// size and their first 4 KiB with another file are read in full, in parallel; a file that
 // cannot be read is in no set.
-void markDuplicates(QList<ScannedItem>& items);
+void markDuplicates(QList<ScannedItem>& items, const QStringList& landing = {});
 
 // The same, reusing the prefix hashes and content keys already in `facts` (which runs parallel
 // to `items`, from the cache of unchanged files) and recording the ones computed here.
-void markDuplicates(QList<ScannedItem>& items, QList<CachedFacts>& facts);
+void markDuplicates(QList<ScannedItem>& items, QList<CachedFacts>& facts, const QStringList& landing = {});
 
 } // namespace Scanner

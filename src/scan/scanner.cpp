@@ -453,7 +453,12 @@ QList<ScannedItem> run(const ScanOptions& options, const Progress& progress, con
         return {};
     if (progress)
         progress(int(kept.items.size()));
-    markDuplicates(kept.items, kept.facts);
+    QStringList landing;
+    for (const std::optional<QString>& folder : {options.desktop, options.downloads}) {
+        if (folder)
+            landing.append(*folder);
+    }
+    markDuplicates(kept.items, kept.facts, landing);
     remember(pool, examined.cache, kept);
     examined.cache.save(cachePath);
     return std::move(kept.items);

@@ -146,12 +146,23 @@ private Q_SLOTS:
         const QString h = f.home.path() + u'/';
         f.home.writeFile(u".config/user-dirs.dirs"_s, userDirs);
         f.home.saveProfile(true, {{QUuid::createUuid(), u"Quorrel"_s, QString()}});
-        FileFactory::write(h + u"Documents/notes.txt"_s, "notes");
+        const QString landed = down.isEmpty() ? desk : down; // where downloads land in this home
+        FileFactory::write(h + landed + u"/policy.epub"_s, "the same book");
+        FileFactory::write(h + u"Documents/Debian Policy.epub"_s, "the same book");
         auto state = f.start();
         QVERIFY(ControllerFixture::refresh(*state, TidyMode::quick));
+        // The copy filed in Documents is kept over its twin that landed.
+        QCOMPARE(f.sentPaths(), QStringList {u"~/Documents/Debian Policy.epub"_s});
+        const QList<PlanItem> plan = state->review().plan();
+        const auto twin
+            = std::find_if(plan.cbegin(), plan.cend(), [](const PlanItem& item) { return item.keptCopy.has_value(); });
+        QVERIFY(twin != plan.cend());
+        QCOMPARE(twin->src.toLocalFile(), h + landed + u"/policy.epub"_s);
+        QCOMPARE(twin->keptCopy, h + u"Documents/Debian Policy.epub"_s);
 
         state->review().discard();
         setLastRun(*state, QDateTime::currentDateTime().addSecs(-60));
+        FileFactory::setModified(h + landed + u"/policy.epub"_s, QDateTime::currentDateTime().addDays(-2));
         FileFactory::write(h + desk + u"/nouveau.txt"_s, "new on the desktop");
         FileFactory::write(h + (down.isEmpty() ? u"Downloads"_s : down) + u"/facture.txt"_s, "new download");
         FileFactory::write(h + u"loose in the home.txt"_s, "never a scan folder's");

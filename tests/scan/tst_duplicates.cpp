@@ -125,15 +125,28 @@ private Q_SLOTS:
             itemAt(file(u"d/zero2.txt"_s, "")),
             itemAt(file(u"e/left.txt"_s, "equal size A")),
             itemAt(file(u"e/right.txt"_s, "equal size B")),
+            // What the person filed outside the landing folders is kept before any other rule.
+            itemAt(file(u"Documents/Debian Policy.epub"_s, "the policy")),
+            itemAt(file(u"Downloads/policy.epub"_s, "the policy")),
+            itemAt(file(u"Desktop/policy (1).epub"_s, "the policy"), {JunkHint::copyStyleName}),
         };
         QList<ScannedItem> before = items;
-        Scanner::markDuplicates(items);
+        const QString landed = m_dir.path() + u"/Downloads"_s;
+        Scanner::markDuplicates(items, {landed, m_dir.path() + u"/Desktop"_s});
         QCOMPARE(duplicatesIn(items),
-                 (QStringList {
-                     u"Downloads/x.png"_s, u"a/report (1).pdf"_s, u"b/photo.png"_s, u"c/six.txt"_s, u"c/two.txt"_s}));
+                 (QStringList {u"Desktop/policy (1).epub"_s,
+                               u"Downloads/policy.epub"_s,
+                               u"Downloads/x.png"_s,
+                               u"a/report (1).pdf"_s,
+                               u"b/photo.png"_s,
+                               u"c/six.txt"_s,
+                               u"c/two.txt"_s}));
+        QCOMPARE(items[14].keptCopy, items[13].url.toLocalFile());
+        QCOMPARE(items[4].keptCopy, items[5].url.toLocalFile());
         // Nothing else changes: order, ids and all other fields stay.
         for (qsizetype i = 0; i < items.size(); ++i) {
-            items[i].junkHints.removeAll(JunkHint::exactDuplicate);
+            QCOMPARE(items[i].keptCopy.has_value(), items[i].junkHints.removeAll(JunkHint::exactDuplicate) == 1);
+            items[i].keptCopy.reset();
             QCOMPARE(items[i], before[i]);
         }
     }
