@@ -46,18 +46,18 @@ private Q_SLOTS:
         french.writeFile(u".config/user-dirs.dirs"_s, "XDG_DESKTOP_DIR=\"$HOME/Bureau\"\n");
         const QString home = french.path();
         QList<ScannedItem> items {
-            item(home + u"/Bureau/ignored too.txt"_s),
             item(home + u"/Desktop/IMG_2041 quorrel-launch final.png"_s, FileKind::image),
             item(home + u"/Desktop/quorrel launch"_s, FileKind::folder),
             item(home + u"/Desktop/quorrel launch/ignored.txt"_s),
             item(home + u"/Downloads/$KSTL deck 2024 ff00aa11.pdf"_s, FileKind::pdf),
             item(home + u"/Downloads/invoice -42.pdf"_s, FileKind::pdf),
+            item(home + u"/Bureau/ignored too.txt"_s),
         };
-        items[4].whereFrom = u"https://www.kstl.example/www.files/deck"_s;
-        items[5].whereFrom = u"not an address"_s;
-        items[4].text = QString(200, u'k');
-        items[4].modified = items[4].modified.addDays(1);
-        items[5].text = u"short text that is not enough to count"_s;
+        items[3].whereFrom = u"https://www.kstl.example/www.files/deck"_s;
+        items[4].whereFrom = u"not an address"_s;
+        items[3].text = QString(200, u'k');
+        items[3].modified = items[3].modified.addDays(1);
+        items[4].text = u"short text that is not enough to count"_s;
         const QString digest = Discovery::digest(items);
 
         QVERIFY2(digest.startsWith(u"Folder names (file count): quorrel launch (4)\n\n"_s), qPrintable(digest));
