@@ -1,6 +1,7 @@
 #include "plan_view.h"
 
 #include "common/numbers.h"
+#include "controller/plan_model.h"
 #include "model/plan_tab.h"
 #include "visible_text.h"
 
@@ -19,7 +20,7 @@ QString line(const PlanItem& item)
         + VisibleText::of(whereIs(item.src)) + u" -> "_s + VisibleText::of(item.destFolder);
     if (item.newName)
         text += u" as \""_s + VisibleText::of(*item.newName) + u'"';
-    return text + u"  (" + VisibleText::of(item.reason) + u')';
+    return text + u"  (" + VisibleText::of(PlanModel::reasonOf(item)) + u')';
 }
 
 void section(const QString& title, const QList<const PlanItem*>& items, QTextStream& out)

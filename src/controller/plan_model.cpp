@@ -26,6 +26,14 @@ PlanReview* PlanModel::review() const
     return m_review;
 }
 
+QString PlanModel::reasonOf(const PlanItem& item)
+{
+    if (item.category != Category::duplicate || !item.keptCopy)
+        return item.reason;
+    const QString relative = QDir::home().relativeFilePath(*item.keptCopy);
+    return tr("Same as %1, which stays").arg(relative.startsWith(u"..") ? *item.keptCopy : relative);
+}
+
 int PlanModel::rowCount(const QModelIndex& parent) const
 {
     return parent.isValid() || !m_review ? 0 : int(m_review->plan().size());
@@ -48,7 +56,7 @@ QVariant PlanModel::data(const QModelIndex& index, int role) const
             return it.src.fileName();
         case Qt::ToolTipRole:
         case ReasonRole:
-            return it.reason;
+            return reasonOf(it);
         case Qt::CheckStateRole:
             return it.approved ? Qt::Checked : Qt::Unchecked;
         case IdRole:

@@ -33,7 +33,7 @@ public:
         NewNameRole, // empty when no rename is proposed
         ApprovedRole,
         RenameApprovedRole,
-        ReasonRole,
+        ReasonRole, // as reasonOf() tells it
         SuggestedProjectRole,
     };
 
@@ -48,6 +48,10 @@ public:
 
     const PlanItem& item(int row) const;
     PlanReview* review() const;
+
+    // Why an item goes where it goes, as the person reads it: a duplicate names the copy that
+    // stays, relative to the home folder.
+    static QString reasonOf(const PlanItem& item);
 
     int tabCount(PlanTab tab) const;
     int approvedCount() const;

@@ -2,6 +2,7 @@
 
 #include "common/numbers.h"
 #include "model/home_tree.h"
+#include "model/user_folders.h"
 #include "planning/planner.h"
 #include "planning/rules.h"
 #include "scan/scanner.h"
@@ -10,6 +11,7 @@
 #include "understanding/discovery.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QJsonObject>
 #include <QSet>
 
@@ -80,7 +82,7 @@ Profile learnProjects(const Request& request, const QList<ScannedItem>& items, c
 QList<ScannedItem> scan(const Request& request, const Reports& reports)
 {
     return Scanner::run(
-        request.scan,
+        scanOptions(request.profile, request.mode, request.home),
         [&reports](int found) {
             reports.status(text(QT_TRANSLATE_NOOP("RefreshPipeline", "Found %1 files")).arg(number(found)), true);
         },
@@ -131,9 +133,12 @@ Classifier classifierFor(const Request& request, const Profile& profile)
 ScanOptions scanOptions(const Profile& profile, TidyMode mode, const QString& home)
 {
     ScanOptions options;
+    options.desktop = UserFolders::path(home, UserFolders::Folder::desktop);
+    options.downloads = UserFolders::path(home, UserFolders::Folder::downloads);
     const bool narrow = mode == TidyMode::quick && profile.lastRun;
     for (const QString& folder : profile.scanFolders) {
-        if (!narrow || folder == u"Desktop" || folder == u"Downloads")
+        const QString root = QDir::cleanPath(home + u'/' + folder);
+        if (!narrow || root == options.desktop || root == options.downloads)
             options.roots.append(QUrl::fromLocalFile(home + u'/' + folder));
     }
     if (mode == TidyMode::quick)

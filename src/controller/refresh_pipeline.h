@@ -25,7 +25,7 @@ struct Request
     Profile profile;
     QString apiKey;
     TidyMode mode = TidyMode::quick;
-    ScanOptions scan;
+    QString home;
     const Clock* clock = nullptr;
     CancellationPtr cancellation;
 };
@@ -55,8 +55,9 @@ struct Outcome
     int classified = 0; // what was left after the cap and handed to the classifier
 };
 
-// What a refresh of `mode` walks: for a quick refresh after the first, only the desktop and the
-// downloads, and only what changed since; never the home base's own tree.
+// What a refresh of `mode` walks: for a quick refresh after the first, only the desktop's own
+// Desktop and Downloads folders, and only what changed since; never the home base's own tree.
+// Reads the desktop's folder settings: off the UI thread.
 ScanOptions scanOptions(const Profile& profile, TidyMode mode, const QString& home);
 
 Outcome run(const Request& request, const Reports& reports);

@@ -1,6 +1,7 @@
 #include "refresh_run.h"
 
 #include "activity.h"
+#include "model/user_folders.h"
 #include "moves.h"
 #include "plan_review.h"
 #include "platform/clock.h"
@@ -181,7 +182,7 @@ void RefreshRun::start(TidyMode mode)
     request.profile = profile;
     request.apiKey = m_preferences.apiKey();
     request.mode = mode;
-    request.scan = RefreshPipeline::scanOptions(profile, mode, QDir::homePath());
+    request.home = QDir::homePath();
     request.clock = &m_clock;
     m_cancellation = std::make_shared<Cancellation>();
     request.cancellation = m_cancellation;
@@ -285,7 +286,10 @@ void RefreshRun::refreshNewFiles()
         watcher->deleteLater();
     });
     watcher->setFuture(QtConcurrent::run([since, home] {
-        return countNewEntries(home + u"/Desktop"_s, since) + countNewEntries(home + u"/Downloads"_s, since);
+        int count = 0;
+        for (const QString& folder : UserFolders::landing(home))
+            count += countNewEntries(folder, since);
+        return count;
     }));
 }
 

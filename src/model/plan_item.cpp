@@ -41,6 +41,8 @@ QJsonObject PlanItem::toJson() const
         object.insert("suggestedProject"_L1, *suggestedProject);
     if (requestFailed)
         object.insert("requestFailed"_L1, true);
+    if (keptCopy)
+        object.insert("keptCopy"_L1, *keptCopy);
     return object;
 }
 
@@ -64,6 +66,7 @@ std::optional<PlanItem> PlanItem::fromJson(const QJsonValue& value)
     item.suggestedProject = fields.optionalText("suggestedProject"_L1);
     // Absent from plans written before it was stored: nothing failed that anyone knows of.
     item.requestFailed = value.toObject().value("requestFailed"_L1).toBool(false);
+    item.keptCopy = fields.optionalText("keptCopy"_L1);
     if (!kind || !item.src.isValid() || !item.src.isLocalFile() || !item.src.toLocalFile().startsWith(u'/'))
         fields.fail();
     if (!fields.ok())
@@ -87,5 +90,6 @@ size_t qHash(const PlanItem& item, size_t seed)
                       item.approved,
                       item.renameApproved,
                       item.suggestedProject.value_or(QString()),
-                      item.requestFailed);
+                      item.requestFailed,
+                      item.keptCopy.value_or(QString()));
 }

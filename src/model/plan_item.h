@@ -28,6 +28,8 @@ struct PlanItem
     // Asking the model about it failed, and `reason` is that failure: a fact of the refresh that
     // made the plan, stored with it, and never guessed from the reason's words.
     bool requestFailed = false;
+    // For a duplicate, the path of the identical file that stays where it is.
+    std::optional<QString> keptCopy;
 
     // The heading the review lists the item under.
     QString group() const;

@@ -2,29 +2,21 @@
 
 #include "iso_date.h"
 #include "json_fields.h"
+#include "user_folders.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonArray>
-#include <QStandardPaths>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// The desktop's name for one of its standard folders, relative to `home`: a German desktop
-// calls its desktop "Schreibtisch". The names are only known for the session's own home, and a
-// folder set to the home itself or to somewhere outside it cannot be stored relative to the
-// home, so those keep the English name.
-QString standardFolder(const QString& home, QStandardPaths::StandardLocation location, const QString& english)
+// The desktop's name for one of its standard folders. A folder the desktop switched off keeps
+// its English name: the scan folders never hold the home itself.
+QString standardFolder(const QString& home, UserFolders::Folder folder, const QString& english)
 {
-    const QString root = QDir::cleanPath(home);
-    if (root != QDir::cleanPath(QDir::homePath()))
-        return english;
-    const QString resolved = QDir::cleanPath(QStandardPaths::writableLocation(location));
-    if (!resolved.startsWith(root == u"/" ? root : root + u'/') || resolved == root)
-        return english;
-    return QDir(root).relativeFilePath(resolved);
+    return UserFolders::name(home, folder).value_or(english);
 }
 
 } // namespace
@@ -32,10 +24,10 @@ QString standardFolder(const QString& home, QStandardPaths::StandardLocation loc
 Profile Profile::defaults(const QString& home)
 {
     Profile profile;
-    const QString documents = standardFolder(home, QStandardPaths::DocumentsLocation, u"Documents"_s);
+    const QString documents = standardFolder(home, UserFolders::Folder::documents, u"Documents"_s);
     profile.homeBase = home + u'/' + documents;
-    profile.scanFolders = {standardFolder(home, QStandardPaths::DesktopLocation, u"Desktop"_s),
-                           standardFolder(home, QStandardPaths::DownloadLocation, u"Downloads"_s),
+    profile.scanFolders = {standardFolder(home, UserFolders::Folder::desktop, u"Desktop"_s),
+                           standardFolder(home, UserFolders::Folder::downloads, u"Downloads"_s),
                            documents};
     profile.model = u"claude-haiku-5-5"_s;
     return profile;

@@ -35,5 +35,6 @@ size_t qHash(const ScannedItem& item, size_t seed)
                       item.modified,
                       item.text.value_or(QString()),
                       item.whereFrom.value_or(QString()),
-                      item.junkHints);
+                      item.junkHints,
+                      item.keptCopy.value_or(QString()));
 }

@@ -23,6 +23,8 @@ struct ScannedItem
     std::optional<QString> text;
     std::optional<QString> whereFrom;
     QList<JunkHint> junkHints;
+    // For an exact duplicate, the path of the identical file that is kept.
+    std::optional<QString> keptCopy;
 
     // The path with the home folder written as "~" (for example "~/Downloads/a.png").
     QString relPath(const QString& home) const;

@@ -202,6 +202,8 @@ PlanItem planned(const ScannedItem& item,
     result.renameApproved = true;
     result.suggestedProject = hint(decision.projectHint, profile);
     result.requestFailed = decision.provenance == Provenance::failed;
+    if (decision.category == Category::duplicate)
+        result.keptCopy = item.keptCopy;
     return result;
 }
 

@@ -11,4 +11,13 @@ namespace DownloadOrigin {
 // --xattr); when absent, GIO's "metadata::download-uri" (Firefox on GNOME). Nothing otherwise.
 std::optional<QString> read(const QString& path);
 
+// The same, telling "none recorded" apart from "could not ask": `failed` when the file could
+// not be read for it (gone, unreadable, a read error), and then nothing is known either way.
+struct Lookup
+{
+    std::optional<QString> origin;
+    bool failed = false;
+};
+Lookup lookUp(const QString& path);
+
 } // namespace DownloadOrigin

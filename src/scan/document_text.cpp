@@ -39,6 +39,12 @@ struct ZipCloser
     }
 };
 
+// Errors of the file rather than of what it holds.
+bool isReadFailure(int zipError)
+{
+    return zipError == ZIP_ER_NOENT || zipError == ZIP_ER_OPEN || zipError == ZIP_ER_READ || zipError == ZIP_ER_SEEK;
+}
+
 struct ZipFileCloser
 {
     void operator()(zip_file_t* file) const
@@ -65,12 +71,12 @@ std::optional<QString> pdfText(const QString& path, int pages, qsizetype maxChar
     return text.left(maxCharacters);
 }
 
-std::optional<QByteArray> zipEntries(const QString& path, const QString& pattern, qint64 maxBytes)
+Extracted zipEntries(const QString& path, const QString& pattern, qint64 maxBytes)
 {
     int error = 0;
     const std::unique_ptr<zip_t, ZipCloser> archive(zip_open(QFile::encodeName(path).constData(), ZIP_RDONLY, &error));
     if (!archive)
-        return std::nullopt;
+        return {std::nullopt, isReadFailure(error)};
     const QRegularExpression matcher = entryPattern(pattern);
     QByteArray bytes;
     const zip_int64_t entries = zip_get_num_entries(archive.get(), 0);
@@ -79,18 +85,23 @@ std::optional<QByteArray> zipEntries(const QString& path, const QString& pattern
         if (!name || !matcher.match(QString::fromUtf8(name)).hasMatch())
             continue;
         const std::unique_ptr<zip_file_t, ZipFileCloser> file(zip_fopen_index(archive.get(), i, 0));
-        if (!file)
+        if (!file) {
+            if (isReadFailure(zip_error_code_zip(zip_get_error(archive.get()))))
+                return {std::nullopt, true};
             continue;
+        }
         char buffer[64 * 1024];
         while (bytes.size() < maxBytes) {
             const zip_uint64_t wanted = std::min<qint64>(sizeof buffer, maxBytes - bytes.size());
             const zip_int64_t got = zip_fread(file.get(), buffer, wanted);
-            if (got <= 0)
+            if (got < 0)
+                return {std::nullopt, isReadFailure(zip_error_code_zip(zip_file_get_error(file.get())))};
+            if (got == 0)
                 break;
             bytes.append(buffer, static_cast<qsizetype>(got));
         }
     }
-    return bytes;
+    return {bytes};
 }
 
 } // namespace DocumentText

@@ -12,9 +12,18 @@ namespace DocumentText {
 // Nothing when the document cannot be opened (damaged, encrypted, not a PDF).
 std::optional<QString> pdfText(const QString& path, int pages, qsizetype maxCharacters);
 
+// What came out of an office file: its bytes, or nothing when it is no zip container or a
+// matching entry is damaged. `failed` when the file itself could not be read (gone, replaced by
+// a folder, a read error): then nothing was learned about it.
+struct Extracted
+{
+    std::optional<QByteArray> bytes;
+    bool failed = false;
+};
+
 // The decompressed bytes of every entry whose name matches `pattern`, in archive order, at most
 // `maxBytes` in all: decompression stops there, so a zip bomb costs no more than an honest file.
-// An archive without a matching entry gives empty bytes; one that cannot be opened, nothing.
-std::optional<QByteArray> zipEntries(const QString& path, const QString& pattern, qint64 maxBytes);
+// An archive without a matching entry gives empty bytes; never the cut text of a failed read.
+Extracted zipEntries(const QString& path, const QString& pattern, qint64 maxBytes);
 
 } // namespace DocumentText

@@ -1,6 +1,7 @@
 #include "duplicates.h"
 
 #include "model/graphemes.h"
+#include "model/user_folders.h"
 #include "platform/file_io.h"
 
 #include <QFile>
@@ -52,13 +53,16 @@ std::optional<quint64> prefixHash(const QString& path)
         return std::nullopt;
     char buffer[kPrefixBytes];
     const qint64 got = fd.readFully(buffer, kPrefixBytes);
-    return prefixKey(QByteArrayView(buffer, std::max<qint64>(got, 0)));
+    if (got < 0)
+        return std::nullopt;
+    return prefixKey(QByteArrayView(buffer, got));
 }
 
 namespace {
 
 // Whether two files of the same size hold the same bytes. Reads both in step and stops at the
-// first difference, so files that merely share a header cost little.
+// first difference, so files that merely share a header cost little. A file that fails to read
+// equals nothing.
 bool sameContent(const QString& a, const QString& b)
 {
     const UniqueFd first = FileIo::openForReading(a);
@@ -70,7 +74,7 @@ bool sameContent(const QString& a, const QString& b)
     std::unique_ptr<char[]> right(new char[kHashChunk]);
     for (;;) {
         const qint64 got = first.readFully(left.get(), chunk);
-        if (second.readFully(right.get(), chunk) != got || memcmp(left.get(), right.get(), size_t(got)) != 0)
+        if (got < 0 || second.readFully(right.get(), chunk) != got || memcmp(left.get(), right.get(), size_t(got)) != 0)
             return false;
         if (got < chunk)
             return true;
@@ -297,13 +301,15 @@ QList<QList<qsizetype>> sameStart(QList<Key> candidates, const QList<ScannedItem
     return groups;
 }
 
-// Marks every member of one set of identical files but the kept copy: no copy-style name
-// first, then the shorter name, then the smaller path.
-void markAllButKept(QList<ScannedItem>& items, const QList<qsizetype>& set)
+// Marks every member of one set of identical files but the kept copy, and names the kept copy
+// in each of them: a copy filed outside the landing folders first, as the person put it there on
+// purpose, then no copy-style name, then the shorter name, then the smaller path.
+void markAllButKept(QList<ScannedItem>& items, const QList<qsizetype>& set, const QStringList& landing)
 {
     struct Candidate
     {
         qsizetype position;
+        bool landed;
         bool copyStyle;
         qsizetype length;
         QString path;
@@ -311,23 +317,29 @@ void markAllButKept(QList<ScannedItem>& items, const QList<qsizetype>& set)
     QList<Candidate> order;
     for (const qsizetype position : set) {
         const ScannedItem& item = items[position];
+        const QString path = item.url.toLocalFile();
         order.append({position,
+                      UserFolders::isInside(path, landing),
                       item.junkHints.contains(JunkHint::copyStyleName),
                       Graphemes::count(item.name),
-                      item.url.toLocalFile()});
+                      path});
     }
     // Listing order first, so the stable sort below is repeatable.
     std::sort(
         order.begin(), order.end(), [](const Candidate& a, const Candidate& b) { return a.position < b.position; });
     std::stable_sort(order.begin(), order.end(), [](const Candidate& a, const Candidate& b) {
+        if (a.landed != b.landed)
+            return !a.landed;
         if (a.copyStyle != b.copyStyle)
             return !a.copyStyle;
         if (a.length != b.length)
             return a.length < b.length;
         return a.path < b.path;
     });
-    for (qsizetype i = 1; i < order.size(); ++i)
+    for (qsizetype i = 1; i < order.size(); ++i) {
         items[order[i].position].junkHints.append(JunkHint::exactDuplicate);
+        items[order[i].position].keptCopy = order[0].path;
+    }
 }
 
 } // namespace
@@ -345,7 +357,9 @@ std::optional<QString> sha(const QString& path, qint64 size)
         std::unique_ptr<char[]> buffer(new char[kHashChunk]);
         for (;;) {
             const qint64 got = fd.readSome(buffer.get(), kHashChunk);
-            if (got <= 0)
+            if (got < 0)
+                return std::nullopt;
+            if (got == 0)
                 break;
             EVP_DigestUpdate(context.get(), buffer.get(), size_t(got));
         }
@@ -359,6 +373,8 @@ std::optional<QString> sha(const QString& path, qint64 size)
             // A failed seek reads from wherever the file stands, as the content key always has.
             fd.seek(offset);
             const qint64 got = fd.readFully(buffer.get(), kSampleBytes);
+            if (got < 0)
+                return std::nullopt;
             if (got > 0)
                 EVP_DigestUpdate(context.get(), buffer.get(), size_t(got));
         }
@@ -376,20 +392,20 @@ QList<std::optional<QString>> shas(const QList<std::pair<QString, qint64>>& file
         files, [](const std::pair<QString, qint64>& file) { return sha(file.first, file.second); });
 }
 
-void markDuplicates(QList<ScannedItem>& items)
+void markDuplicates(QList<ScannedItem>& items, const QStringList& landing)
 {
     QList<CachedFacts> facts(items.size());
-    markDuplicates(items, facts);
+    markDuplicates(items, facts, landing);
 }
 
-void markDuplicates(QList<ScannedItem>& items, QList<CachedFacts>& facts)
+void markDuplicates(QList<ScannedItem>& items, QList<CachedFacts>& facts, const QStringList& landing)
 {
     const QList<QList<qsizetype>> groups = sameStart(sameSize(items), items, facts);
     const QList<QList<QList<qsizetype>>> partitions = QtConcurrent::blockingMapped(
         groups, [&](const QList<qsizetype>& group) { return identicalSets(group, items, facts); });
     for (const QList<QList<qsizetype>>& partition : partitions) {
         for (const QList<qsizetype>& set : partition)
-            markAllButKept(items, set);
+            markAllButKept(items, set, landing);
     }
 }
 

@@ -4,6 +4,7 @@
 #include "kinds.h"
 #include "model/blanks.h"
 #include "model/graphemes.h"
+#include "model/user_folders.h"
 #include "platform/download_origin.h"
 #include "platform/file_io.h"
 #include "platform/thumbnailer.h"
@@ -154,37 +155,78 @@ QString clean(const QString& text)
 
 std::optional<QString> unzip(const QString& path, const QString& entryPattern)
 {
-    const std::optional<QByteArray> bytes = DocumentText::zipEntries(path, entryPattern, kZipTextBytes);
-    if (!bytes)
+    const DocumentText::Extracted extracted = DocumentText::zipEntries(path, entryPattern, kZipTextBytes);
+    if (!extracted.bytes)
         return std::nullopt;
-    return QString::fromUtf8(*bytes);
+    return QString::fromUtf8(*extracted.bytes);
 }
+
+namespace {
+
+// The entries of an office file that hold its text; empty for other extensions.
+QString officeEntries(const QString& ext)
+{
+    if (ext == u"docx")
+        return u"word/document.xml"_s;
+    if (ext == u"pptx")
+        return u"ppt/slides/slide*.xml"_s;
+    if (ext == u"xlsx")
+        return u"xl/sharedStrings.xml"_s;
+    return {};
+}
+
+struct Snippet
+{
+    std::optional<QString> text;
+    bool failed = false;
+};
+
+Snippet readSnippet(const QString& path, const QString& ext, qint64 size)
+{
+    if (size <= 0 || size >= kNoSnippetFromBytes)
+        return {};
+    if (plainTextExtensions().contains(ext)) {
+        const std::optional<QByteArray> head = FileIo::readHead(path, kPlainTextBytes);
+        if (!head)
+            return {std::nullopt, true};
+        return {clean(QString::fromUtf8(*head))};
+    }
+    std::optional<QString> text;
+    bool failed = false;
+    if (const QString entries = officeEntries(ext); !entries.isEmpty()) {
+        const DocumentText::Extracted extracted = DocumentText::zipEntries(path, entries, kZipTextBytes);
+        if (extracted.bytes)
+            text = QString::fromUtf8(*extracted.bytes);
+        failed = extracted.failed;
+    } else if (ext == u"pdf") {
+        text = DocumentText::pdfText(path, kPdfPages, kPdfTextCharacters);
+    } else {
+        return {};
+    }
+    if (text)
+        return {clean(*text)};
+    // Document readers seldom say why a file gave nothing: damaged, which is a fact about it,
+    // or unreadable, which is not. Reading the file tells them apart.
+    return {std::nullopt, failed || !FileIo::readHead(path, 1)};
+}
+
+} // namespace
 
 std::optional<QString> snippet(const QString& path, const QString& ext, qint64 size)
 {
-    if (size <= 0 || size >= kNoSnippetFromBytes)
-        return std::nullopt;
-    if (ext == u"pdf") {
-        const std::optional<QString> text = DocumentText::pdfText(path, kPdfPages, kPdfTextCharacters);
-        return text ? std::optional(clean(*text)) : std::nullopt;
-    }
-    if (plainTextExtensions().contains(ext)) {
-        const std::optional<QByteArray> head = FileIo::readHead(path, kPlainTextBytes);
-        return head ? std::optional(clean(QString::fromUtf8(*head))) : std::nullopt;
-    }
-    std::optional<QString> text;
-    if (ext == u"docx")
-        text = unzip(path, u"word/document.xml"_s);
-    else if (ext == u"pptx")
-        text = unzip(path, u"ppt/slides/slide*.xml"_s);
-    else if (ext == u"xlsx")
-        text = unzip(path, u"xl/sharedStrings.xml"_s);
-    return text ? std::optional(clean(*text)) : std::nullopt;
+    return readSnippet(path, ext, size).text;
 }
 
 std::optional<QString> whereFrom(const QString& path)
 {
     return DownloadOrigin::read(path);
+}
+
+FileEvidence fileEvidence(const QString& path, const QString& ext, qint64 size)
+{
+    const DownloadOrigin::Lookup origin = DownloadOrigin::lookUp(path);
+    const Snippet text = readSnippet(path, ext, size);
+    return {text.text, origin.origin, origin.failed || text.failed};
 }
 
 bool isTinyImage(const QString& path)
@@ -203,7 +245,7 @@ bool hasExtractedFolder(const QString& archivePath)
     return QFileInfo(archive.path() + u'/' + nameWithoutExtension(archive.fileName())).isDir();
 }
 
-QList<JunkHint> hints(const ScannedItem& item)
+QList<JunkHint> hints(const ScannedItem& item, const std::optional<QString>& downloads)
 {
     static const QRegularExpression screenshot = caseless(u"^(screen ?shot|screenshot|screen recording|cleanshot)"_s);
     static const QRegularExpression copyStyle = caseless(u"( \\(\\d+\\)| copy( \\d+)?)$"_s);
@@ -214,7 +256,8 @@ QList<JunkHint> hints(const ScannedItem& item)
     if (mayBeScreenshot && screenshot.match(item.name).hasMatch())
         result.append(JunkHint::screenshotName);
     if (item.kind == FileKind::installer
-        || (item.kind == FileKind::bundle && item.ext == u"app" && item.url.toLocalFile().contains(u"/Downloads/")))
+        || (item.kind == FileKind::bundle && item.ext == u"app" && downloads
+            && UserFolders::isInside(item.url.toLocalFile(), {*downloads})))
         result.append(JunkHint::installer);
     if (item.kind == FileKind::partial || isBrowserDownloadName(item.name))
         result.append(JunkHint::partialDownload);

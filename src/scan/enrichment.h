@@ -25,9 +25,22 @@ std::optional<QString> peek(const QString& folderPath);
 std::optional<QString> snippet(const QString& path, const QString& ext, qint64 size);
 // The address the file was downloaded from, when a browser or download tool recorded one.
 std::optional<QString> whereFrom(const QString& path);
+
+// A file's snippet and origin, as snippet() and whereFrom() give them, and whether reading
+// either failed (the file vanished or was replaced, a read gave an error): then neither says
+// anything about the file, and nothing of it may be remembered.
+struct FileEvidence
+{
+    std::optional<QString> text;
+    std::optional<QString> whereFrom;
+    bool failed = false;
+};
+FileEvidence fileEvidence(const QString& path, const QString& ext, qint64 size);
+
 // The junk hints of an item, in their fixed order (never an exact duplicate: that takes the
-// other items).
-QList<JunkHint> hints(const ScannedItem& item);
+// other items). An application counts as an installer inside `downloads`, the desktop's own
+// Downloads folder (absolute), when it has one.
+QList<JunkHint> hints(const ScannedItem& item, const std::optional<QString>& downloads = std::nullopt);
 // An image whose larger side is at most 64 pixels, or whose size cannot be read although its
 // format has a reader here (a format with none is never called tiny).
 bool isTinyImage(const QString& path);

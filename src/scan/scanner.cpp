@@ -7,6 +7,7 @@
 #include "model/home_tree.h"
 #include "model/store.h"
 #include "platform/directory_listing.h"
+#include "scan_hooks.h"
 
 #include <QDir>
 #include <QFile>
@@ -133,19 +134,28 @@ void settleFolder(Found& found, const CachedFacts* cached)
 }
 
 // Fills in the snippet or summary, origin and hints, from the cache when the file is unchanged.
-void describe(ScannedItem& item, const QString& path, CachedFacts& facts, bool cached)
+// False when a read failed: what it gave is no fact about the file.
+bool describe(
+    ScannedItem& item, const QString& path, CachedFacts& facts, bool cached, const std::optional<QString>& downloads)
 {
+    bool read = true;
     if (!cached) {
+        ScanHooks::beforeReading(path);
         if (item.kind == FileKind::folder) {
+            // A folder that can be listed always has a summary, "Empty folder" at least.
             facts.text = peek(path);
+            read = facts.text.has_value();
         } else if (!item.isDir) {
-            facts.whereFrom = whereFrom(path);
-            facts.text = snippet(path, item.ext, item.size);
+            const FileEvidence evidence = fileEvidence(path, item.ext, item.size);
+            facts.whereFrom = evidence.whereFrom;
+            facts.text = evidence.text;
+            read = !evidence.failed;
         }
     }
     item.text = facts.text;
     item.whereFrom = facts.whereFrom;
-    item.junkHints = hints(item);
+    item.junkHints = hints(item, downloads);
+    return read;
 }
 
 QString cacheFile()
@@ -180,6 +190,7 @@ struct Kept
     QList<ScannedItem> items;
     QList<CachedFacts> facts;
     QList<char> known;
+    QList<char> failed; // a read failed: nothing of the item is remembered
     QStringList paths;
 };
 
@@ -260,7 +271,11 @@ Kept keepFound(QThreadPool& pool, QList<std::optional<Found>>& examined, const Q
     qsizetype count = 0;
     for (qsizetype i = 0; i < examined.size(); ++i)
         destination[i] = examined[i] ? count++ : -1;
-    Kept kept {QList<ScannedItem>(count), QList<CachedFacts>(count), QList<char>(count), QStringList(count)};
+    Kept kept {QList<ScannedItem>(count),
+               QList<CachedFacts>(count),
+               QList<char>(count),
+               QList<char>(count),
+               QStringList(count)};
     QtConcurrent::blockingMap(&pool, indices, [&](qsizetype i) {
         std::optional<Found>& found = examined[i];
         if (!found)
@@ -278,7 +293,11 @@ Kept keepFound(QThreadPool& pool, QList<std::optional<Found>>& examined, const Q
 
 // Describing is independent per item and goes in steps of 100 over every core. Workers count
 // the steps they finish, so progress is told in order, every 100 items, on this thread.
-void describeAll(QThreadPool& pool, Kept& kept, const Progress& progress, const Cancellation* cancellation)
+void describeAll(QThreadPool& pool,
+                 Kept& kept,
+                 const ScanOptions& options,
+                 const Progress& progress,
+                 const Cancellation* cancellation)
 {
     const qsizetype count = kept.items.size();
     QSemaphore stepsDone;
@@ -288,7 +307,7 @@ void describeAll(QThreadPool& pool, Kept& kept, const Progress& progress, const 
     QFuture<void> describing = QtConcurrent::map(&pool, steps, [&](qsizetype begin) {
         const qsizetype end = std::min(begin + kProgressStep, count);
         for (qsizetype i = begin; i < end && !stopped(cancellation); ++i)
-            describe(kept.items[i], kept.paths[i], kept.facts[i], kept.known[i]);
+            kept.failed[i] = !describe(kept.items[i], kept.paths[i], kept.facts[i], kept.known[i], options.downloads);
         stepsDone.release();
     });
     for (qsizetype step = 0; step < steps.size() && !stopped(cancellation); ++step) {
@@ -301,7 +320,7 @@ void describeAll(QThreadPool& pool, Kept& kept, const Progress& progress, const 
 }
 
 // Most files are unchanged: their entries are confirmed on every core, and only the rest are
-// written into the cache one by one.
+// written into the cache one by one; a file whose reads failed is left for the next scan.
 void remember(QThreadPool& pool, EnrichmentCache& cache, const Kept& kept)
 {
     QList<char> confirmed(kept.items.size());
@@ -310,7 +329,7 @@ void remember(QThreadPool& pool, EnrichmentCache& cache, const Kept& kept)
         confirmed[i] = kept.known[i] && cache.confirm(kept.paths[i], kept.facts[i]);
     });
     for (qsizetype i = 0; i < kept.items.size(); ++i) {
-        if (!confirmed[i])
+        if (!confirmed[i] && !kept.failed[i])
             cache.put(kept.paths[i], kept.facts[i]);
     }
     cache.pruneMissing();
@@ -429,12 +448,17 @@ QList<ScannedItem> run(const ScanOptions& options, const Progress& progress, con
     examined.found.clear();
     examined.listings.clear();
 
-    describeAll(pool, kept, progress, cancellation);
+    describeAll(pool, kept, options, progress, cancellation);
     if (stopped(cancellation))
         return {};
     if (progress)
         progress(int(kept.items.size()));
-    markDuplicates(kept.items, kept.facts);
+    QStringList landing;
+    for (const std::optional<QString>& folder : {options.desktop, options.downloads}) {
+        if (folder)
+            landing.append(*folder);
+    }
+    markDuplicates(kept.items, kept.facts, landing);
     remember(pool, examined.cache, kept);
     examined.cache.save(cachePath);
     return std::move(kept.items);

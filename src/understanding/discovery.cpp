@@ -5,8 +5,10 @@
 #include "model/blanks.h"
 #include "model/graphemes.h"
 #include "model/store.h"
+#include "model/user_folders.h"
 #include "scan/enrichment.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QHash>
 #include <QJsonArray>
@@ -168,10 +170,27 @@ QString systemPrompt()
            u"yellow/blue/red stripes\", \"evidence\": \"folder 'quorrel launch', 40 files mention quorrelcards\"}]"_s;
 }
 
+namespace {
+
+// Folders every home has say nothing about the person, whether in English or in the desktop's
+// own language ("Bureau", "Téléchargements").
+QSet<QString> standardFolderNames()
+{
+    QSet<QString> names {u"Desktop"_s, u"Downloads"_s, u"Documents"_s, u"Pictures"_s, u"Movies"_s};
+    using UserFolders::Folder;
+    for (const Folder folder :
+         {Folder::desktop, Folder::downloads, Folder::documents, Folder::pictures, Folder::videos}) {
+        if (const std::optional<QString> path = UserFolders::path(QDir::homePath(), folder))
+            names.insert(QFileInfo(*path).fileName());
+    }
+    return names;
+}
+
+} // namespace
+
 QString digest(const QList<ScannedItem>& items)
 {
-    static const QSet<QString> standardFolders {
-        u"Desktop"_s, u"Downloads"_s, u"Documents"_s, u"Pictures"_s, u"Movies"_s};
+    const QSet<QString> standardFolders = standardFolderNames();
     static const QRegularExpression separators(u"[^\\p{L}\\p{N}$]+"_s);
     static const QRegularExpression integer(u"^[+-]?\\d+$"_s);
     static const QRegularExpression hex(u"^[0-9a-f]{6,}$"_s);

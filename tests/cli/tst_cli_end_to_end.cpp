@@ -322,6 +322,24 @@ private Q_SLOTS:
         QVERIFY(cli(home, {u"status"_s}).out.contains(u"Projects known: 1"_s));
     }
 
+    // The copy the person filed is the one kept, however long its name; the plan says which.
+    void filedCopyIsKeptOverItsDownload()
+    {
+        TempHome home;
+        FakeClaudeServer server;
+        serveEverything(server);
+        const QString h = home.path();
+        FileFactory::write(h + u"/Documents/Debian Policy.epub"_s, "the policy, as a book");
+        FileFactory::write(h + u"/Downloads/policy.epub"_s, "the policy, as a book");
+        QCOMPARE(cli(home, {u"setup"_s}, "sk-test\n").code, 0);
+        QCOMPARE(cli(home, {u"refresh"_s}).code, 0);
+        const QJsonArray plan = QJsonDocument::fromJson(cli(home, {u"plan"_s, u"--json"_s}).out.toUtf8()).array();
+        QCOMPARE(kindOf(plan, u"policy.epub"_s, "category"_L1), u"duplicate"_s);
+        QCOMPARE(kindOf(plan, u"policy.epub"_s, "keptCopy"_L1), h + u"/Documents/Debian Policy.epub"_s);
+        const QString shown = cli(home, {u"plan"_s}).out;
+        QVERIFY2(shown.contains(u"(Same as Documents/Debian Policy.epub, which stays)"_s), qPrintable(shown));
+    }
+
     void failuresMoveNothing()
     {
         TempHome home;

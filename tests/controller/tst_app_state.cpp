@@ -123,6 +123,57 @@ private Q_SLOTS:
         QCOMPARE(state->preferences().profile().lastRun, f.clock.now());
     }
 
+    // The desktop's own folders stand for Desktop and Downloads everywhere; one switched off by
+    // pointing it at the home is no folder of ours, and the home is never scanned for it.
+    void desktopsOwnFolders_data()
+    {
+        QTest::addColumn<QByteArray>("userDirs");
+        QTest::addColumn<QString>("desk");
+        QTest::addColumn<QString>("down");
+        QTest::newRow("French") << QByteArray("XDG_DESKTOP_DIR=\"$HOME/Bureau\"\n"
+                                              "XDG_DOWNLOAD_DIR=\"$HOME/Téléchargements\"\n")
+                                << u"Bureau"_s << u"Téléchargements"_s;
+        QTest::newRow("downloads off") << QByteArray("XDG_DESKTOP_DIR=\"$HOME/Bureau\"\nXDG_DOWNLOAD_DIR=\"$HOME/\"\n")
+                                       << u"Bureau"_s << QString();
+    }
+
+    void desktopsOwnFolders()
+    {
+        QFETCH(QByteArray, userDirs);
+        QFETCH(QString, desk);
+        QFETCH(QString, down);
+        Fixture f;
+        const QString h = f.home.path() + u'/';
+        f.home.writeFile(u".config/user-dirs.dirs"_s, userDirs);
+        f.home.saveProfile(true, {{QUuid::createUuid(), u"Quorrel"_s, QString()}});
+        const QString landed = down.isEmpty() ? desk : down; // where downloads land in this home
+        FileFactory::write(h + landed + u"/policy.epub"_s, "the same book");
+        FileFactory::write(h + u"Documents/Debian Policy.epub"_s, "the same book");
+        auto state = f.start();
+        QVERIFY(ControllerFixture::refresh(*state, TidyMode::quick));
+        // The copy filed in Documents is kept over its twin that landed.
+        QCOMPARE(f.sentPaths(), QStringList {u"~/Documents/Debian Policy.epub"_s});
+        QCOMPARE(ControllerFixture::item(*state, 0).keptCopy, h + u"Documents/Debian Policy.epub"_s); // policy.epub
+
+        state->review().discard();
+        setLastRun(*state, QDateTime::currentDateTime().addSecs(-60));
+        FileFactory::setModified(h + landed + u"/policy.epub"_s, QDateTime::currentDateTime().addDays(-2));
+        FileFactory::write(h + desk + u"/nouveau.txt"_s, "new on the desktop");
+        FileFactory::write(h + (down.isEmpty() ? u"Downloads"_s : down) + u"/facture.txt"_s, "new download");
+        FileFactory::write(h + u"loose in the home.txt"_s, "never a scan folder's");
+        const int before = f.server.requestCount();
+        QVERIFY(ControllerFixture::refresh(*state, TidyMode::quick));
+        const QString later = f.sentSince(before);
+        QVERIFY2(later.contains(u"~/"_s + desk + u"/nouveau.txt"_s), qPrintable(later));
+        QCOMPARE(later.contains(u"facture.txt"_s), !down.isEmpty());
+        QVERIFY(!later.contains(u"loose in the home"_s));
+
+        QSignalSpy counted(&state.get()->refresh(), &RefreshRun::newFilesChanged);
+        state->refresh().refreshNewFiles();
+        QVERIFY(counted.wait(5000));
+        QCOMPARE(state->refresh().newFiles(), down.isEmpty() ? 1 : 2);
+    }
+
     // The model's first pass, then the second look at what it left to the person, except when
     // only junk is wanted: nothing there is worth a stronger model's time.
     void stepsOfARefresh()

@@ -271,10 +271,12 @@ private Q_SLOTS:
         // Optional keys are left out when absent and round-trip when present.
         QVERIFY(!item->toJson().contains("newName"_L1));
         QVERIFY(!item->toJson().contains("suggestedProject"_L1));
+        QVERIFY(!item->toJson().contains("keptCopy"_L1));
         QCOMPARE(item->toJson().value("src"_L1).toString(), u"file:///Users/ann/Downloads/IMG%201.png"_s);
         PlanItem renamed = *item;
         renamed.newName = u"Quorrel card #2.png"_s;
         renamed.suggestedProject = u"Fernway"_s;
+        renamed.keptCopy = u"/home/ann/Documents/Debian Policy.epub"_s;
         renamed.size = Q_INT64_C(9007199254740993); // beyond the exact range of a double
         renamed.src = QUrl::fromLocalFile(u"/home/ann/Téléchargements/50% off?.pdf"_s);
         QCOMPARE(PlanItem::fromJson(QJsonDocument::fromJson(QJsonDocument(renamed.toJson()).toJson()).object()),

@@ -261,9 +261,10 @@ private Q_SLOTS:
         QDir().mkpath(path(u"Desktop/Installer.app"_s));
         ScannedItem app = itemAt(path(u"Downloads/Installer.app"_s), true);
         app.kind = FileKind::bundle;
-        QCOMPARE(Scanner::hints(app), QList<JunkHint> {JunkHint::installer});
+        QCOMPARE(Scanner::hints(app, path(u"Downloads"_s)), QList<JunkHint> {JunkHint::installer});
+        QCOMPARE(Scanner::hints(app), QList<JunkHint>()); // a desktop without a Downloads folder
         app.url = QUrl::fromLocalFile(path(u"Desktop/Installer.app"_s));
-        QCOMPARE(Scanner::hints(app), QList<JunkHint>());
+        QCOMPARE(Scanner::hints(app, path(u"Downloads"_s)), QList<JunkHint>());
         ScannedItem emptyFolder = itemAt(path(u"Desktop"_s), true);
         QCOMPARE(Scanner::hints(emptyFolder), QList<JunkHint>());
 

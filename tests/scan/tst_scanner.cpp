@@ -1,11 +1,13 @@
 #include "model/store.h"
 #include "scan/enrichment_cache.h"
+#include "scan/scan_hooks.h"
 #include "scan/scanner.h"
 #include "support/file_factory.h"
 #include "support/temp_home.h"
 
 #include <QDir>
 #include <QFileInfo>
+#include <QScopeGuard>
 #include <QTest>
 
 #include <dirent.h>
@@ -45,6 +47,18 @@ QStringList listingOrder(const QString& folder)
         names.append(QFile::decodeName(entry->d_name));
     ::closedir(dir);
     return names;
+}
+
+FileStamp stampOf(const QString& path)
+{
+    struct stat info
+    { };
+    if (::stat(QFile::encodeName(path).constData(), &info) != 0)
+        return {};
+    return {info.st_size,
+            qint64(info.st_mtim.tv_sec) * 1000000000 + info.st_mtim.tv_nsec,
+            info.st_ino,
+            qint64(info.st_ctim.tv_sec) * 1000000000 + info.st_ctim.tv_nsec};
 }
 
 ScanOptions optionsFor(const QStringList& roots)
@@ -221,13 +235,7 @@ private Q_SLOTS:
         EnrichmentCache cache = EnrichmentCache::load(cacheFile);
         QCOMPARE(cache.size(), 4);
         const QString plan = root + u"/plan.md"_s;
-        struct stat info
-        { };
-        QCOMPARE(::stat(QFile::encodeName(plan).constData(), &info), 0);
-        const FileStamp stamp {info.st_size,
-                               qint64(info.st_mtim.tv_sec) * 1000000000 + info.st_mtim.tv_nsec,
-                               info.st_ino,
-                               qint64(info.st_ctim.tv_sec) * 1000000000 + info.st_ctim.tv_nsec};
+        const FileStamp stamp = stampOf(plan);
         CachedFacts planted = *cache.find(plan, stamp);
         planted.text = u"from the cache"_s;
         cache.put(plan, planted);
@@ -274,6 +282,45 @@ private Q_SLOTS:
         cache = EnrichmentCache::load(cacheFile);
         QCOMPARE(cache.size(), 4);
         QVERIFY(cache.find(root + u"/notes.txt"_s, FileStamp {}) == nullptr); // a stamp that matches nothing
+    }
+
+    // Files that vanish, or give way to a folder, between the listing and the reading: nothing
+    // read of them is a fact, so none of it is remembered, and they pair with nothing.
+    void failedReadsAreNotRemembered_data()
+    {
+        QTest::addColumn<bool>("replaced");
+        QTest::newRow("vanished") << false;
+        QTest::newRow("replaced by a folder") << true;
+    }
+
+    void failedReadsAreNotRemembered()
+    {
+        QFETCH(bool, replaced);
+        TempHome home;
+        const QString root = home.path() + u"/Downloads"_s;
+        const QByteArray body(5000, 'b');
+        const QStringList names {u"a.txt"_s, u"b.txt"_s, u"c.docx"_s};
+        QList<FileStamp> stamps;
+        for (const QString& name : names) {
+            FileFactory::write(root + u'/' + name, body);
+            FileFactory::setOriginAttribute(root + u'/' + name, "https://example.org/" + name.toUtf8());
+            stamps.append(stampOf(root + u'/' + name));
+        }
+        ScanHooks::setBeforeReading([replaced](const QString& path) {
+            QFile::remove(path);
+            if (replaced)
+                QDir().mkpath(path);
+        });
+        const auto unhook = qScopeGuard([] { ScanHooks::setBeforeReading({}); });
+        const QList<ScannedItem> items = Scanner::run(optionsFor({root}));
+        QCOMPARE(items.size(), 3);
+        for (const ScannedItem& item : items) {
+            QVERIFY(item.junkHints.isEmpty());
+            QCOMPARE(item.text, std::nullopt);
+        }
+        const EnrichmentCache cache = EnrichmentCache::load(Store::dir() + u"/scan-cache.bin"_s);
+        for (qsizetype i = 0; i < names.size(); ++i)
+            QVERIFY(cache.find(root + u'/' + names[i], stamps[i]) == nullptr);
     }
 };
 

@@ -118,7 +118,8 @@ private Q_SLOTS:
         Fixture f;
         for (int i = 0; i < 230; ++i)
             f.add(u"setup-%1.deb"_s.arg(i), Category::junk, u"Brindlow Review/To Delete - Review First/Installers"_s);
-        f.add(u"notes (1).txt"_s, Category::duplicate, u"Brindlow Review/Duplicates - Review First"_s);
+        f.add(u"notes (1).txt"_s, Category::duplicate, u"Brindlow Review/Duplicates - Review First"_s).keptCopy
+            = f.home.path() + u"/Documents/notes.txt"_s;
         f.open();
 
         QStringList titles;
@@ -133,6 +134,8 @@ private Q_SLOTS:
         QCOMPARE(sections[0]->group(), u"Installers"_s); // the larger group first
         QCOMPARE(sections[1]->group(), u"Duplicates - Review First"_s);
         QCOMPARE(names(sections[1]->list()), QStringList {u"notes (1).txt"_s});
+        QCOMPARE(sections[1]->list()->model()->index(0, 0).data(Qt::ToolTipRole),
+                 u"Same as Documents/notes.txt, which stays"_s);
         QCOMPARE(sections[0]->list()->model()->rowCount(), 200);
         QVERIFY(shownTexts(*f.window).contains(u"+ 30 more like these. Use Keep all to keep the whole group."_s));
 

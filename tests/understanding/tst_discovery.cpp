@@ -41,13 +41,17 @@ class TestDiscovery : public QObject
 private Q_SLOTS:
     void digestContents()
     {
-        const QString home = u"/home/ann"_s;
+        // The desktop's own names for its folders are no evidence either.
+        TempHome french;
+        french.writeFile(u".config/user-dirs.dirs"_s, "XDG_DESKTOP_DIR=\"$HOME/Bureau\"\n");
+        const QString home = french.path();
         QList<ScannedItem> items {
             item(home + u"/Desktop/IMG_2041 quorrel-launch final.png"_s, FileKind::image),
             item(home + u"/Desktop/quorrel launch"_s, FileKind::folder),
             item(home + u"/Desktop/quorrel launch/ignored.txt"_s),
             item(home + u"/Downloads/$KSTL deck 2024 ff00aa11.pdf"_s, FileKind::pdf),
             item(home + u"/Downloads/invoice -42.pdf"_s, FileKind::pdf),
+            item(home + u"/Bureau/ignored too.txt"_s),
         };
         items[3].whereFrom = u"https://www.kstl.example/www.files/deck"_s;
         items[4].whereFrom = u"not an address"_s;
@@ -60,7 +64,7 @@ private Q_SLOTS:
         QVERIFY(digest.contains(u"Recurring words in file names (count): "_s));
         const QString words = digest.section(u"(count): "_s, 1, 1).section(u"\n\n"_s, 0, 0);
         for (const QString& word :
-             {u"quorrel (2)"_s, u"launch (2)"_s, u"$kstl (1)"_s, u"deck (1)"_s, u"invoice (1)"_s, u"ignored (1)"_s})
+             {u"quorrel (2)"_s, u"launch (2)"_s, u"$kstl (1)"_s, u"deck (1)"_s, u"invoice (1)"_s, u"ignored (2)"_s})
             QVERIFY2(words.contains(word), qPrintable(words));
         for (const QString& dropped : {u"img"_s, u"2041"_s, u"final"_s, u"ff00aa11"_s, u"2024"_s, u"-42"_s})
             QVERIFY2(!words.contains(dropped + u" ("_s), qPrintable(dropped));
