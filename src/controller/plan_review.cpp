@@ -127,6 +127,11 @@ const QList<PlanItem>& PlanReview::plan() const
     return m_plan;
 }
 
+bool PlanReview::isEdited() const
+{
+    return std::any_of(m_plan.cbegin(), m_plan.cend(), [](const PlanItem& item) { return item.edited; });
+}
+
 int PlanReview::rowOf(qint64 id) const
 {
     return m_rows.value(id, -1);
@@ -173,6 +178,7 @@ void PlanReview::edited(const QList<int>& rows)
         return;
     ++m_generation;
     for (const int row : rows) {
+        m_plan[row].edited = true;
         const qint64 id = m_plan[row].id;
         m_editedAt.insert(id, m_generation);
         m_unsubmitted.insert(id);

@@ -32,6 +32,8 @@ public:
     ~PlanReview() override;
 
     const QList<PlanItem>& plan() const;
+    // Whether the person changed anything in the plan, here or from the command line.
+    bool isEdited() const;
     // The row of an item in `plan`, or -1.
     int rowOf(qint64 id) const;
 

@@ -156,9 +156,12 @@ checkConnection(const QString& apiKey, const QString& model, const Clock* clock,
     ping.setCancellation(cancellation);
     const ClaudeAPI::Result check
         = ping.send(u"Reply with OK."_s, {QJsonObject {{"type"_L1, u"text"_s}, {"text"_L1, u"ping"_s}}}, 5);
-    if (const APIError* error = std::get_if<APIError>(&check))
-        return *error;
-    return std::nullopt;
+    const APIError* error = std::get_if<APIError>(&check);
+    if (!error)
+        return std::nullopt;
+    // An answer that is not the service's own (a sign-in page of a network, a proxy's notice)
+    // means Claude was not reached, whatever the parser makes of it.
+    return error->kind == APIError::Kind::parse ? APIError::of(APIError::Kind::transport) : *error;
 }
 
 Outcome run(const Request& request, const Reports& reports)

@@ -43,6 +43,8 @@ QJsonObject PlanItem::toJson() const
         object.insert("requestFailed"_L1, true);
     if (keptCopy)
         object.insert("keptCopy"_L1, *keptCopy);
+    if (edited)
+        object.insert("edited"_L1, true);
     return object;
 }
 
@@ -67,6 +69,7 @@ std::optional<PlanItem> PlanItem::fromJson(const QJsonValue& value)
     // Absent from plans written before it was stored: nothing failed that anyone knows of.
     item.requestFailed = value.toObject().value("requestFailed"_L1).toBool(false);
     item.keptCopy = fields.optionalText("keptCopy"_L1);
+    item.edited = value.toObject().value("edited"_L1).toBool(false);
     if (!kind || !item.src.isValid() || !item.src.isLocalFile() || !item.src.toLocalFile().startsWith(u'/'))
         fields.fail();
     if (!fields.ok())
@@ -91,5 +94,6 @@ size_t qHash(const PlanItem& item, size_t seed)
                       item.renameApproved,
                       item.suggestedProject.value_or(QString()),
                       item.requestFailed,
-                      item.keptCopy.value_or(QString()));
+                      item.keptCopy.value_or(QString()),
+                      item.edited);
 }

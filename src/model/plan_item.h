@@ -30,6 +30,9 @@ struct PlanItem
     bool requestFailed = false;
     // For a duplicate, the path of the identical file that stays where it is.
     std::optional<QString> keptCopy;
+    // The person changed it in the review (approval, name, folder, project), in the window or
+    // from the command line; a plan with such changes is not dropped without asking.
+    bool edited = false;
 
     // The heading the review lists the item under.
     QString group() const;

@@ -411,6 +411,16 @@ private Q_SLOTS:
         QCOMPARE(run.code, 1);
         QCOMPARE(run.err.trimmed(), u"Your Claude API key is missing or damaged. Run 'brindlow-cli setup'."_s);
         QCOMPARE(server.requestCount(), asked);
+
+        // A page that is not an answer, where the connection check expects one: a portal or a
+        // proxy is in the way, not Claude.
+        QCOMPARE(cli(home, {u"setup"_s}, "sk-test\n").code, 0);
+        server.setHandler([](const FakeClaudeServer::Request&) {
+            return FakeClaudeServer::Response {200, "<html>Sign in to the hotel wifi</html>", 0};
+        });
+        run = cli(home, {u"refresh"_s});
+        QCOMPARE(run.code, 1);
+        QCOMPARE(run.err.trimmed(), u"Couldn't reach Claude. Check your internet connection and try again."_s);
     }
 
     // A home base that is not inside the home is reset, and the person is told once.

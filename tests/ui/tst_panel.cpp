@@ -14,6 +14,8 @@
 
 #include <QApplication>
 #include <QMenu>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QSignalSpy>
 #include <QSystemTrayIcon>
 
@@ -261,6 +263,38 @@ private Q_SLOTS:
         QVERIFY(ControllerFixture::refresh(*f.state));
         QCOMPARE(f.view->currentPanel(), f.view->reviewReadyPanel());
         QVERIFY2(f.texts().contains(u"Claude API error 422: batch rejected"_s), qPrintable(f.texts().join(u'|')));
+    }
+
+    void notNowAsksBeforeDroppingAnEditedPlan()
+    {
+        Fixture f;
+        f.pendingPlan();
+        f.open();
+        const qint64 id = f.state->review().plan().first().id;
+        f.state->review().setApproved({id}, false);
+        QVERIFY(f.state->review().flushEdits());
+        QVERIFY(Store::loadPlan().first().edited); // kept with the plan, for the next start too
+        const auto answer = [&](const QString& button) {
+            click(control(*f.view, u"Not now"_s));
+            const auto question = [] {
+                for (QWidget* window : QApplication::topLevelWidgets()) {
+                    if (window->objectName() == u"dropPlanQuestion" && window->isVisible())
+                        return qobject_cast<QMessageBox*>(window);
+                }
+                return static_cast<QMessageBox*>(nullptr);
+            };
+            QTRY_VERIFY(question());
+            QMessageBox* ask = question();
+            QCOMPARE(ask->text(), u"Drop the plan you reviewed? Your changes to it will be lost."_s);
+            QCOMPARE(ask->defaultButton()->text(), u"Keep it"_s);
+            click(control(*ask, button));
+        };
+        answer(u"Keep it"_s);
+        QCOMPARE(f.state->activity().phase(), Phase::review);
+        QVERIFY(!Store::loadPlan().isEmpty());
+        answer(u"Drop plan"_s);
+        QCOMPARE(f.state->activity().phase(), Phase::idle);
+        QTRY_VERIFY(Store::loadPlan().isEmpty());
     }
 
     void trayIconFollowsThePhase()

@@ -14,9 +14,33 @@
 
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QMessageBox>
 #include <QVBoxLayout>
 
 using namespace Qt::Literals::StringLiterals;
+
+// A plan the person spent time on is dropped only when they say so; an untouched one at once.
+void ReviewReadyPanel::notNow()
+{
+    if (!m_parts.review.isEdited()) {
+        m_parts.review.discard();
+        return;
+    }
+    auto* ask = new QMessageBox(QMessageBox::Question,
+                                tr("Drop plan"),
+                                tr("Drop the plan you reviewed? Your changes to it will be lost."),
+                                QMessageBox::NoButton);
+    ask->setObjectName(u"dropPlanQuestion"_s);
+    ask->setAttribute(Qt::WA_DeleteOnClose);
+    QPushButton* drop = ask->addButton(tr("Drop plan"), QMessageBox::DestructiveRole);
+    QPushButton* keep = ask->addButton(tr("Keep it"), QMessageBox::RejectRole);
+    drop->setAccessibleName(drop->text());
+    keep->setAccessibleName(keep->text());
+    ask->setDefaultButton(keep);
+    ask->setEscapeButton(keep);
+    connect(drop, &QPushButton::clicked, this, [this] { m_parts.review.discard(); });
+    ask->open();
+}
 
 ReviewReadyPanel::ReviewReadyPanel(const ControllerParts& parts, QWidget* parent)
     : QWidget(parent)
@@ -53,7 +77,8 @@ ReviewReadyPanel::ReviewReadyPanel(const ControllerParts& parts, QWidget* parent
     auto* review = new PrimaryButton(tr("Review changes"), this);
     connect(review, &QPushButton::clicked, this, [this] { Q_EMIT windowRequested(u"review"_s); });
     auto* later = new SecondaryButton(tr("Not now"), this);
-    connect(later, &QPushButton::clicked, this, [this] { m_parts.review.discard(); });
+    later->setAccessibleName(later->text());
+    connect(later, &QPushButton::clicked, this, &ReviewReadyPanel::notNow);
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);

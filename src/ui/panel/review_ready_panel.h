@@ -22,6 +22,7 @@ Q_SIGNALS:
     void windowRequested(const QString& id);
 
 private:
+    void notNow();
     ControllerParts m_parts;
     PanelHeader* m_header;
     Stat* m_organize;
