@@ -2,6 +2,7 @@
 #include "platform/file_identity.h"
 #include "platform/file_mover.h"
 #include "platform/journal_file.h"
+#include "platform/process_lock.h"
 #include "support/file_factory.h"
 
 #include <QDirIterator>
@@ -9,8 +10,10 @@
 #include <QTest>
 #include <QtConcurrent>
 
+#include <csignal>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
@@ -194,6 +197,32 @@ private Q_SLOTS:
         QVERIFY(dropped.create(path(u"dropped.json"_s)));
         dropped.discard();
         QVERIFY(!FileIdentity::ofEntry(path(u"dropped.json"_s)).exists());
+    }
+
+    // A Brindlow killed while it holds the lock never keeps every other one out.
+    void lockDiesWithItsProcess()
+    {
+        QTemporaryDir dir;
+        const QString path = dir.path() + u"/busy.lock"_s;
+        int ready[2];
+        QCOMPARE(::pipe(ready), 0);
+        const pid_t holder = ::fork();
+        if (holder == 0) {
+            const ProcessLock lock = ProcessLock::tryAcquire(path);
+            const char held = lock.held() ? 'y' : 'n';
+            (void)!::write(ready[1], &held, 1);
+            ::pause();
+            ::_exit(0);
+        }
+        char held = 0;
+        QCOMPARE(::read(ready[0], &held, 1), 1);
+        QCOMPARE(held, 'y');
+        QVERIFY(!ProcessLock::tryAcquire(path).held());
+        ::kill(holder, SIGKILL);
+        ::waitpid(holder, nullptr, 0);
+        QVERIFY(ProcessLock::tryAcquire(path).held());
+        ::close(ready[0]);
+        ::close(ready[1]);
     }
 
     void renameNeverReplaces_data()
