@@ -78,6 +78,7 @@ int main(int argc, char* argv[])
     recap.renameFrom = u"IMG_20260301_101512.jpg"_s;
     recap.renameTo = u"2026-03 Harbor Fest stage at night.jpg"_s;
     recap.duplicates = 14;
+    recap.day = QDate(2026, 3, 1); // a Sunday: the pictures do not change with the day they are made
     state.moves().setRecap(recap);
     bool ok = playThrough(state, driver, folder, u"recap-"_s);
 
@@ -90,6 +91,7 @@ int main(int argc, char* argv[])
         = {{u"A project whose name goes on and on and on without ever stopping"_s, 900'000}, {u"Documents"_s, 334'567}};
     extreme.renameFrom = u"Screenshot 2026-03-01 at 10.15.12 with a very long name indeed (copy 3).png"_s;
     extreme.renameTo = u"2026-03 A very long and descriptive name for a screenshot of the festival plan.png"_s;
+    extreme.day = QDate(2026, 3, 4); // the longest day name
     state.moves().setRecap(extreme);
     ok &= playThrough(state, driver, folder, u"recap-extreme-"_s);
 
