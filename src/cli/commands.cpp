@@ -148,11 +148,16 @@ bool readyToRefresh(AppState& state, QTextStream& err)
     return true;
 }
 
-int refresh(AppState& state, TidyMode mode, QTextStream& out, QTextStream& err)
+int refresh(AppState& state, TidyMode mode, bool replace, QTextStream& out, QTextStream& err)
 {
     RefreshProgress progress(state.activity(), state.refresh(), out);
     if (!readyToRefresh(state, err))
         return kFailed;
+    // The plan may hold an hour of someone's review: only dropped when asked for by name.
+    if (!replace && !state.review().plan().isEmpty()) {
+        err << "A plan is waiting for review: apply it, or drop it with 'brindlow-cli discard'.\n";
+        return kFailed;
+    }
     state.refresh().start(mode);
     if (!state.activity().isBusy()) {
         err << VisibleText::of(state.activity().message().value_or(u"A refresh could not start."_s)) << '\n';
@@ -326,15 +331,18 @@ int status(AppState& state, QTextStream& out)
 
 int refreshCommand(const Call& call)
 {
-    if (call.args.size() > 1)
+    QStringList args = call.args;
+    const bool replace = args.removeAll(u"--replace"_s) > 0;
+    if (args.size() > 1)
         return usageError(call.err, u"choose one of --quick, --deep, --junk-only"_s);
-    const QString mode = call.args.value(0, u"--quick"_s);
+    const QString mode = args.value(0, u"--quick"_s);
     if (mode != u"--quick" && mode != u"--deep" && mode != u"--junk-only")
         return usageError(call.err, u"unknown option '"_s + mode + u"' for refresh"_s);
     return refresh(*call.state,
                    mode == u"--deep"            ? TidyMode::deep
                        : mode == u"--junk-only" ? TidyMode::junkOnly
                                                 : TidyMode::quick,
+                   replace,
                    call.out,
                    call.err);
 }
@@ -511,8 +519,9 @@ const QMap<QString, Command>& commands()
           Needs::nothing,
           [](const Call& call) { return setup(call.args, call.out, call.err); }}},
         {u"refresh"_s,
-         {u"[--quick | --deep | --junk-only]"_s,
-          u"Looks through your folders and prepares a plan (quick by default). Nothing moves until you apply it."_s,
+         {u"[--quick | --deep | --junk-only] [--replace]"_s,
+          u"Looks through your folders and prepares a plan (quick by default). Nothing moves until you apply it. "
+          u"A plan already waiting for review is kept, and the refresh refused, unless --replace drops it."_s,
           Needs::controller,
           refreshCommand}},
         {u"plan"_s,

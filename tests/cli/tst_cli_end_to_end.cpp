@@ -116,7 +116,7 @@ private Q_SLOTS:
         TempHome home;
         Run run = cli(home, {u"--help"_s});
         QCOMPARE(run.code, 0);
-        QVERIFY(run.out.contains(u"refresh [--quick | --deep | --junk-only]"_s));
+        QVERIFY(run.out.contains(u"refresh [--quick | --deep | --junk-only] [--replace]"_s));
         run = cli(home, {u"apply"_s, u"--help"_s});
         QCOMPARE(run.code, 0);
         QVERIFY(run.out.startsWith(u"Usage: brindlow-cli apply [--organize-only]"_s));
@@ -261,6 +261,10 @@ private Q_SLOTS:
         QVERIFY(run.out.contains(u"To organize: "_s));
         QVERIFY(run.out.contains(u"Claude cost for this refresh: "_s));
         QCOMPARE(Store::loadProfile().projects.size(), 1); // learned from the files
+        // Another refresh would drop the plan waiting: it has to be asked for.
+        const Run refused = cli(home, {u"refresh"_s});
+        QCOMPARE(refused.code, 1);
+        QCOMPARE(refused.err, u"A plan is waiting for review: apply it, or drop it with 'brindlow-cli discard'.\n"_s);
 
         run = cli(home, {u"plan"_s, u"--json"_s});
         QCOMPARE(run.code, 0);
@@ -318,6 +322,9 @@ private Q_SLOTS:
         QCOMPARE(run.code, 0);
         const QJsonArray junk = QJsonDocument::fromJson(cli(home, {u"plan"_s, u"--json"_s}).out.toUtf8()).array();
         QCOMPARE(junk.size(), 4);
+        run = cli(home, {u"refresh"_s, u"--replace"_s, u"--junk-only"_s});
+        QVERIFY2(run.code == 0 && run.out.contains(u"Claude cost for this refresh: "_s), qPrintable(run.err));
+        QCOMPARE(cli(home, {u"refresh"_s, u"--replace"_s, u"--deep"_s, u"--quick"_s}).code, 2);
         QCOMPARE(cli(home, {u"discard"_s}).code, 0);
         QVERIFY(cli(home, {u"status"_s}).out.contains(u"Projects known: 1"_s));
     }

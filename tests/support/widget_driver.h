@@ -1,10 +1,14 @@
 #pragma once
 
 #include <QAbstractButton>
+#include <QAction>
 #include <QCoreApplication>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QTest>
+
+#include <algorithm>
 
 // A person's way through a window: what is shown, and the controls found by their accessible
 // names, as a screen reader finds them. Only for tests that link the widgets.
@@ -47,6 +51,32 @@ inline void type(QLineEdit* field, const QString& text)
     QVERIFY2(field, "no such field");
     field->setFocus();
     QTest::keyClicks(field, text);
+}
+
+// The entries a person sees in a menu, in order.
+inline QStringList menuTexts(const QMenu& menu)
+{
+    QStringList texts;
+    for (const QAction* action : menu.actions()) {
+        if (action->isVisible() && !action->isSeparator())
+            texts.append(action->text());
+    }
+    return texts;
+}
+
+// Opens the menu, as a right click on the tray icon does, and clicks the entry of that text.
+inline void choose(QMenu* menu, const QString& text)
+{
+    QVERIFY2(menuTexts(*menu).contains(text), qPrintable(text + QStringLiteral(" is not on the menu")));
+    menu->popup(QPoint(0, 0));
+    QVERIFY(QTest::qWaitForWindowExposed(menu));
+    const QList<QAction*> actions = menu->actions();
+    QAction* action = *std::find_if(actions.cbegin(), actions.cend(), [&text](const QAction* entry) {
+        return entry->isVisible() && entry->text() == text;
+    });
+    QVERIFY2(action->isEnabled(), qPrintable(text + QStringLiteral(" is disabled")));
+    QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
+    QTRY_VERIFY(!menu->isVisible());
 }
 
 // The text of the label a screen reader knows by `accessibleName`.

@@ -303,20 +303,30 @@ private Q_SLOTS:
         f.pendingPlan();
         f.open();
         MenuBarLabel label(f.state->parts());
+        QSignalSpy windows(&label, &MenuBarLabel::windowRequested);
         QCOMPARE(label.image(), MenuBarLabel::Image::planWaiting);
+        // The menu leads to the waiting plan, and offers nothing that would drop it.
+        QMenu* menu = label.contextMenu();
+        QVERIFY(!menuTexts(*menu).contains(u"Refresh now"_s));
+        choose(menu, u"Review changes"_s);
+        QCOMPARE(windows.size(), 1);
+        QCOMPARE(windows[0][0].toString(), u"review"_s);
+        QCOMPARE(f.state->activity().phase(), Phase::review);
+        QCOMPARE(f.state->review().plan().size(), 5);
         // "Not now" drops the plan, on disk too.
         click(control(*f.view, u"Not now"_s));
         QCOMPARE(label.image(), MenuBarLabel::Image::brand);
         QCOMPARE(f.view->currentPanel(), f.view->idlePanel());
         QTRY_VERIFY(Store::loadPlan().isEmpty());
 
-        const QList<QAction*> actions = label.contextMenu()->actions();
-        QAction* refresh = *std::find_if(
-            actions.cbegin(), actions.cend(), [](const QAction* action) { return action->text() == u"Refresh now"; });
+        QVERIFY(!menuTexts(*menu).contains(u"Review changes"_s));
         f.server.setLatency(20000);
-        refresh->trigger();
+        choose(menu, u"Refresh now"_s);
         QCOMPARE(label.image(), MenuBarLabel::Image::busy);
-        QVERIFY(!refresh->isEnabled());
+        const QList<QAction*> actions = menu->actions();
+        QVERIFY(std::none_of(actions.cbegin(), actions.cend(), [](const QAction* action) {
+            return action->text() == u"Refresh now" && action->isEnabled();
+        }));
 
         QSignalSpy toggled(&label, &MenuBarLabel::panelToggled);
         Q_EMIT label.trayIcon()->activated(QSystemTrayIcon::Trigger);

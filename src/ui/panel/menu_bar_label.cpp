@@ -75,8 +75,11 @@ MenuBarLabel::MenuBarLabel(const ControllerParts& parts, QObject* parent)
     m_menu->setAccessibleName(tr("Brindlow"));
     QAction* open = m_menu->addAction(tr("Open Brindlow"));
     connect(open, &QAction::triggered, this, &MenuBarLabel::panelRequested);
+    // A refresh would drop the plan waiting for review: while one waits, the menu leads to it.
     QAction* refresh = m_menu->addAction(tr("Refresh now"));
     connect(refresh, &QAction::triggered, this, [this] { m_parts.refresh.start(TidyMode::quick); });
+    QAction* review = m_menu->addAction(tr("Review changes"));
+    connect(review, &QAction::triggered, this, [this] { Q_EMIT windowRequested(u"review"_s); });
     QAction* settings = m_menu->addAction(tr("Settings"));
     connect(settings, &QAction::triggered, this, [this] { Q_EMIT windowRequested(u"settings"_s); });
     m_menu->addSeparator();
@@ -89,10 +92,14 @@ MenuBarLabel::MenuBarLabel(const ControllerParts& parts, QObject* parent)
             Q_EMIT panelToggled(m_tray->geometry());
     });
     connect(&m_parts.activity, &Activity::phaseChanged, this, &MenuBarLabel::updateImage);
-    refresh->setEnabled(!m_parts.activity.isBusy());
-    connect(&m_parts.activity, &Activity::phaseChanged, refresh, [this, refresh] {
+    const auto followPhase = [this, refresh, review] {
+        const bool planWaits = m_parts.activity.phase() == Phase::review;
+        refresh->setVisible(!planWaits);
         refresh->setEnabled(!m_parts.activity.isBusy());
-    });
+        review->setVisible(planWaits);
+    };
+    followPhase();
+    connect(&m_parts.activity, &Activity::phaseChanged, refresh, followPhase);
     m_tray->setIcon(render(m_image));
     updateImage();
 }
