@@ -38,6 +38,14 @@ void AppState::sayWhatWasNotSaved()
     }
 }
 
+void AppState::withdrawGonePlan()
+{
+    // A refresh hides the waiting plan while it runs and shows it again when stopped: only what
+    // is left once it ends counts.
+    if (m_review.plan().isEmpty() && m_activity.phase() != Phase::scanning)
+        m_notifier->planGone();
+}
+
 AppState::~AppState() = default;
 
 void AppState::setNotifier(Notifier* notifier)
@@ -56,6 +64,8 @@ void AppState::init()
         m_notifier = new Notifier(DesktopNotifications::create(this), &m_clock, this);
     connect(m_notifier, &Notifier::clicked, this, &AppState::handleNotification);
     m_refresh.setNotifier(m_notifier);
+    connect(&m_review, &PlanReview::planReset, this, &AppState::withdrawGonePlan);
+    connect(&m_activity, &Activity::phaseChanged, this, &AppState::withdrawGonePlan);
     m_preferences.load(m_notifier);
     m_weekly.setInterval(kCheckIntervalMs);
     connect(&m_weekly, &QTimer::timeout, this, [this] {

@@ -53,6 +53,7 @@ Q_SIGNALS:
 private:
     // A change that could not be saved is the message until it is.
     void sayWhatWasNotSaved();
+    void withdrawGonePlan();
 
     const Clock& m_clock;
     Notifier* m_notifier = nullptr;

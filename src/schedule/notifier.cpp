@@ -95,3 +95,9 @@ void Notifier::planReady(int changes)
     if (m_service && m_announcesPlans)
         m_service->post(kPlanReady, u"Your fresh start is ready"_s, planReadyBody(changes));
 }
+
+void Notifier::planGone()
+{
+    if (m_service)
+        m_service->withdraw(kPlanReady);
+}

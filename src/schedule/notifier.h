@@ -27,6 +27,8 @@ public:
     // Posts the reminder when it is due and was not delivered yet this Sunday.
     void checkReminder();
     void planReady(int changes);
+    // The plan announced is gone (applied, dropped, replaced by an empty one): its notice with it.
+    void planGone();
     // Off where the person watched the refresh finish (the command line): the plan is already in
     // front of them, and a desktop notice would only repeat it.
     void setAnnouncesPlans(bool announce);

@@ -104,6 +104,16 @@ private Q_SLOTS:
         QTRY_COMPARE(f.windows, QStringList {u"review"_s});
         state->handleNotification(u"sunday-reminder"_s);
         QCOMPARE(f.windows, (QStringList {u"review"_s, u"review"_s}));
+
+        // The notice goes with its plan, applied or dropped.
+        state->moves().apply(true);
+        QVERIFY(ControllerFixture::waitForMove(*state));
+        QTRY_COMPARE(service.closed, QList<uint> {service.shown[0].id});
+        FileFactory::write(f.home.path() + u"/Downloads/form 3.txt"_s, "form");
+        QVERIFY(ControllerFixture::refresh(*state, TidyMode::deep));
+        QTRY_COMPARE(service.shown.size(), 2);
+        state->review().discard();
+        QTRY_COMPARE(service.closed, (QList<uint> {service.shown[0].id, service.shown[1].id}));
         QCOMPARE(Notifier::planReadyBody(1234), u"1,234 changes are waiting. Nothing moves until you say so."_s);
     }
 
