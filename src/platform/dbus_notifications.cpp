@@ -31,25 +31,33 @@ void DBusNotifications::post(const QString& identifier, const QString& title, co
          << QStringList {u"default"_s, u"Open"_s} << hints << qint32(-1);
     // Asynchronous, so that a slow or missing service never holds up the program.
     auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, identifier, title, body] {
+    const quint64 serial = ++m_posts;
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, serial, identifier, title, body] {
         const QDBusPendingReply<uint> reply = *watcher;
         watcher->deleteLater();
+        const bool withdrawn = m_withdrawnUpTo.value(identifier, 0) >= serial;
         if (reply.isError()) {
             if (unavailable && !std::exchange(m_saidUnavailable, true))
                 unavailable();
-            if (fallback)
+            if (fallback && !withdrawn)
                 fallback(identifier, title, body);
-            return;
+        } else if (withdrawn) {
+            close(reply.value());
+        } else {
+            m_shown.insert(identifier, reply.value());
         }
-        m_shown.insert(identifier, reply.value());
     });
 }
 
 void DBusNotifications::withdraw(const QString& identifier)
 {
-    const uint id = m_shown.take(identifier);
-    if (id == 0)
-        return;
+    m_withdrawnUpTo.insert(identifier, m_posts);
+    if (const uint id = m_shown.take(identifier))
+        close(id);
+}
+
+void DBusNotifications::close(uint id)
+{
     QDBusMessage call = QDBusMessage::createMethodCall(kService, kPath, kService, u"CloseNotification"_s);
     call << id;
     QDBusConnection::sessionBus().asyncCall(call);

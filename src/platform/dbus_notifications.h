@@ -30,6 +30,11 @@ private Q_SLOTS:
     void onClosed(uint id, uint reason);
 
 private:
+    void close(uint id);
+
     QHash<QString, uint> m_shown; // identifier -> the service's id
+    // The service answers a post later: a notice withdrawn before its answer came is closed then.
+    quint64 m_posts = 0;
+    QHash<QString, quint64> m_withdrawnUpTo; // identifier -> the last post withdrawn
     bool m_saidUnavailable = false;
 };
