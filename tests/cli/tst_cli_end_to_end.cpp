@@ -425,7 +425,7 @@ private Q_SLOTS:
         server.setHandler([](const FakeClaudeServer::Request&) {
             return FakeClaudeServer::Response {200, "<html>Sign in to the hotel wifi</html>", 0};
         });
-        run = cli(home, {u"refresh"_s});
+        run = cli(home, {u"refresh"_s, u"--replace"_s}); // the plan of what failed still waits
         QCOMPARE(run.code, 1);
         QCOMPARE(run.err.trimmed(), u"Couldn't reach Claude. Check your internet connection and try again."_s);
     }
