@@ -6,7 +6,6 @@
 #include "controller/refresh_run.h"
 #include "model/plan_tab.h"
 #include "panel_header.h"
-#include "refusal_line.h"
 #include "stat.h"
 #include "ui/theme/card.h"
 #include "ui/theme/primary_button.h"
@@ -89,7 +88,6 @@ ReviewReadyPanel::ReviewReadyPanel(const ControllerParts& parts, QWidget* parent
     layout->addWidget(m_message);
     layout->addWidget(review);
     layout->addWidget(later);
-    layout->addWidget(new RefusalLine(m_parts.activity, this));
     layout->addStretch(1);
 
     connect(&m_parts.review, &PlanReview::planChanged, this, &ReviewReadyPanel::refresh);
