@@ -1,4 +1,5 @@
 #include "model/store.h"
+#include "platform/process_lock.h"
 #include "support/controller_fixture.h"
 #include "support/manual_animation_driver.h"
 #include "support/plan_factory.h"
@@ -198,6 +199,13 @@ private Q_SLOTS:
         // Undo shows the files going back on the progress panel, full, then the result.
         QSignalSpy back(&f.state.get()->moves(), &Moves::finished);
         QTRY_VERIFY(f.state->moves().canUndo());
+        {
+            // Another Brindlow busy: the done panel says so where the undo was asked for.
+            const ProcessLock other = ProcessLock::tryAcquire(Store::dir() + u"/busy.lock"_s);
+            click(control(*f.view, u"Undo last refresh"_s));
+            QCOMPARE(f.state->activity().phase(), Phase::done);
+            QVERIFY(f.texts().contains(Activity::otherProcessBusyText()));
+        }
         click(control(*f.view, u"Undo last refresh"_s));
         QCOMPARE(f.state->activity().phase(), Phase::applying);
         QCOMPARE(f.view->currentPanel(), f.view->scanningPanel());
