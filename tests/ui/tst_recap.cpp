@@ -165,6 +165,16 @@ private Q_SLOTS:
         QCOMPARE(f.view().currentSlide(), Slide::clear); // the button is not a click on the slide
     }
 
+    void undoneRecapCloses()
+    {
+        Fixture f;
+        f.state->moves().setRecap(recapOf(15, {{u"Documents"_s, 15}}, 0, 0));
+        f.window.show();
+        QVERIFY(f.window.isVisible());
+        f.state->moves().setRecap(std::nullopt); // what an undo of its apply does
+        QVERIFY(!f.window.isVisible());
+    }
+
     void waitsBeforeMovingOnButNeverLeavesTheFinale()
     {
         Fixture f;

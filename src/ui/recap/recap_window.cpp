@@ -28,6 +28,11 @@ RecapWindow::RecapWindow(Preferences& preferences, Moves& moves, QWidget* parent
     layout->addWidget(m_view);
 
     connect(m_view, &RecapView::doneRequested, this, &QWidget::close);
+    // An undo took the files back: a recap of their new homes would no longer be true.
+    connect(&m_moves, &Moves::recapChanged, this, [this] {
+        if (!m_moves.recap() && isVisible())
+            close();
+    });
     connect(m_view, &RecapView::homeFolderRequested, this, [this] { m_open(m_preferences.profile().homeBase); });
     connect(m_view, &RecapView::reviewFolderRequested, this, [this] {
         m_open(m_preferences.profile().homeBase + u'/' + HomeTree::review());
