@@ -41,7 +41,8 @@ const QSet<QString>& plainTextExtensions()
                                            u"yml"_s,
                                            u"yaml"_s,
                                            u"svg"_s,
-                                           u"sol"_s};
+                                           u"sol"_s,
+                                           u"desktop"_s};
     return extensions;
 }
 
@@ -172,6 +173,8 @@ QString officeEntries(const QString& ext)
         return u"ppt/slides/slide*.xml"_s;
     if (ext == u"xlsx")
         return u"xl/sharedStrings.xml"_s;
+    if (ext == u"odt" || ext == u"ods" || ext == u"odp")
+        return u"content.xml"_s;
     return {};
 }
 
@@ -245,6 +248,30 @@ bool hasExtractedFolder(const QString& archivePath)
     return QFileInfo(archive.path() + u'/' + nameWithoutExtension(archive.fileName())).isDir();
 }
 
+namespace {
+
+// A program that runs as it is, where it is: once it has been put where it belongs, it is no
+// leftover. Only in Downloads, where it arrived, is it an installer still to be dealt with.
+bool runsWhereItIs(const ScannedItem& item)
+{
+    return (item.kind == FileKind::bundle && item.ext == u"app")
+        || (item.kind == FileKind::installer && item.ext == u"appimage");
+}
+
+bool isLeftoverInstaller(const ScannedItem& item, const std::optional<QString>& downloads)
+{
+    if (!runsWhereItIs(item))
+        return item.kind == FileKind::installer;
+    return downloads && UserFolders::isInside(item.url.toLocalFile(), {*downloads});
+}
+
+bool isDiskImage(const QString& ext)
+{
+    return ext == u"img" || ext == u"qcow2";
+}
+
+} // namespace
+
 QList<JunkHint> hints(const ScannedItem& item, const std::optional<QString>& downloads)
 {
     static const QRegularExpression screenshot = caseless(u"^(screen ?shot|screenshot|screen recording|cleanshot)"_s);
@@ -255,16 +282,14 @@ QList<JunkHint> hints(const ScannedItem& item, const std::optional<QString>& dow
     const bool mayBeScreenshot = first.toLower() == u's' || first == QChar(0x017F) || first.toLower() == u'c';
     if (mayBeScreenshot && screenshot.match(item.name).hasMatch())
         result.append(JunkHint::screenshotName);
-    if (item.kind == FileKind::installer
-        || (item.kind == FileKind::bundle && item.ext == u"app" && downloads
-            && UserFolders::isInside(item.url.toLocalFile(), {*downloads})))
+    if (isLeftoverInstaller(item, downloads))
         result.append(JunkHint::installer);
     if (item.kind == FileKind::partial || isBrowserDownloadName(item.name))
         result.append(JunkHint::partialDownload);
     if (!item.isDir && item.size == 0)
         result.append(JunkHint::emptyFile);
     if (item.kind == FileKind::archive) {
-        if (hasExtractedFolder(item.url.toLocalFile()))
+        if (!isDiskImage(item.ext) && hasExtractedFolder(item.url.toLocalFile()))
             result.append(JunkHint::alreadyExtractedArchive);
     } else if (item.kind == FileKind::image && item.size >= 1 && item.size <= kTinyImageMaxBytes) {
         if (isTinyImage(item.url.toLocalFile()))

@@ -38,8 +38,8 @@ struct FileEvidence
 FileEvidence fileEvidence(const QString& path, const QString& ext, qint64 size);
 
 // The junk hints of an item, in their fixed order (never an exact duplicate: that takes the
-// other items). An application counts as an installer inside `downloads`, the desktop's own
-// Downloads folder (absolute), when it has one.
+// other items). An application, or an AppImage, counts as an installer only inside
+// `downloads`, the desktop's own Downloads folder (absolute), when it has one.
 QList<JunkHint> hints(const ScannedItem& item, const std::optional<QString>& downloads = std::nullopt);
 // An image whose larger side is at most 64 pixels, or whose size cannot be read although its
 // format has a reader here (a format with none is never called tiny).

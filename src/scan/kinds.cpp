@@ -21,14 +21,22 @@ constexpr Row kRows[] = {
     {FileKind::design,
      u"psd psb ai indd sketch fig xd afdesign afphoto afpub eps aep aepx prproj drp blend c4d obj fbx glb gltf stl "
      u"procreate xcf kra clip lottie"},
-    {FileKind::doc, u"doc docx pages rtf rtfd odt txt md markdown"},
+    {FileKind::doc, u"doc docx pages rtf rtfd odt txt md markdown epub"},
     {FileKind::sheet, u"xls xlsx numbers csv tsv ods"},
     {FileKind::slides, u"ppt pptx key odp"},
-    {FileKind::archive, u"zip rar 7z tar gz tgz bz2 xz"},
-    {FileKind::installer, u"dmg pkg mpkg iso"},
-    {FileKind::code, u"py js ts tsx jsx html htm css json sol rs go java swift kt c cpp h sh yml yaml toml ipynb"},
+    // Disk images hold a whole file system, so they sit with the archives; unlike the archives
+    // above, nobody unpacks them into a folder beside them.
+    {FileKind::archive, u"zip rar 7z tar gz tgz bz2 xz img qcow2"},
+    // Packages for this computer and, downloaded for another one, for Windows. An AppImage is the
+    // program itself: it counts as a leftover installer only in Downloads (see Scanner::hints).
+    {FileKind::installer, u"dmg pkg mpkg iso deb rpm flatpakref flatpak snap run msi exe appimage"},
+    // Launchers, Python wheels and Java archives are code in all but name.
+    {FileKind::code,
+     u"py js ts tsx jsx html htm css json sol rs go java swift kt c cpp h sh yml yaml toml ipynb desktop whl jar"},
     {FileKind::font, u"ttf otf woff woff2"},
     {FileKind::partial, u"crdownload part download partial tmp"},
+    // Known, but no kind fits: a torrent is neither the download it names nor an archive of it.
+    {FileKind::other, u"torrent"},
 };
 
 constexpr QStringView kBundleExtensions

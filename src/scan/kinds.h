@@ -10,7 +10,7 @@
 // read-only by every thread.
 namespace Kinds {
 
-// Lower-case extension without the dot -> kind (130 extensions).
+// Lower-case extension without the dot -> kind (147 extensions).
 const QHash<QString, FileKind>& map();
 // Folder extensions whose folders are one document, library or application (25).
 const QSet<QString>& bundleExtensions();

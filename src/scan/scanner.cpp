@@ -427,8 +427,13 @@ const QStringList& projectMarkers()
 
 bool isBrowserDownloadName(const QString& name)
 {
+    // Each browser writes an unfinished download to a hidden temporary named after itself: its
+    // application id on macOS, a fixed name per browser on Linux (Chrome, Edge, Brave, Opera and
+    // Vivaldi; Chromium and the builds without a brand of their own use Chromium's), followed by
+    // the random part. No other hidden name is a download.
     static const QRegularExpression pattern(
-        u"^\\.com\\.(brave\\.Browser|google\\.Chrome|microsoft\\.edgemac|apple\\.Safari)\\."_s,
+        u"^\\.(com\\.(brave\\.Browser|google\\.Chrome|microsoft\\.edgemac|microsoft\\.Edge|apple\\.Safari"
+        u"|opera\\.Opera|operasoftware\\.Opera|vivaldi\\.Vivaldi)|org\\.chromium\\.Chromium)\\.[^/]+$"_s,
         QRegularExpression::CaseInsensitiveOption);
     // Only hidden names can match, and most names are not hidden.
     return name.startsWith(u'.') && pattern.match(name).hasMatch();

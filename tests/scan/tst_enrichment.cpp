@@ -157,6 +157,17 @@ private Q_SLOTS:
         FileFactory::zip(path(u"budget.xlsx"_s),
                          {{u"xl/sharedStrings.xml"_s, "<sst><si><t>Rent</t></si><si><t>Food</t></si></sst>"}});
         QCOMPARE(Scanner::snippet(path(u"budget.xlsx"_s), u"xlsx"_s, 100), u"Rent Food"_s);
+        // OpenDocument keeps a file's text in content.xml whatever the kind; styles.xml beside it
+        // and a picture's XML deeper down are not its text.
+        for (const QString& ext : {u"odt"_s, u"ods"_s, u"odp"_s}) {
+            FileFactory::zip(
+                path(u"plan."_s + ext),
+                {{u"mimetype"_s, "application/vnd.oasis.opendocument"},
+                 {u"styles.xml"_s, "<office:styles>Heading style</office:styles>"},
+                 {u"content.xml"_s, "<office:text><text:p>Trip to</text:p><text:p>Lyon</text:p></office:text>"},
+                 {u"Objects/content.xml"_s, "<x>chart</x>"}});
+            QCOMPARE(Scanner::snippet(path(u"plan."_s + ext), ext, 100), u"Trip to Lyon"_s);
+        }
         FileFactory::zip(path(u"empty.docx"_s), {{u"other.xml"_s, "<x>nothing</x>"}});
         QCOMPARE(Scanner::snippet(path(u"empty.docx"_s), u"docx"_s, 100), QString());
         FileFactory::write(path(u"fake.docx"_s), "not a zip at all");

@@ -1,4 +1,7 @@
+#include "model/home_tree.h"
 #include "model/store.h"
+#include "planning/rules.h"
+#include "scan/enrichment.h"
 #include "scan/enrichment_cache.h"
 #include "scan/scan_hooks.h"
 #include "scan/scanner.h"
@@ -321,6 +324,102 @@ private Q_SLOTS:
         const EnrichmentCache cache = EnrichmentCache::load(Store::dir() + u"/scan-cache.bin"_s);
         for (qsizetype i = 0; i < names.size(); ++i)
             QVERIFY(cache.find(root + u'/' + names[i], stamps[i]) == nullptr);
+    }
+
+    // Every installer a Linux Downloads folder collects, and what only looks like one, scanned from
+    // real files: the kind, the hint, and whether the rules set it aside. Beside each file lies a
+    // folder of its name, as if it had been unpacked, which must not make a disk image junk.
+    void everyInstallerGetsTheHint_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("folder");
+        QTest::addColumn<FileKind>("kind");
+        QTest::addColumn<bool>("hint");
+        const QString down = u"Downloads"_s;
+        const QString desk = u"Desktop"_s;
+        const FileKind installer = FileKind::installer;
+        QTest::newRow("deb") << u"brindlow_0.1.0_amd64.deb"_s << down << installer << true;
+        QTest::newRow("upper-case deb") << u"GAME.DEB"_s << down << installer << true;
+        QTest::newRow("rpm") << u"tool-1.0-1.x86_64.Rpm"_s << down << installer << true;
+        QTest::newRow("flatpakref") << u"org.example.App.flatpakref"_s << down << installer << true;
+        QTest::newRow("flatpak") << u"app.flatpak"_s << down << installer << true;
+        QTest::newRow("snap") << u"tool_1.0_amd64.snap"_s << down << installer << true;
+        QTest::newRow("run") << u"driver-550.run"_s << down << installer << true;
+        QTest::newRow("msi, for another computer") << u"Setup.MSI"_s << down << installer << true;
+        QTest::newRow("exe, for another computer") << u"setup.exe"_s << down << installer << true;
+        QTest::newRow("iso, anywhere") << u"distro-24.04-amd64.iso"_s << desk << installer << true;
+        QTest::newRow("dmg, anywhere") << u"Old.dmg"_s << desk << installer << true;
+        QTest::newRow("AppImage in Downloads") << u"Editor-1.2-x86_64.AppImage"_s << down << installer << true;
+        QTest::newRow("upper-case AppImage in Downloads") << u"EDITOR.APPIMAGE"_s << down << installer << true;
+        QTest::newRow("AppImage on the Desktop") << u"Editor-1.2-x86_64.appimage"_s << desk << installer << false;
+        QTest::newRow("disk image") << u"raspios.img"_s << down << FileKind::archive << false;
+        QTest::newRow("virtual machine disk") << u"debian.qcow2"_s << down << FileKind::archive << false;
+        QTest::newRow("launcher") << u"Editor.desktop"_s << desk << FileKind::code << false;
+        QTest::newRow("torrent") << u"distro.iso.torrent"_s << down << FileKind::other << false;
+        QTest::newRow("wheel") << u"numpy-2.0-cp312-manylinux.whl"_s << down << FileKind::code << false;
+        QTest::newRow("java archive") << u"server.jar"_s << down << FileKind::code << false;
+        QTest::newRow("ebook") << u"novel.epub"_s << down << FileKind::doc << false;
+        QTest::newRow("spreadsheet") << u"budget.ods"_s << down << FileKind::sheet << false;
+    }
+
+    void everyInstallerGetsTheHint()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, folder);
+        QFETCH(FileKind, kind);
+        QFETCH(bool, hint);
+        TempHome home;
+        const QString downloads = home.path() + u"/Downloads"_s;
+        FileFactory::write(home.path() + u'/' + folder + u'/' + name, "package bytes");
+        QVERIFY(QDir().mkpath(home.path() + u'/' + folder + u'/' + Scanner::nameWithoutExtension(name)));
+        ScanOptions options = optionsFor({home.path() + u"/Desktop"_s, downloads});
+        options.downloads = downloads;
+
+        const QList<ScannedItem> items = Scanner::run(options);
+        const ScannedItem* item = find(items, name);
+        QVERIFY(item);
+        QCOMPARE(item->kind, kind);
+        QCOMPARE(item->junkHints, hint ? QList<JunkHint> {JunkHint::installer} : QList<JunkHint>());
+        const std::optional<Decision> junk = Rules::junkDecision(*item, false);
+        QCOMPARE(junk.has_value(), hint);
+        if (junk)
+            QCOMPARE(junk->sub, std::optional(HomeTree::installers()));
+        QVERIFY(!Rules::junkDecision(*item, true));
+    }
+
+    // Browsers on Linux name an unfinished download after themselves, hidden, with a random end;
+    // the walk takes exactly those among the hidden names.
+    void hiddenPartialDownloadsOfEveryBrowser_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<bool>("taken");
+        QTest::newRow("Chrome") << u".com.google.Chrome.a1B2c3"_s << true;
+        QTest::newRow("Chromium and unbranded builds") << u".org.chromium.Chromium.Xy9Zq0"_s << true;
+        QTest::newRow("Edge") << u".com.microsoft.Edge.QjS9aV"_s << true;
+        QTest::newRow("Brave") << u".com.brave.Browser.ABCdef"_s << true;
+        QTest::newRow("Opera") << u".com.opera.Opera.k2L3m4"_s << true;
+        QTest::newRow("Vivaldi") << u".com.vivaldi.Vivaldi.p0O9i8"_s << true;
+        QTest::newRow("Edge on a Mac disk") << u".com.microsoft.edgemac.QjS9aV"_s << true;
+        QTest::newRow("any case") << u".ORG.CHROMIUM.CHROMIUM.abc"_s << true;
+        QTest::newRow("no random part") << u".org.chromium.Chromium"_s << false;
+        QTest::newRow("nothing after the dot") << u".org.chromium.Chromium."_s << false;
+        QTest::newRow("a longer browser name") << u".org.chromium.ChromiumX.abc"_s << false;
+        QTest::newRow("another maker's id") << u".com.google.Chromebook.abc"_s << false;
+        QTest::newRow("two dots first") << u"..com.google.Chrome.abc"_s << false;
+        QTest::newRow("a settings file") << u".bash_history"_s << false;
+    }
+
+    void hiddenPartialDownloadsOfEveryBrowser()
+    {
+        QFETCH(QString, name);
+        QFETCH(bool, taken);
+        TempHome home;
+        const QString downloads = home.path() + u"/Downloads"_s;
+        FileFactory::write(downloads + u'/' + name, "half a download");
+        const QList<ScannedItem> items = Scanner::run(optionsFor({downloads}));
+        QCOMPARE(namesOf(items), taken ? QStringList {name} : QStringList());
+        if (taken)
+            QCOMPARE(items.first().junkHints, QList<JunkHint> {JunkHint::partialDownload});
     }
 };
 

@@ -5,6 +5,20 @@
 
 #include <QVBoxLayout>
 
+namespace {
+
+// Each platform names the installers its people download.
+QString installersDetail()
+{
+#ifdef Q_OS_MACOS
+    return PreferenceRows::tr("Otherwise old .dmg and .pkg files go to Clear out for you to review.");
+#else
+    return PreferenceRows::tr("Otherwise old .deb, .rpm and AppImage files go to Clear out for you to review.");
+#endif
+}
+
+} // namespace
+
 PreferenceRows::PreferenceRows(Preferences& preferences, QWidget* parent)
     : QWidget(parent)
     , m_preferences(preferences)
@@ -12,8 +26,7 @@ PreferenceRows::PreferenceRows(Preferences& preferences, QWidget* parent)
                              tr("IMG_4821.png → \"Quorrel - holographic dragon card art.png\", named by what's "
                                 "actually in the file."),
                              this))
-    , m_installers(new ToggleRow(
-          tr("Keep app installers"), tr("Otherwise old .dmg and .pkg files go to Clear out for you to review."), this))
+    , m_installers(new ToggleRow(tr("Keep app installers"), installersDetail(), this))
     , m_sundayReset(new ToggleRow(tr("Sunday Reset"),
                                   tr("Every Sunday at 9 AM, Brindlow sorts the files you saved that week (in Downloads "
                                      "and on your Desktop) and sends you a notification when it's ready. You review "
