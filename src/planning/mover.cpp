@@ -1,6 +1,7 @@
 #include "mover.h"
 
 #include "model/graphemes.h"
+#include "model/home_tree.h"
 #include "model/store.h"
 #include "move_log.h"
 #include "move_logs.h"
@@ -67,8 +68,12 @@ QString freeFrom(const QString& wanted, int counter)
     const QFileInfo info(wanted);
     const QString folder = info.path();
     const QString name = info.fileName();
-    const QString stem = Scanner::nameWithoutExtension(name);
-    const QString ext = stem.size() < name.size() ? name.mid(stem.size() + 1) : QString();
+    // A name that ends in a dot ("draft.", "...") has no extension to keep apart: the whole name
+    // is the stem, or the dot would be lost on the way.
+    const QString cut = Scanner::nameWithoutExtension(name);
+    const bool hasExt = cut.size() < name.size() && !name.endsWith(u'.');
+    const QString stem = hasExt ? cut : name;
+    const QString ext = hasExt ? name.mid(cut.size() + 1) : QString();
     for (;; ++counter) {
         const QString candidate = folder + u'/' + candidateName(stem, counter, ext);
         if (!exists(candidate))
@@ -236,6 +241,21 @@ QString stopText(const Run& run)
               .arg(Store::logsDir(), run.log.error());
 }
 
+// What is set aside for review is there for the person to look through, in a file manager that
+// hides dot-files: a hidden name loses its leading dots there. The log keeps the name it had, so
+// undo brings that back.
+QString nameInDestination(const Run& run, const QString& destination, const QString& name)
+{
+    const QString review = run.base + u'/' + HomeTree::review();
+    if (destination != review && !destination.startsWith(review + u'/'))
+        return name;
+    qsizetype dots = 0;
+    while (dots < name.size() && name[dots] == u'.')
+        ++dots;
+    // A name of dots alone would have nothing left; it keeps them.
+    return dots < name.size() ? name.sliced(dots) : name;
+}
+
 // Moves one item; false when the apply has to stop because its log failed.
 bool applyItem(Run& run, const PlanItem& item)
 {
@@ -247,7 +267,7 @@ bool applyItem(Run& run, const PlanItem& item)
     }
     const bool rename = run.options.includeRenames && item.renameApproved && item.newName && !item.newName->isEmpty()
         && !item.newName->contains(u'/') && *item.newName != u"." && *item.newName != u"..";
-    const QString name = rename ? *item.newName : QFileInfo(source).fileName();
+    const QString name = nameInDestination(run, destination, rename ? *item.newName : QFileInfo(source).fileName());
     bool made = false;
     if (!makeFolders(run, destination, made)) {
         run.result.stoppedBecause = stopText(run);

@@ -8,6 +8,7 @@
 #include "support/temp_home.h"
 #include "support/tmpfs_mount.h"
 
+#include <QCryptographicHash>
 #include <QDir>
 #include <QDirIterator>
 #include <QFileInfo>
@@ -132,6 +133,11 @@ private Q_SLOTS:
         QCOMPARE(Mover::freePath(d + u"/report.pdf"_s), d + u"/report (3).pdf"_s);
         FileFactory::write(d + u"/Makefile"_s, "m");
         QCOMPARE(Mover::freePath(d + u"/Makefile"_s), d + u"/Makefile (2)"_s);
+        // A name that ends in a dot keeps it, taken or not.
+        QCOMPARE(Mover::freePath(d + u"/draft."_s), d + u"/draft."_s);
+        FileFactory::write(d + u"/draft."_s, "d");
+        QCOMPARE(Mover::freePath(d + u"/draft."_s), d + u"/draft. (2)"_s);
+        QCOMPARE(Mover::freePath(d + u"/..."_s), d + u"/..."_s);
         FileFactory::write(d + u"/a.tar.gz"_s, "a");
         QCOMPARE(Mover::freePath(d + u"/a.tar.gz"_s), d + u"/a.tar (2).gz"_s);
         // A dangling link is something too.
@@ -690,6 +696,67 @@ private Q_SLOTS:
         QCOMPARE(FileFactory::contents(docs + u"/Old Stuff/letter.txt"_s), QByteArray("letter"));
         QCOMPARE(FileFactory::contents(docs + u"/note.txt"_s), QByteArray("note"));
         QCOMPARE(foldersUnder(docs), foldersBefore);
+    }
+
+    // What is set aside for review shows in the review folder, even a hidden file: it goes there
+    // without its leading dots, which is no rename, and undo gives every byte back under its
+    // hidden name. Filed anywhere else, a hidden name stays hidden.
+    void hiddenNamesShowInTheReviewFolder()
+    {
+        TempHome home;
+        const QString base = home.path() + u"/Documents"_s;
+        const QString down = home.path() + u"/Downloads"_s;
+        const QString review = u"Brindlow Review/To Delete - Review First/Unfinished downloads"_s;
+        struct Case
+        {
+            QString name;
+            QString destFolder;
+            QString landed; // below the home base
+        };
+        const QList<Case> cases {
+            {u".org.chromium.Chromium.Xy9Zq0"_s, review, review + u"/org.chromium.Chromium (2).Xy9Zq0"_s},
+            {u".com.google.Chrome.a1B2c3"_s, review, review + u"/com.google.Chrome.a1B2c3"_s},
+            {u"..twice"_s, u"Brindlow Review/Needs You"_s, u"Brindlow Review/Needs You/twice"_s},
+            {u"..."_s, review, review + u"/..."_s},
+            {u".kept.txt"_s, u"Personal"_s, u"Personal/.kept.txt"_s},
+            {u".almost.txt"_s, u"Brindlow Reviews"_s, u"Brindlow Reviews/.almost.txt"_s},
+        };
+        // A visible file already has the name the first one would take.
+        FileFactory::write(base + u'/' + review + u"/org.chromium.Chromium.Xy9Zq0"_s, "an older one");
+        QList<PlanItem> plan;
+        QHash<QString, QByteArray> sums;
+        for (const Case& c : cases) {
+            const QByteArray bytes = QCryptographicHash::hash(c.name.toUtf8(), QCryptographicHash::Md5).repeated(500);
+            FileFactory::write(down + u'/' + c.name, bytes);
+            sums.insert(c.name, QCryptographicHash::hash(bytes, QCryptographicHash::Sha256));
+            plan.append(planned(down + u'/' + c.name, c.destFolder, Category::junk));
+            plan.last().kind = FileKind::other;
+        }
+
+        const ApplyResult result = Mover::apply(plan, options(base, {down}));
+        QCOMPARE(result.moved, int(cases.size()));
+        QCOMPARE(result.renamed, 0);
+        const QList<MoveRecord> records = MoveLog::read(result.log)->records;
+        QCOMPARE(records.size(), cases.size());
+        for (qsizetype i = 0; i < cases.size(); ++i) {
+            const Case& c = cases.at(i);
+            QCOMPARE(records.at(i).from, down + u'/' + c.name);
+            QCOMPARE(records.at(i).to, base + u'/' + c.landed);
+            QCOMPARE(
+                QCryptographicHash::hash(FileFactory::contents(base + u'/' + c.landed), QCryptographicHash::Sha256),
+                sums.value(c.name));
+        }
+
+        const UndoResult undone = Mover::undoLatest();
+        QCOMPARE(undone.restored, int(cases.size()));
+        QCOMPARE(undone.newNames, QStringList {});
+        for (const Case& c : cases) {
+            QCOMPARE(QCryptographicHash::hash(FileFactory::contents(down + u'/' + c.name), QCryptographicHash::Sha256),
+                     sums.value(c.name));
+            QVERIFY2(!QFileInfo::exists(base + u'/' + c.landed), qPrintable(c.landed));
+        }
+        QCOMPARE(FileFactory::contents(base + u'/' + review + u"/org.chromium.Chromium.Xy9Zq0"_s),
+                 QByteArray("an older one"));
     }
 
     void filesOpenForWritingStayAcrossDevices()
