@@ -44,9 +44,14 @@ bench: build
 	@scripts/setup --bench
 	@for b in $(BUILD_DIR)/bench/*; do [ -x "$$b" ] && "$$b"; done; true
 
-# A Debian package of both programs: build/brindlow_<version>_<arch>.deb
-package: build
-	cd $(BUILD_DIR) && cpack
+# A Debian package of both programs: build-deb/brindlow_<version>_<arch>.deb. It has a build of
+# its own, because a packaged copy leaves its updates to the package manager.
+PACKAGE_DIR ?= $(BUILD_DIR)-deb
+package: setup
+	@cmake -S . -B $(PACKAGE_DIR) -G Ninja $(CMAKE_FLAGS) -DBRINDLOW_PACKAGE_MANAGED=ON \
+		-DBRINDLOW_BUILD_TESTS=OFF -DBRINDLOW_BUILD_BENCH=OFF >/dev/null
+	@cmake --build $(PACKAGE_DIR) -j $(JOBS)
+	cd $(PACKAGE_DIR) && cpack
 
 format:
 	@git ls-files '*.cpp' '*.h' | xargs -r clang-format -i

@@ -80,7 +80,7 @@ bool Shell::start()
     }
 
     m_state.init();
-    // A build without a feed and key has no updater, and the update button does nothing.
+    // A build without a feed and key, or one for a package, has no updater and offers no check.
     if (Updater* updater = Updater::create(Updater::builtIn(), SystemClock::instance(), this)) {
         UpdateDialog::attach(*updater, *view);
         updater->start();

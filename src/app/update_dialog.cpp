@@ -62,9 +62,14 @@ UpdateDialog::UpdateDialog(const UpdateFeed::Release& release, const QString& cu
 void UpdateDialog::attach(Updater& updater, MenuView& view)
 {
     IdlePanel* idle = view.idlePanel();
+    idle->offerUpdateChecks();
     idle->setUpdateAvailable(updater.updateAvailable());
     connect(&updater, &Updater::updateAvailableChanged, idle, &IdlePanel::setUpdateAvailable);
     connect(&view, &MenuView::updateCheckRequested, &updater, &Updater::checkForUpdates);
+    connect(&updater, &Updater::upToDate, idle, [idle] { idle->showUpdateNote(tr("Brindlow is up to date.")); });
+    connect(&updater, &Updater::checkFailed, idle, [idle] {
+        idle->showUpdateNote(tr("Couldn't check for updates. Try again later."));
+    });
     connect(&updater, &Updater::releaseOffered, &view, [&updater, shown = QPointer<UpdateDialog>()]() mutable {
         const std::optional<UpdateFeed::Release> release = updater.release();
         if (!release)

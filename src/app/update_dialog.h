@@ -15,8 +15,9 @@ class UpdateDialog : public QDialog
 public:
     UpdateDialog(const UpdateFeed::Release& release, const QString& currentVersion, QWidget* parent = nullptr);
 
-    // Lets the panel's update button ask `updater`, show whether a release is waiting, and
-    // open this dialog when there is one to show.
+    // Shows the panel's update button and lets it ask `updater`, show whether a release is
+    // waiting, and open this dialog when there is one to show; a check that finds nothing, or
+    // fails, says so in the panel for a few seconds.
     static void attach(Updater& updater, MenuView& view);
 
 private:

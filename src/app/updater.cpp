@@ -39,12 +39,20 @@ Updater::Settings Updater::builtIn()
 #else
     const QString version = QCoreApplication::applicationVersion();
 #endif
-    return {QUrl(QStringLiteral(BRINDLOW_UPDATE_FEED_URL)), QByteArrayLiteral(BRINDLOW_UPDATE_PUBLIC_KEY), version};
+#ifdef BRINDLOW_PACKAGE_MANAGED
+    constexpr bool packageManaged = true;
+#else
+    constexpr bool packageManaged = false;
+#endif
+    return {QUrl(QStringLiteral(BRINDLOW_UPDATE_FEED_URL)),
+            QByteArrayLiteral(BRINDLOW_UPDATE_PUBLIC_KEY),
+            version,
+            packageManaged};
 }
 
 Updater* Updater::create(const Settings& settings, const Clock& clock, QObject* parent)
 {
-    if (settings.feed.isEmpty() || settings.publicKey.isEmpty())
+    if (settings.packageManaged || settings.feed.isEmpty() || settings.publicKey.isEmpty())
         return nullptr;
     if (!UpdateFeed::isAllowedAddress(settings.feed)) {
         qWarning("No update checks: the feed %s is not an https address", qPrintable(settings.feed.toDisplayString()));
@@ -198,12 +206,20 @@ void Updater::finish()
     const bool asked = std::exchange(m_asked, false);
 
     // A check that fails leaves what an earlier one found: the release is still out there.
-    if (const std::optional<UpdateFeed::Release> release = verifiedRelease(feed, signature)) {
-        const bool newer = UpdateFeed::compareVersions(release->version, m_settings.currentVersion).value_or(0) > 0;
+    const std::optional<UpdateFeed::Release> release = verifiedRelease(feed, signature);
+    const bool newer
+        = release && UpdateFeed::compareVersions(release->version, m_settings.currentVersion).value_or(0) > 0;
+    if (release) {
         m_release = newer ? release : std::nullopt;
         setUpdateAvailable(newer);
-        if (newer && asked)
+    }
+    if (asked) {
+        if (!release)
+            Q_EMIT checkFailed();
+        else if (newer)
             Q_EMIT releaseOffered();
+        else
+            Q_EMIT upToDate();
     }
     Q_EMIT checkFinished();
 }

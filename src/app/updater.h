@@ -26,12 +26,16 @@ public:
         QUrl feed;
         QByteArray publicKey; // base64 of the raw 32-byte Ed25519 key
         QString currentVersion;
+        // A copy installed from a distribution's package is kept up to date by its package
+        // manager: offering releases of our own beside that would only compete with it.
+        bool packageManaged = false;
     };
 
-    // The feed and key this program was built with, and its own version.
+    // The feed and key this program was built with, its own version, and whether the build was
+    // made for a package.
     static Settings builtIn();
-    // Nothing when the feed or the key is missing, which is how a build without an updater is
-    // made; unusable settings are logged and give nothing as well.
+    // Nothing when the feed or the key is missing or the copy is package-managed, which is how a
+    // build without an updater is made; unusable settings are logged and give nothing as well.
     static Updater* create(const Settings& settings, const Clock& clock, QObject* parent = nullptr);
 
     // Checks now and then every day.
@@ -55,6 +59,11 @@ Q_SIGNALS:
     void updateAvailableChanged(bool available);
     // A check the person asked for has a newer release to show.
     void releaseOffered();
+    // A check the person asked for found no newer release.
+    void upToDate();
+    // A check the person asked for could not tell: the feed was out of reach, too slow, or not
+    // ours. What an earlier check found still stands.
+    void checkFailed();
     // A check ended, whatever came of it.
     void checkFinished();
 

@@ -362,6 +362,65 @@ private Q_SLOTS:
         QVERIFY(!feed.updater({feed.settings().feed, QByteArray(31, 'k').toBase64(), kInstalled}));
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"version \"\" is not a dotted number"_s));
         QVERIFY(!feed.updater({feed.settings().feed, feed.key.publicKeyBase64(), QString()}));
+        // A copy the package manager keeps up to date has none, however good its feed, and says nothing.
+        Updater::Settings packaged = feed.settings();
+        packaged.packageManaged = true;
+        QVERIFY(!feed.updater(packaged));
+    }
+
+    // A check the person asked for always ends in something they can see, and hear: the release,
+    // "up to date", or that it could not tell. The line goes again after a few seconds.
+    void askedCheckSaysHowItEnded_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("published");
+        QTest::addColumn<QString>("note");
+        QTest::addColumn<bool>("waitItOut"); // once is enough: it takes seconds
+        const QString upToDate = u"Brindlow is up to date."_s;
+        const QString failed = u"Couldn't check for updates. Try again later."_s;
+        QTest::newRow("nothing newer") << 200 << kInstalled << upToDate << true;
+        QTest::newRow("only an older one") << 200 << u"1.3"_s << upToDate << false;
+        QTest::newRow("server down") << 503 << u"2.0"_s << failed << false;
+        QTest::newRow("feed not ours") << 0 << u"2.0"_s << failed << false;
+    }
+
+    void askedCheckSaysHowItEnded()
+    {
+        QFETCH(int, status);
+        QFETCH(QString, published);
+        QFETCH(QString, note);
+        QFETCH(bool, waitItOut);
+        ControllerFixture f;
+        const auto state = f.start();
+        MenuView view(state->parts());
+        view.show();
+        // Without an updater the panel offers no check at all.
+        QVERIFY(!control(*view.idlePanel(), u"Check for updates"_s));
+        Feed feed;
+        feed.document = feedFor(published);
+        if (status == 0)
+            feed.signature = SigningKey().signBase64(feed.document);
+        else if (status != 200)
+            feed.server.setHandler([status](const auto&) -> FakeClaudeServer::Response { return {status, "down", 0}; });
+        auto updater = feed.updater(feed.settings());
+        UpdateDialog::attach(*updater, view);
+        if (status != 200)
+            QTest::ignoreMessage(QtWarningMsg,
+                                 QRegularExpression(u"^(Update check failed|Ignoring the update feed): "_s));
+
+        click(control(*view.idlePanel(), u"Check for updates"_s));
+        QVERIFY(waitForCheck(*updater));
+        QVERIFY(!shownDialog());
+        const QLabel* line = control<QLabel>(*view.idlePanel(), note);
+        QVERIFY2(line, qPrintable(WidgetDriver::shownTexts(*view.idlePanel()).join(u" | "_s)));
+        QCOMPARE(line->text(), note);
+        if (!waitItOut)
+            return;
+        QTRY_VERIFY_WITH_TIMEOUT(!line->isVisible(), int(IdlePanel::kUpdateNoteShown.count()) + 2000);
+        // The start's own check, unasked, says nothing.
+        updater->start();
+        QVERIFY(waitForCheck(*updater));
+        QVERIFY(!line->isVisible());
     }
 
     void panelButtonShowsTheRelease()

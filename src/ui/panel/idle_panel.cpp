@@ -14,9 +14,11 @@
 #include "ui/theme/primary_button.h"
 #include "ui/theme/switch.h"
 
+#include <QAccessible>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QShortcut>
+#include <QTimer>
 #include <QVBoxLayout>
 
 using namespace Qt::Literals::StringLiterals;
@@ -110,12 +112,6 @@ QWidget* IdlePanel::buildMain()
     connect(m_undo, &MenuRow::clicked, this, [this] { m_parts.moves.undoLast(); });
     QLayout* reset = buildSundayReset(box);
 
-    m_update = new QPushButton(box);
-    m_update->setFlat(true);
-    m_update->setCursor(Qt::PointingHandCursor);
-    setUpdateAvailable(false);
-    connect(m_update, &QPushButton::clicked, this, &IdlePanel::updateCheckRequested);
-
     auto* layout = new QVBoxLayout(box);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(10);
@@ -133,8 +129,33 @@ QWidget* IdlePanel::buildMain()
     rows->addSpacing(6);
     rows->addLayout(reset);
     layout->addLayout(rows);
-    layout->addWidget(m_update, 0, Qt::AlignHCenter);
+    layout->addLayout(buildUpdate(box));
     return box;
+}
+
+// The update button and, under it for a few seconds, how a check the person asked for ended.
+// Both stay hidden where no updater runs.
+QLayout* IdlePanel::buildUpdate(QWidget* box)
+{
+    m_update = new QPushButton(box);
+    m_update->setFlat(true);
+    m_update->setCursor(Qt::PointingHandCursor);
+    m_update->hide();
+    setUpdateAvailable(false);
+    connect(m_update, &QPushButton::clicked, this, &IdlePanel::updateCheckRequested);
+    m_updateNote = text(QString(), 12, box, true);
+    m_updateNote->setObjectName(u"updateNote"_s);
+    m_updateNote->setAlignment(Qt::AlignHCenter);
+    m_updateNote->hide();
+    m_updateNoteTimer = new QTimer(this);
+    m_updateNoteTimer->setSingleShot(true);
+    m_updateNoteTimer->setInterval(kUpdateNoteShown);
+    connect(m_updateNoteTimer, &QTimer::timeout, m_updateNote, &QWidget::hide);
+    auto* column = new QVBoxLayout;
+    column->setSpacing(2);
+    column->addWidget(m_update, 0, Qt::AlignHCenter);
+    column->addWidget(m_updateNote);
+    return column;
 }
 
 Card* IdlePanel::buildSinceCard(QWidget* box)
@@ -210,6 +231,22 @@ void IdlePanel::refresh()
     m_undo->setDetail(m_parts.moves.undoDetail());
     m_undo->setEnabled(m_parts.moves.canUndo());
     m_sundayReset->setChecked(profile.autoTidy);
+}
+
+void IdlePanel::offerUpdateChecks()
+{
+    m_update->show();
+}
+
+void IdlePanel::showUpdateNote(const QString& note)
+{
+    m_updateNote->setText(note);
+    m_updateNote->setAccessibleName(note);
+    m_updateNote->show();
+    // Said as it appears: the person asked and may not be looking at the panel.
+    QAccessibleEvent changed(m_updateNote, QAccessible::NameChanged);
+    QAccessible::updateAccessibility(&changed);
+    m_updateNoteTimer->start();
 }
 
 void IdlePanel::setUpdateAvailable(bool available)

@@ -4,6 +4,8 @@
 
 #include <QWidget>
 
+#include <chrono>
+
 class Card;
 class MenuRow;
 class PanelHeader;
@@ -11,6 +13,7 @@ class QCheckBox;
 class QLayout;
 class QLabel;
 class QPushButton;
+class QTimer;
 class Stat;
 
 // The resting panel: what is new since the last refresh, the ways to start one, undo, and the
@@ -25,6 +28,12 @@ public:
     void refresh();
     // The update button reads "Update available" while a newer release is known.
     void setUpdateAvailable(bool available);
+    // Shows the update button: an updater answers it.
+    void offerUpdateChecks();
+    // A line under the update button for a few seconds.
+    void showUpdateNote(const QString& note);
+
+    static constexpr std::chrono::milliseconds kUpdateNoteShown {5000};
 
 Q_SIGNALS:
     void windowRequested(const QString& id);
@@ -35,6 +44,7 @@ private:
     QWidget* buildMain();
     Card* buildSinceCard(QWidget* box);
     QLayout* buildSundayReset(QWidget* box);
+    QLayout* buildUpdate(QWidget* box);
 
     ControllerParts m_parts;
     PanelHeader* m_header;
@@ -48,4 +58,6 @@ private:
     MenuRow* m_undo;
     QCheckBox* m_sundayReset;
     QPushButton* m_update;
+    QLabel* m_updateNote;
+    QTimer* m_updateNoteTimer;
 };
