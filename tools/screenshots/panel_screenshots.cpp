@@ -6,6 +6,7 @@
 #include "support/fake_claude_server.h"
 #include "support/manual_animation_driver.h"
 #include "support/temp_home.h"
+#include "ui/panel/idle_panel.h"
 #include "ui/panel/menu_view.h"
 #include "ui/theme/theme.h"
 
@@ -77,6 +78,9 @@ int main(int argc, char* argv[])
     QSignalSpy counted(&state.refresh(), &RefreshRun::newFilesChanged);
     view.show();
     counted.wait(5000);
+    // As a release with an updater shows it, after a check the person asked for.
+    view.idlePanel()->offerUpdateChecks();
+    view.idlePanel()->showUpdateNote(QObject::tr("Brindlow is up to date."));
     ok &= save(view, folder, u"panel-idle"_s);
 
     server.setLatency(60000);
