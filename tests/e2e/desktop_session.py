@@ -106,11 +106,12 @@ class Session:
         self.processes.append((name, process))
         return process
 
-    def start_display(self):
+    def start_display(self, size=(1280, 800)):
+        self.screen_size = size
         read_end, write_end = os.pipe()
         self.spawn(
             "Xvfb",
-            ["Xvfb", "-displayfd", str(write_end), "-nolisten", "tcp", "-screen", "0", "1280x800x24"],
+            ["Xvfb", "-displayfd", str(write_end), "-nolisten", "tcp", "-screen", "0", f"{size[0]}x{size[1]}x24"],
             pass_fds=(write_end,),
             stdout=subprocess.DEVNULL,
         )
@@ -257,6 +258,51 @@ class Accessible:
         except Exception:  # the tree changed while we walked it; the next poll sees the new one
             return None
         return None
+
+    def window(self, title):
+        """The program's top-level window with this title, as a screen reader finds it: a frame."""
+        app = self.application()
+        if app is None:
+            return None
+        try:
+            for index in range(app.childCount):
+                node = app.getChildAtIndex(index)
+                if node is not None and node.name == title and node.getRole() == self.pyatspi.ROLE_FRAME:
+                    if node.getState().contains(self.pyatspi.STATE_SHOWING):
+                        return node
+        except Exception:
+            return None
+        return None
+
+    CONTROLS = ("push button", "check box", "toggle button", "text", "entry", "password text", "radio button",
+                "page tab", "label", "static")
+
+    def out_of_reach(self, window, screen_size):
+        """Names of the window's shown controls that lie (partly) outside the screen; a control in
+        a scrolled area counts as in reach when its scroll area is."""
+        width, height = screen_size
+        missing = []
+        stack = [window]
+        while stack:
+            node = stack.pop()
+            if node is None:
+                continue
+            states = node.getState()
+            if not states.contains(self.pyatspi.STATE_SHOWING):
+                continue
+            role = node.getRoleName()
+            if role == "scroll pane":
+                controls = [node]
+            else:
+                controls = [node] if role in self.CONTROLS else []
+                stack.extend(node.getChildAtIndex(i) for i in range(node.childCount))
+            for control in controls:
+                box = control.queryComponent().getExtents(self.pyatspi.DESKTOP_COORDS)
+                if box.width <= 0 or box.height <= 0:
+                    continue
+                if box.x < 0 or box.y < 0 or box.x + box.width > width or box.y + box.height > height:
+                    missing.append(f"{control.name or role!r} at {box.x},{box.y} {box.width}x{box.height}")
+        return missing
 
     def press(self, node):
         action = node.queryAction()

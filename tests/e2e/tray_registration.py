@@ -67,6 +67,15 @@ def activate(bus, service):
                   GLib.Variant("(ii)", (0, 0)), None, 0, 5000, None)
 
 
+def icon_name(bus, service):
+    from gi.repository import GLib
+
+    reply = bus.call_sync(service, "/StatusNotifierItem", "org.freedesktop.DBus.Properties", "Get",
+                          GLib.Variant("(ss)", ("org.kde.StatusNotifierItem", "IconName")),
+                          GLib.VariantType("(v)"), 0, 5000, None)
+    return reply.unpack()[0]
+
+
 def main(program, fake_service):
     skip_unless_available()
     with Session(program, fake_service) as session:
@@ -83,6 +92,11 @@ def main(program, fake_service):
         item = watcher.items[0]
         if session.name_pid(item) != brindlow.pid:
             raise Failure(f"{item} is not served by the program")
+
+        # Offered by name, so that the panel's icon theme draws it in the panel's own colour.
+        offered = icon_name(session.bus(), item)
+        if offered != "org.brindlow.Brindlow-tray-symbolic":
+            raise Failure(f"the item offers the icon {offered!r}, not the symbolic one by name")
 
         panel_open = lambda: screen.showing("Refresh now")
         wait_for("the panel to open by itself after launch", panel_open, 30, alive)

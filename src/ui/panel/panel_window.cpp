@@ -1,6 +1,7 @@
 #include "panel_window.h"
 
 #include "menu_view.h"
+#include "task_bar.h"
 #include "ui/theme/sunrise_mark.h"
 #include "ui/theme/window_fit.h"
 
@@ -16,10 +17,12 @@
 
 namespace {
 
-// A popup closes itself on a click outside it and is never a task in the task bar.
+// Not a popup in Qt's sense: those are hidden from screen readers. A frameless tool window that
+// closes as it loses the focus, kept out of the task bar.
 Qt::WindowFlags flagsFor(PanelWindow::Mode mode)
 {
-    return mode == PanelWindow::Mode::popup ? Qt::Popup | Qt::FramelessWindowHint : Qt::Window;
+    return mode == PanelWindow::Mode::popup ? Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint
+                                            : Qt::Window;
 }
 
 // The screen edge nearest the tray icon: a tray lives in a panel along one edge.
@@ -107,6 +110,8 @@ PanelWindow::PanelWindow(const ControllerParts& parts, Mode mode, QWidget* paren
     layout->addWidget(m_scroll);
     // A panel that changes (another phase, a message line) is sized and placed again.
     m_view->installEventFilter(this);
+    if (mode == Mode::popup)
+        TaskBar::skip(this);
     fitToScreen();
 }
 
