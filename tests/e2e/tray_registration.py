@@ -105,6 +105,11 @@ def main(program, fake_service):
         # Closed by a click on the icon, the panel opens again at the very next click.
         activate(session.bus(), item)
         wait_for("a second click on the item to open the panel", panel_open, 10, alive)
+        # A refresh that leaves a plan waiting shows it in the icon, by name too.
+        screen.press(panel_open())
+        wait_for('"Review changes"', lambda: screen.showing("Review changes"), 60, alive)
+        waiting = "org.brindlow.Brindlow-tray-waiting-symbolic"
+        wait_for(f"the icon {waiting}", lambda: icon_name(session.bus(), item) == waiting, 10, alive)
         if len(watcher.items) != 1:
             raise Failure(f"the item registered {len(watcher.items)} times")
     print("PASS: the tray item registered, and activating it closes and opens the panel")
