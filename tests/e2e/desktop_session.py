@@ -142,11 +142,11 @@ class Session:
         wait_for("the accessibility bus", lambda: self.name_owner("org.a11y.Bus"), 20,
                  alive=[("at-spi-bus-launcher", process)])
 
-    def start_fake_service(self):
-        """Fills the home and serves the Messages API until this session closes its input."""
-        process = self.spawn(
-            "fake_service", [self.fake_service_path], stdin=subprocess.PIPE, stdout=subprocess.PIPE
-        )
+    def start_fake_service(self, newcomer=False):
+        """Fills the home and serves the Messages API until this session closes its input; a
+        newcomer's home has files but no set-up yet."""
+        arguments = [self.fake_service_path] + (["--newcomer"] if newcomer else [])
+        process = self.spawn("fake_service", arguments, stdin=subprocess.PIPE, stdout=subprocess.PIPE)
         ready, _, _ = select.select([process.stdout], [], [], 20)
         url = process.stdout.readline().decode().strip() if ready else ""
         if not url.startswith("http://"):
@@ -278,31 +278,45 @@ class Accessible:
                 "page tab", "label", "static")
 
     def out_of_reach(self, window, screen_size):
-        """Names of the window's shown controls that lie (partly) outside the screen; a control in
-        a scrolled area counts as in reach when its scroll area is."""
+        """What of the window lies (partly) outside the screen: the window itself, or a shown
+        control. A control beyond the window's own edge is scrolled away, which is in reach only
+        when the window has a scroll bar to bring it back."""
         width, height = screen_size
-        missing = []
+
+        def box(node):
+            extents = node.queryComponent().getExtents(self.pyatspi.DESKTOP_COORDS)
+            return extents.x, extents.y, extents.x + extents.width, extents.y + extents.height
+
+        def within(inner, outer):
+            return inner[0] >= outer[0] and inner[1] >= outer[1] and inner[2] <= outer[2] and inner[3] <= outer[3]
+
+        frame = box(window)
+        missing = [] if within(frame, (0, 0, width, height)) else [f"the window itself at {frame}"]
+        controls, scrolls = [], False
         stack = [window]
         while stack:
             node = stack.pop()
-            if node is None:
-                continue
-            states = node.getState()
-            if not states.contains(self.pyatspi.STATE_SHOWING):
+            if node is None or not node.getState().contains(self.pyatspi.STATE_SHOWING):
                 continue
             role = node.getRoleName()
-            if role == "scroll pane":
-                controls = [node]
-            else:
-                controls = [node] if role in self.CONTROLS else []
-                stack.extend(node.getChildAtIndex(i) for i in range(node.childCount))
-            for control in controls:
-                box = control.queryComponent().getExtents(self.pyatspi.DESKTOP_COORDS)
-                if box.width <= 0 or box.height <= 0:
-                    continue
-                if box.x < 0 or box.y < 0 or box.x + box.width > width or box.y + box.height > height:
-                    missing.append(f"{control.name or role!r} at {box.x},{box.y} {box.width}x{box.height}")
+            scrolls = scrolls or role == "scroll bar"
+            if role in self.CONTROLS:
+                controls.append(node)
+            stack.extend(node.getChildAtIndex(i) for i in range(node.childCount))
+        for control in controls:
+            place = box(control)
+            if place[2] <= place[0] or place[3] <= place[1]:
+                continue
+            on_screen = within(place, (0, 0, width, height))
+            in_window = within(place, frame)
+            # Cut off by the window's edge and no way to scroll to it, or off the screen itself
+            # without being scrolled away.
+            if (not in_window and not scrolls) or (not on_screen and in_window):
+                missing.append(f"{control.name or control.getRoleName()!r} at {place}")
         return missing
+
+    def type_into(self, node, text):
+        node.queryEditableText().setTextContents(text)
 
     def press(self, node):
         action = node.queryAction()

@@ -168,7 +168,8 @@ void PanelWindow::fitToScreen()
     if (!screen)
         return;
     const QRect area = screen->availableGeometry();
-    const QSize content = m_view->sizeHint();
+    // The view's fixed width is in its minimum and maximum, not in its layout's hint.
+    const QSize content = m_view->sizeHint().expandedTo(m_view->minimumSize()).boundedTo(m_view->maximumSize());
     const int tallest = std::max(120, area.height() - 2 * kGap);
     const bool scrolls = content.height() > tallest;
     const QSize size(content.width() + (scrolls ? m_scroll->verticalScrollBar()->sizeHint().width() : 0),
