@@ -142,10 +142,10 @@ class Session:
         wait_for("the accessibility bus", lambda: self.name_owner("org.a11y.Bus"), 20,
                  alive=[("at-spi-bus-launcher", process)])
 
-    def start_fake_service(self, newcomer=False):
+    def start_fake_service(self, newcomer=False, slow=False):
         """Fills the home and serves the Messages API until this session closes its input; a
-        newcomer's home has files but no set-up yet."""
-        arguments = [self.fake_service_path] + (["--newcomer"] if newcomer else [])
+        newcomer's home has files but no set-up yet; a slow service answers after 1.5 s."""
+        arguments = [self.fake_service_path] + (["--newcomer"] if newcomer else []) + (["--slow"] if slow else [])
         process = self.spawn("fake_service", arguments, stdin=subprocess.PIPE, stdout=subprocess.PIPE)
         ready, _, _ = select.select([process.stdout], [], [], 20)
         url = process.stdout.readline().decode().strip() if ready else ""
@@ -314,6 +314,19 @@ class Accessible:
             if (not in_window and not scrolls) or (not on_screen and in_window):
                 missing.append(f"{control.name or control.getRoleName()!r} at {place}")
         return missing
+
+    def focused(self):
+        """Everything that says it has the keyboard focus, as role and name."""
+        found = []
+        stack = [self.application()]
+        while stack:
+            node = stack.pop()
+            if node is None:
+                continue
+            if node.getState().contains(self.pyatspi.STATE_FOCUSED):
+                found.append((node.getRoleName(), node.name, node.parent))
+            stack.extend(node.getChildAtIndex(i) for i in range(node.childCount))
+        return found
 
     def type_into(self, node, text):
         node.queryEditableText().setTextContents(text)

@@ -39,12 +39,14 @@ FakeClaudeServer::Response answer(const FakeClaudeServer::Request& request)
 } // namespace
 
 // The world a person's tray program meets in the end-to-end tests: an onboarded profile, a key
-// and a few new files in $HOME (with --newcomer, the files alone: set-up is still to come), and the Messages API on loopback. Prints the API's address on
+// and a few new files in $HOME (with --newcomer, the files alone: set-up is still to come; with
+// --slow, every answer takes a second and a half, long enough to see the work under way), and the Messages API on loopback. Prints the API's address on
 // one line, then serves until its standard input closes, so it never outlives the test driving it.
 int main(int argc, char* argv[])
 {
     QCoreApplication app(argc, argv);
-    if (app.arguments().value(1) != u"--newcomer") {
+    const QStringList options = app.arguments().mid(1);
+    if (!options.contains(u"--newcomer"_s)) {
         Profile profile = Profile::defaults(QDir::homePath());
         profile.onboarded = true;
         Store::saveProfile(profile);
@@ -56,6 +58,8 @@ int main(int argc, char* argv[])
 
     FakeClaudeServer server;
     server.setHandler(answer);
+    if (options.contains(u"--slow"_s))
+        server.setLatency(1500);
     std::printf("%s\n", server.url().toEncoded().constData());
     std::fflush(stdout);
 

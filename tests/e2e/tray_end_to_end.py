@@ -54,6 +54,13 @@ def run(program, fake_service, size):
         in_reach(screen, "Brindlow", size, alive)
         screen.press(review)
         in_reach(screen, "Your fresh start", size, alive)
+        # One thing has the focus; an item says so only inside the list that has it.
+        focused = screen.focused()
+        owners = [(role, name) for role, name, parent in focused if role not in ("table cell", "list item")]
+        strays = [name for role, name, parent in focused
+                  if role in ("table cell", "list item") and not parent.getState().contains(screen.pyatspi.STATE_FOCUSED)]
+        if len(owners) > 1 or strays:
+            raise Failure(f"several things report the focus: {owners + strays}")
         screen.press(wait_for('the panel\'s "Settings"', lambda: screen.showing("Settings"), 30, alive))
         in_reach(screen, "Brindlow Settings", size, alive)
     print('PASS: "Refresh now" led to "Review changes"')

@@ -1,6 +1,7 @@
 """The tray icon on a StatusNotifierItem desktop: with a watcher and a host on the session bus,
-the real program registers its item, and activating the item (a click in a KDE, GNOME or XFCE
-panel) closes and opens the panel.
+the real program registers its item, offers its icon by name in each state (at rest, busy, a
+plan waiting), and activating the item (a click in a KDE, GNOME or XFCE panel) closes and opens
+the panel.
 
 Usage (under dbus-run-session): tray_registration.py BRINDLOW FAKE_SERVICE
 """
@@ -83,7 +84,7 @@ def main(program, fake_service):
         session.start_accessibility_bus()
         # Up before the program starts: Qt decides once, at its first tray icon, whether a host exists.
         watcher = Watcher(session.bus())
-        session.start_fake_service()
+        session.start_fake_service(slow=True)
         brindlow = session.start_program()
         alive = [("brindlow", brindlow)]
         screen = Accessible(brindlow.pid)
@@ -105,8 +106,10 @@ def main(program, fake_service):
         # Closed by a click on the icon, the panel opens again at the very next click.
         activate(session.bus(), item)
         wait_for("a second click on the item to open the panel", panel_open, 10, alive)
-        # A refresh that leaves a plan waiting shows it in the icon, by name too.
+        # The work under way, then the plan it leaves waiting, show in the icon, by name too.
         screen.press(panel_open())
+        busy = "org.brindlow.Brindlow-tray-busy-symbolic"
+        wait_for(f"the icon {busy}", lambda: icon_name(session.bus(), item) == busy, 10, alive)
         wait_for('"Review changes"', lambda: screen.showing("Review changes"), 60, alive)
         waiting = "org.brindlow.Brindlow-tray-waiting-symbolic"
         wait_for(f"the icon {waiting}", lambda: icon_name(session.bus(), item) == waiting, 10, alive)

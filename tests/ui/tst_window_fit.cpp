@@ -22,6 +22,7 @@
 #include <QLineEdit>
 #include <QScrollArea>
 #include <QSignalSpy>
+#include <QTabBar>
 #include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -221,6 +222,37 @@ private Q_SLOTS:
         QCOMPARE(frame->role(), QAccessible::Window);
         QCOMPARE(frame->text(QAccessible::Name), u"Brindlow Settings"_s);
         QVERIFY(QAccessible::queryAccessibleInterface(&inner)->role() != QAccessible::Window);
+    }
+
+    // The chosen tab is selected; it is focused only while its bar has the focus, so a screen
+    // reader never hears it beside the control that really has it.
+    void onlyTheFocusedTabIsFocused()
+    {
+        QWidget window;
+        auto* bar = new QTabBar(&window);
+        for (const QString& title : {u"Organize 3"_s, u"Rename 2"_s, u"Junk 0"_s})
+            bar->addTab(title);
+        auto* elsewhere = new QLineEdit(&window);
+        elsewhere->move(0, 60);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        bar->setCurrentIndex(1);
+        elsewhere->setFocus();
+        QAccessibleInterface* tabs = QAccessible::queryAccessibleInterface(bar);
+        QCOMPARE(tabs->childCount(), 3 + bar->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly).size());
+        QAccessibleInterface* chosen = tabs->child(1);
+        QCOMPARE(chosen->role(), QAccessible::PageTab);
+        QCOMPARE(chosen->text(QAccessible::Name), u"Rename 2"_s);
+        QVERIFY(chosen->state().selected);
+        QTRY_VERIFY(elsewhere->hasFocus());
+        QVERIFY(!chosen->state().focused);
+        bar->setFocus();
+        QTRY_VERIFY(chosen->state().focused);
+        QVERIFY(!tabs->child(0)->state().focused && !tabs->child(0)->state().selected);
+        QCOMPARE(tabs->indexOfChild(chosen), 1);
+        chosen->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        tabs->child(2)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        QCOMPARE(bar->currentIndex(), 2);
     }
 
     // A changing line is read with its own words, never a caption standing in for them.

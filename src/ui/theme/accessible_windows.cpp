@@ -1,5 +1,7 @@
 #include "accessible_windows.h"
 
+#include "accessible_tabs.h"
+
 #include <QAccessible>
 #include <QAccessibleWidget>
 #include <QWidget>
@@ -28,6 +30,7 @@ void install()
 {
     static const bool installed = [] {
         QAccessible::installFactory(frameForWindow);
+        QAccessible::installFactory(AccessibleTabs::forTabBar);
         return true;
     }();
     (void)installed;

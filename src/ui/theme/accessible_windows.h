@@ -5,7 +5,7 @@
 namespace AccessibleWindows {
 
 // From now on, every top-level widget without a more specific role (a dialog, a menu) is
-// presented as a frame named by its title.
+// presented as a frame named by its title, and tab bars report focus only where it is.
 void install();
 
 } // namespace AccessibleWindows
