@@ -31,9 +31,11 @@ namespace {
 // scrolls, which the picture shows.
 bool save(QWidget& window, const QString& folder, const QString& name)
 {
-    QCoreApplication::processEvents();
-    WindowFit::fit(&window, window.sizeHint(), QRect(0, 28, 1280, 692));
-    QCoreApplication::processEvents();
+    // The window refits itself to this machine's screen as its content settles; the picture's
+    // screen is placed last.
+    for (int i = 0; i < 3; ++i)
+        QCoreApplication::processEvents();
+    WindowFit::fitToContent(&window, QRect(0, 28, 1280, 692));
     return window.grab().save(folder + u'/' + name + u".png"_s);
 }
 

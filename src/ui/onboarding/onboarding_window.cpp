@@ -49,8 +49,8 @@ OnboardingWindow::OnboardingWindow(const ControllerParts& parts, const Autostart
     steps->setContentsMargins(32, 28, 32, 8);
     steps->setSpacing(18);
     steps->addLayout(brand);
-    steps->addWidget(m_connect);
-    steps->addWidget(m_preferences);
+    steps->addWidget(m_connect, 0, Qt::AlignHCenter);
+    steps->addWidget(m_preferences, 0, Qt::AlignHCenter);
     steps->addStretch(1);
     for (QWidget* step : {static_cast<QWidget*>(m_connect), static_cast<QWidget*>(m_preferences)})
         step->setFixedWidth(460);
@@ -59,6 +59,9 @@ OnboardingWindow::OnboardingWindow(const ControllerParts& parts, const Autostart
     layout->setContentsMargins(0, 0, 0, 24);
     layout->setSpacing(10);
     layout->addWidget(WindowFit::scrolling(body, this), 1);
+    // A line that appears (the connection test's answer) grows the window rather than hiding
+    // below the fold.
+    body->installEventFilter(this);
     auto* button = new QHBoxLayout;
     button->setContentsMargins(32, 0, 32, 0);
     button->addWidget(m_next);
@@ -68,6 +71,14 @@ OnboardingWindow::OnboardingWindow(const ControllerParts& parts, const Autostart
     connect(m_next, &QPushButton::clicked, this, &OnboardingWindow::next);
     connect(m_connect, &ConnectStep::submitted, this, &OnboardingWindow::next);
     showStep();
+}
+
+bool OnboardingWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::LayoutRequest && isVisible())
+        QMetaObject::invokeMethod(
+            this, [this] { WindowFit::fitToContent(this); }, Qt::QueuedConnection);
+    return QWidget::eventFilter(watched, event);
 }
 
 int OnboardingWindow::step() const

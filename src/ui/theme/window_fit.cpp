@@ -90,12 +90,12 @@ void fit(QWidget* window)
     fit(window, wanted, availableArea(window));
 }
 
-void fitToContent(QWidget* window)
+void fitToContent(QWidget* window, const QRect& area)
 {
     // A layout keeps the size its scroll areas asked for before their content changed.
-    for (QScrollArea* area : window->findChildren<QScrollArea*>())
-        area->updateGeometry();
-    fit(window, window->sizeHint(), availableArea(window));
+    for (QScrollArea* scroll : window->findChildren<QScrollArea*>())
+        scroll->updateGeometry();
+    fit(window, window->sizeHint(), area.isNull() ? availableArea(window) : area);
 }
 
 QScrollArea* scrolling(QWidget* content, QWidget* parent)

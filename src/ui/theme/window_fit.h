@@ -28,8 +28,9 @@ QMargins frameMargins(const QWidget* window);
 void fit(QWidget* window, QSize wanted, const QRect& area);
 // The same on the window's own screen, at the size it was given, else at its size hint.
 void fit(QWidget* window);
-// On the window's own screen at its size hint, for a window whose content has changed.
-void fitToContent(QWidget* window);
+// At its size hint, for a window whose content has changed: in `area`, or when that is null on
+// the window's own screen.
+void fitToContent(QWidget* window, const QRect& area = {});
 
 // A frameless scroll area around `content` that scrolls vertically only where it must; its size
 // hint is the content's, so a window sized to its hint shows everything when the screen allows.
