@@ -221,16 +221,10 @@ void PanelWindow::keyPressEvent(QKeyEvent* event)
 void PanelWindow::changeEvent(QEvent* event)
 {
     QWidget::changeEvent(event);
-    // A popup closes itself on a click elsewhere; this catches a window manager that moves the
-    // focus away without one.
+    // A click anywhere else takes the focus away, and the popup goes as a menu would.
     if (event->type() == QEvent::ActivationChange && m_mode == Mode::popup && isVisible() && !isActiveWindow()
-        && !m_hidingOnPurpose && QGuiApplication::focusWindow() && QGuiApplication::focusWindow() != windowHandle())
+        && !m_hidingOnPurpose) {
         hide();
-}
-
-void PanelWindow::hideEvent(QHideEvent* event)
-{
-    QWidget::hideEvent(event);
-    if (!m_hidingOnPurpose)
         m_closedByFocus.start();
+    }
 }

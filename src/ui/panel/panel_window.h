@@ -54,7 +54,6 @@ public:
 protected:
     void keyPressEvent(QKeyEvent* event) override;
     void changeEvent(QEvent* event) override;
-    void hideEvent(QHideEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
@@ -71,8 +70,8 @@ private:
     QRect m_anchor;
     QPoint m_pointer;
     QPointer<QScreen> m_screen;
-    // When the popup last closed without being asked to; a click on the tray icon closes it
-    // first, and that click should leave it closed rather than open it again.
+    // When the popup last closed because it lost focus; a click on the tray icon takes focus
+    // first, and that click should close the panel rather than open it again.
     QElapsedTimer m_closedByFocus;
     bool m_hidingOnPurpose = false;
     bool m_fitQueued = false;
