@@ -77,6 +77,24 @@ def icon_name(bus, service):
     return reply.unpack()[0]
 
 
+def panel_window_states(display):
+    """The window-manager states of the program's shown window titled "Brindlow", read with the
+    X tools; None where they are not installed."""
+    import re
+    import shutil
+    import subprocess
+
+    if not (shutil.which("xwininfo") and shutil.which("xprop")):
+        return None
+    tree = subprocess.run(["xwininfo", "-display", display, "-root", "-tree"], capture_output=True, text=True).stdout
+    for window in re.findall(r'^\s*(0x[0-9a-f]+) "Brindlow": \("brindlow"', tree, re.MULTILINE):
+        properties = subprocess.run(["xprop", "-display", display, "-id", window], capture_output=True, text=True)
+        if "IsViewable" in subprocess.run(["xwininfo", "-display", display, "-id", window],
+                                          capture_output=True, text=True).stdout:
+            return next((line for line in properties.stdout.splitlines() if line.startswith("_NET_WM_STATE(")), "")
+    return ""
+
+
 def main(program, fake_service):
     skip_unless_available()
     with Session(program, fake_service) as session:
@@ -101,6 +119,10 @@ def main(program, fake_service):
 
         panel_open = lambda: screen.showing("Refresh now")
         wait_for("the panel to open by itself after launch", panel_open, 30, alive)
+        # A popup beside the tray, not a task of its own in the task bar.
+        states = panel_window_states(session.env["DISPLAY"])
+        if states is not None and "_NET_WM_STATE_SKIP_TASKBAR" not in states:
+            raise Failure(f"the panel would show in the task bar: {states!r}")
         activate(session.bus(), item)
         wait_for("a click on the item to close the panel", lambda: not panel_open(), 10, alive)
         # Closed by a click on the icon, the panel opens again at the very next click.
