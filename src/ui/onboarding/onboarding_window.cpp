@@ -61,7 +61,7 @@ OnboardingWindow::OnboardingWindow(const ControllerParts& parts, const Autostart
     layout->addWidget(WindowFit::scrolling(body, this), 1);
     // A line that appears (the connection test's answer) grows the window rather than hiding
     // below the fold.
-    body->installEventFilter(this);
+    WindowFit::followContent(this, body);
     auto* button = new QHBoxLayout;
     button->setContentsMargins(32, 0, 32, 0);
     button->addWidget(m_next);
@@ -71,14 +71,6 @@ OnboardingWindow::OnboardingWindow(const ControllerParts& parts, const Autostart
     connect(m_next, &QPushButton::clicked, this, &OnboardingWindow::next);
     connect(m_connect, &ConnectStep::submitted, this, &OnboardingWindow::next);
     showStep();
-}
-
-bool OnboardingWindow::eventFilter(QObject* watched, QEvent* event)
-{
-    if (event->type() == QEvent::LayoutRequest && isVisible())
-        QMetaObject::invokeMethod(
-            this, [this] { WindowFit::fitToContent(this); }, Qt::QueuedConnection);
-    return QWidget::eventFilter(watched, event);
 }
 
 int OnboardingWindow::step() const

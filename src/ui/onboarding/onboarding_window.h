@@ -31,9 +31,6 @@ Q_SIGNALS:
     // Set-up is over and the first refresh has started; the window has closed.
     void setUpFinished();
 
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
-
 private:
     void showStep();
 

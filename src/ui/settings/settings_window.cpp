@@ -61,14 +61,13 @@ SettingsWindow::SettingsWindow(const ControllerParts& parts,
     columns->setSpacing(16);
     columns->addWidget(buildLeft(autostart), 0, Qt::AlignTop);
     columns->addWidget(buildRight(clock), 0, Qt::AlignTop);
-    m_body = WindowFit::scrolling(body, this);
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 20, 0, 20);
     layout->setSpacing(16);
     header->setContentsMargins(24, 0, 24, 0);
     layout->addLayout(header);
-    layout->addWidget(m_body, 1);
+    layout->addWidget(WindowFit::scrolling(body, this), 1);
     QWidget* footer = buildFooter();
     footer->setContentsMargins(24, 0, 24, 0);
     layout->addWidget(footer);
@@ -86,15 +85,7 @@ SettingsWindow::SettingsWindow(const ControllerParts& parts,
     showUnsaved();
     // Sized to what it holds as far as the screen allows: it grows with a new project and
     // shrinks when one goes.
-    body->installEventFilter(this);
-}
-
-bool SettingsWindow::eventFilter(QObject* watched, QEvent* event)
-{
-    if (event->type() == QEvent::LayoutRequest && isVisible())
-        QMetaObject::invokeMethod(
-            this, [this] { WindowFit::fitToContent(this); }, Qt::QueuedConnection);
-    return QWidget::eventFilter(watched, event);
+    WindowFit::followContent(this, body);
 }
 
 QWidget* SettingsWindow::buildLeft(const Autostart& autostart)

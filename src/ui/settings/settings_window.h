@@ -7,7 +7,6 @@
 #include <QWidget>
 
 class Clock;
-class QScrollArea;
 struct RecapData;
 
 // "Brindlow Settings": the key, the preferences, the folders and model, the known projects, what
@@ -34,7 +33,6 @@ Q_SIGNALS:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
-    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     QWidget* buildLeft(const Autostart& autostart);
@@ -44,5 +42,4 @@ private:
     void previewRecap();
 
     ControllerParts m_parts;
-    QScrollArea* m_body = nullptr;
 };

@@ -1,6 +1,7 @@
 #include "window_fit.h"
 
 #include <QCursor>
+#include <QEvent>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QScrollArea>
@@ -34,6 +35,37 @@ public:
         const int width = widget()->minimumSizeHint().width() + verticalScrollBar()->sizeHint().width();
         return {width + 2 * frameWidth(), 80};
     }
+};
+
+// Refits its window after the content's layout changed, once per burst of changes.
+class ContentFollower : public QObject
+{
+public:
+    ContentFollower(QWidget* window, QWidget* content)
+        : QObject(window)
+        , m_window(window)
+    {
+        content->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::LayoutRequest && m_window->isVisible() && !m_queued) {
+            m_queued = true;
+            QMetaObject::invokeMethod(
+                this,
+                [this] {
+                    m_queued = false;
+                    fitToContent(m_window);
+                },
+                Qt::QueuedConnection);
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    QWidget* m_window;
+    bool m_queued = false;
 };
 
 } // namespace
@@ -96,6 +128,11 @@ void fitToContent(QWidget* window, const QRect& area)
     for (QScrollArea* scroll : window->findChildren<QScrollArea*>())
         scroll->updateGeometry();
     fit(window, window->sizeHint(), area.isNull() ? availableArea(window) : area);
+}
+
+void followContent(QWidget* window, QWidget* content)
+{
+    new ContentFollower(window, content);
 }
 
 QScrollArea* scrolling(QWidget* content, QWidget* parent)

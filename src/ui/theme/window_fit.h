@@ -32,6 +32,10 @@ void fit(QWidget* window);
 // the window's own screen.
 void fitToContent(QWidget* window, const QRect& area = {});
 
+// From now on, whenever `content` changes its layout (a line appears, a row goes) the shown
+// window is sized to its content again, as far as the screen allows.
+void followContent(QWidget* window, QWidget* content);
+
 // A frameless scroll area around `content` that scrolls vertically only where it must; its size
 // hint is the content's, so a window sized to its hint shows everything when the screen allows.
 QScrollArea* scrolling(QWidget* content, QWidget* parent);
