@@ -56,8 +56,9 @@ int main(int argc, char* argv[])
     bool ok = writeSvg(out + u"/scalable/apps/"_s + id + u".svg"_s, true, std::nullopt);
     // Symbolic icons are recoloured by the desktop; the shapes alone carry the mark.
     ok = ok && writeSvg(out + u"/symbolic/apps/"_s + id + u"-symbolic.svg"_s, false, QColor(0x2e, 0x34, 0x36));
+    // Where the hicolor theme lists status icons; a "-symbolic" name is recoloured wherever it is.
     for (const auto state : {TrayGlyphs::State::brand, TrayGlyphs::State::planWaiting, TrayGlyphs::State::busy})
-        ok = ok && writeTraySvg(out + u"/symbolic/status"_s, state);
+        ok = ok && writeTraySvg(out + u"/scalable/status"_s, state);
     for (const int size : {16, 22, 24, 32, 48, 64, 128, 256, 512}) {
         const QString folder = out + u"/%1x%1/apps"_s.arg(size);
         QDir().mkpath(folder);
