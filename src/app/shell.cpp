@@ -46,7 +46,12 @@ bool Shell::start()
     m_state.setNotifier(new Notifier(service, &SystemClock::instance(), &m_state));
     connect(&m_state, &AppState::windowRequested, this, &Shell::openWindow);
     m_windows.add(u"review"_s, [this] { return new ReviewWindow(m_state.parts(), &m_thumbs); });
-    m_windows.add(u"onboarding"_s, [this] { return new OnboardingWindow(m_state.parts()); });
+    m_windows.add(u"onboarding"_s, [this] {
+        auto* onboarding = new OnboardingWindow(m_state.parts());
+        // The first refresh takes a while: the panel shows that it has begun and how it goes.
+        connect(onboarding, &OnboardingWindow::setUpFinished, this, &Shell::openPanel);
+        return onboarding;
+    });
     m_windows.add(u"settings"_s, [this] {
         auto* settings = new SettingsWindow(m_state.parts());
         connect(settings, &SettingsWindow::windowRequested, this, &Shell::openWindow);

@@ -1,5 +1,7 @@
 #include "window_registry.h"
 
+#include "ui/theme/window_fit.h"
+
 WindowRegistry::~WindowRegistry()
 {
     for (const QPointer<QWidget>& window : std::as_const(m_windows))
@@ -21,6 +23,8 @@ bool WindowRegistry::open(const QString& id)
         window = (*factory)();
         // Closing a window ends it; the next request starts it afresh.
         window->setAttribute(Qt::WA_DeleteOnClose);
+        // Opened inside the screen's free area, scrolling what does not fit.
+        WindowFit::fit(window);
     }
     window->show();
     window->raise();

@@ -106,11 +106,12 @@ class Session:
         self.processes.append((name, process))
         return process
 
-    def start_display(self):
+    def start_display(self, size=(1280, 800)):
+        self.screen_size = size
         read_end, write_end = os.pipe()
         self.spawn(
             "Xvfb",
-            ["Xvfb", "-displayfd", str(write_end), "-nolisten", "tcp", "-screen", "0", "1280x800x24"],
+            ["Xvfb", "-displayfd", str(write_end), "-nolisten", "tcp", "-screen", "0", f"{size[0]}x{size[1]}x24"],
             pass_fds=(write_end,),
             stdout=subprocess.DEVNULL,
         )
@@ -141,11 +142,11 @@ class Session:
         wait_for("the accessibility bus", lambda: self.name_owner("org.a11y.Bus"), 20,
                  alive=[("at-spi-bus-launcher", process)])
 
-    def start_fake_service(self):
-        """Fills the home and serves the Messages API until this session closes its input."""
-        process = self.spawn(
-            "fake_service", [self.fake_service_path], stdin=subprocess.PIPE, stdout=subprocess.PIPE
-        )
+    def start_fake_service(self, newcomer=False, slow=False):
+        """Fills the home and serves the Messages API until this session closes its input; a
+        newcomer's home has files but no set-up yet; a slow service answers after 1.5 s."""
+        arguments = [self.fake_service_path] + (["--newcomer"] if newcomer else []) + (["--slow"] if slow else [])
+        process = self.spawn("fake_service", arguments, stdin=subprocess.PIPE, stdout=subprocess.PIPE)
         ready, _, _ = select.select([process.stdout], [], [], 20)
         url = process.stdout.readline().decode().strip() if ready else ""
         if not url.startswith("http://"):
@@ -257,6 +258,78 @@ class Accessible:
         except Exception:  # the tree changed while we walked it; the next poll sees the new one
             return None
         return None
+
+    def window(self, title):
+        """The program's top-level window with this title, as a screen reader finds it: a frame."""
+        app = self.application()
+        if app is None:
+            return None
+        try:
+            for index in range(app.childCount):
+                node = app.getChildAtIndex(index)
+                if node is not None and node.name == title and node.getRole() == self.pyatspi.ROLE_FRAME:
+                    if node.getState().contains(self.pyatspi.STATE_SHOWING):
+                        return node
+        except Exception:
+            return None
+        return None
+
+    CONTROLS = ("push button", "check box", "toggle button", "text", "entry", "password text", "radio button",
+                "page tab", "label", "static")
+
+    def out_of_reach(self, window, screen_size):
+        """What of the window lies (partly) outside the screen: the window itself, or a shown
+        control. A control beyond the window's own edge is scrolled away, which is in reach only
+        when the window has a scroll bar to bring it back."""
+        width, height = screen_size
+
+        def box(node):
+            extents = node.queryComponent().getExtents(self.pyatspi.DESKTOP_COORDS)
+            return extents.x, extents.y, extents.x + extents.width, extents.y + extents.height
+
+        def within(inner, outer):
+            return inner[0] >= outer[0] and inner[1] >= outer[1] and inner[2] <= outer[2] and inner[3] <= outer[3]
+
+        frame = box(window)
+        missing = [] if within(frame, (0, 0, width, height)) else [f"the window itself at {frame}"]
+        controls, scrolls = [], False
+        stack = [window]
+        while stack:
+            node = stack.pop()
+            if node is None or not node.getState().contains(self.pyatspi.STATE_SHOWING):
+                continue
+            role = node.getRoleName()
+            scrolls = scrolls or role == "scroll bar"
+            if role in self.CONTROLS:
+                controls.append(node)
+            stack.extend(node.getChildAtIndex(i) for i in range(node.childCount))
+        for control in controls:
+            place = box(control)
+            if place[2] <= place[0] or place[3] <= place[1]:
+                continue
+            on_screen = within(place, (0, 0, width, height))
+            in_window = within(place, frame)
+            # Cut off by the window's edge and no way to scroll to it, or off the screen itself
+            # without being scrolled away.
+            if (not in_window and not scrolls) or (not on_screen and in_window):
+                missing.append(f"{control.name or control.getRoleName()!r} at {place}")
+        return missing
+
+    def focused(self):
+        """Everything that says it has the keyboard focus, as role and name."""
+        found = []
+        stack = [self.application()]
+        while stack:
+            node = stack.pop()
+            if node is None:
+                continue
+            if node.getState().contains(self.pyatspi.STATE_FOCUSED):
+                found.append((node.getRoleName(), node.name, node.parent))
+            stack.extend(node.getChildAtIndex(i) for i in range(node.childCount))
+        return found
+
+    def type_into(self, node, text):
+        node.queryEditableText().setTextContents(text)
 
     def press(self, node):
         action = node.queryAction()

@@ -39,21 +39,27 @@ FakeClaudeServer::Response answer(const FakeClaudeServer::Request& request)
 } // namespace
 
 // The world a person's tray program meets in the end-to-end tests: an onboarded profile, a key
-// and a few new files in $HOME, and the Messages API on loopback. Prints the API's address on
+// and a few new files in $HOME (with --newcomer, the files alone: set-up is still to come; with
+// --slow, every answer takes a second and a half, long enough to see the work under way), and the Messages API on loopback. Prints the API's address on
 // one line, then serves until its standard input closes, so it never outlives the test driving it.
 int main(int argc, char* argv[])
 {
     QCoreApplication app(argc, argv);
-    Profile profile = Profile::defaults(QDir::homePath());
-    profile.onboarded = true;
-    Store::saveProfile(profile);
-    Store::saveKey(u"sk-test"_s);
+    const QStringList options = app.arguments().mid(1);
+    if (!options.contains(u"--newcomer"_s)) {
+        Profile profile = Profile::defaults(QDir::homePath());
+        profile.onboarded = true;
+        Store::saveProfile(profile);
+        Store::saveKey(u"sk-test"_s);
+    }
     writeFile(u"Desktop/letter to the bank.txt"_s, "Dear bank, about my account");
     writeFile(u"Downloads/notes.txt"_s, "Notes from the Tuesday meeting");
     writeFile(u"Downloads/receipt.txt"_s, "Receipt: 2 coffees, 7.20");
 
     FakeClaudeServer server;
     server.setHandler(answer);
+    if (options.contains(u"--slow"_s))
+        server.setLatency(1500);
     std::printf("%s\n", server.url().toEncoded().constData());
     std::fflush(stdout);
 

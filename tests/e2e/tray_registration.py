@@ -1,6 +1,7 @@
 """The tray icon on a StatusNotifierItem desktop: with a watcher and a host on the session bus,
-the real program registers its item, and activating the item (a click in a KDE, GNOME or XFCE
-panel) closes and opens the panel.
+the real program registers its item, offers its icon by name in each state (at rest, busy, a
+plan waiting), and activating the item (a click in a KDE, GNOME or XFCE panel) closes and opens
+the panel.
 
 Usage (under dbus-run-session): tray_registration.py BRINDLOW FAKE_SERVICE
 """
@@ -67,6 +68,33 @@ def activate(bus, service):
                   GLib.Variant("(ii)", (0, 0)), None, 0, 5000, None)
 
 
+def icon_name(bus, service):
+    from gi.repository import GLib
+
+    reply = bus.call_sync(service, "/StatusNotifierItem", "org.freedesktop.DBus.Properties", "Get",
+                          GLib.Variant("(ss)", ("org.kde.StatusNotifierItem", "IconName")),
+                          GLib.VariantType("(v)"), 0, 5000, None)
+    return reply.unpack()[0]
+
+
+def panel_window_states(display):
+    """The window-manager states of the program's shown window titled "Brindlow", read with the
+    X tools; None where they are not installed."""
+    import re
+    import shutil
+    import subprocess
+
+    if not (shutil.which("xwininfo") and shutil.which("xprop")):
+        return None
+    tree = subprocess.run(["xwininfo", "-display", display, "-root", "-tree"], capture_output=True, text=True).stdout
+    for window in re.findall(r'^\s*(0x[0-9a-f]+) "Brindlow": \("brindlow"', tree, re.MULTILINE):
+        properties = subprocess.run(["xprop", "-display", display, "-id", window], capture_output=True, text=True)
+        if "IsViewable" in subprocess.run(["xwininfo", "-display", display, "-id", window],
+                                          capture_output=True, text=True).stdout:
+            return next((line for line in properties.stdout.splitlines() if line.startswith("_NET_WM_STATE(")), "")
+    return ""
+
+
 def main(program, fake_service):
     skip_unless_available()
     with Session(program, fake_service) as session:
@@ -74,7 +102,7 @@ def main(program, fake_service):
         session.start_accessibility_bus()
         # Up before the program starts: Qt decides once, at its first tray icon, whether a host exists.
         watcher = Watcher(session.bus())
-        session.start_fake_service()
+        session.start_fake_service(slow=True)
         brindlow = session.start_program()
         alive = [("brindlow", brindlow)]
         screen = Accessible(brindlow.pid)
@@ -84,13 +112,29 @@ def main(program, fake_service):
         if session.name_pid(item) != brindlow.pid:
             raise Failure(f"{item} is not served by the program")
 
+        # Offered by name, so that the panel's icon theme draws it in the panel's own colour.
+        offered = icon_name(session.bus(), item)
+        if offered != "org.brindlow.Brindlow-tray-symbolic":
+            raise Failure(f"the item offers the icon {offered!r}, not the symbolic one by name")
+
         panel_open = lambda: screen.showing("Refresh now")
         wait_for("the panel to open by itself after launch", panel_open, 30, alive)
+        # A popup beside the tray, not a task of its own in the task bar.
+        states = panel_window_states(session.env["DISPLAY"])
+        if states is not None and "_NET_WM_STATE_SKIP_TASKBAR" not in states:
+            raise Failure(f"the panel would show in the task bar: {states!r}")
         activate(session.bus(), item)
         wait_for("a click on the item to close the panel", lambda: not panel_open(), 10, alive)
         # Closed by a click on the icon, the panel opens again at the very next click.
         activate(session.bus(), item)
         wait_for("a second click on the item to open the panel", panel_open, 10, alive)
+        # The work under way, then the plan it leaves waiting, show in the icon, by name too.
+        screen.press(panel_open())
+        busy = "org.brindlow.Brindlow-tray-busy-symbolic"
+        wait_for(f"the icon {busy}", lambda: icon_name(session.bus(), item) == busy, 10, alive)
+        wait_for('"Review changes"', lambda: screen.showing("Review changes"), 60, alive)
+        waiting = "org.brindlow.Brindlow-tray-waiting-symbolic"
+        wait_for(f"the icon {waiting}", lambda: icon_name(session.bus(), item) == waiting, 10, alive)
         if len(watcher.items) != 1:
             raise Failure(f"the item registered {len(watcher.items)} times")
     print("PASS: the tray item registered, and activating it closes and opens the panel")

@@ -13,6 +13,7 @@
 #include "ui/settings/settings_window.h"
 #include "ui/settings/usage_summary.h"
 #include "ui/theme/theme.h"
+#include "ui/theme/window_fit.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -26,11 +27,15 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+// Drawn as a 1280 x 720 laptop with a desktop panel would show it: a window taller than that
+// scrolls, which the picture shows.
 bool save(QWidget& window, const QString& folder, const QString& name)
 {
-    QCoreApplication::processEvents();
-    window.adjustSize();
-    QCoreApplication::processEvents();
+    // The window refits itself to this machine's screen as its content settles; the picture's
+    // screen is placed last.
+    for (int i = 0; i < 3; ++i)
+        QCoreApplication::processEvents();
+    WindowFit::fitToContent(&window, QRect(0, 28, 1280, 692));
     return window.grab().save(folder + u'/' + name + u".png"_s);
 }
 

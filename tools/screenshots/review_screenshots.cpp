@@ -10,6 +10,7 @@
 #include "ui/review/organize_page.h"
 #include "ui/review/review_window.h"
 #include "ui/theme/theme.h"
+#include "ui/theme/window_fit.h"
 
 #include <QApplication>
 #include <QDeadlineTimer>
@@ -43,6 +44,8 @@ void photo(const QString& path, int hue)
 
 bool save(ReviewWindow& window, const QString& folder, const QString& name)
 {
+    // As a 1280 x 720 laptop with a desktop panel shows it, not at its full size.
+    WindowFit::fit(&window, ReviewWindow::kDefaultSize, QRect(0, 28, 1280, 692));
     QCoreApplication::processEvents();
     // Thumbnails come from worker threads; the picture should show them, not their placeholders.
     const QDeadlineTimer deadline(15000);

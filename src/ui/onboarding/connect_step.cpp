@@ -3,6 +3,7 @@
 #include "controller/preferences.h"
 #include "ui/settings/texts.h"
 #include "ui/theme/secondary_button.h"
+#include "ui/theme/spoken.h"
 #include "ui/theme/theme.h"
 
 #include <QHBoxLayout>
@@ -26,7 +27,6 @@ ConnectStep::ConnectStep(Preferences& preferences, QWidget* parent)
     m_test->setAccessibleName(tr("Test connection"));
     m_test->setEnabled(false);
     m_result->setObjectName(u"connectionResult"_s);
-    m_result->setAccessibleName(tr("Connection test result"));
     m_result->hide();
 
     auto* row = new QHBoxLayout;
@@ -88,6 +88,6 @@ void ConnectStep::showResult(bool ok, const QString& text)
     QPalette palette = m_result->palette();
     palette.setColor(QPalette::WindowText, ok ? Theme::charcoal : Theme::amberDeep);
     m_result->setPalette(palette);
-    m_result->setText(ok ? tr("Connected.") : text);
     m_result->show();
+    Spoken::setText(m_result, ok ? tr("Connected.") : text);
 }

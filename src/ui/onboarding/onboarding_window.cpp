@@ -8,8 +8,11 @@
 #include "ui/settings/texts.h"
 #include "ui/theme/primary_button.h"
 #include "ui/theme/sunrise_mark.h"
+#include "ui/theme/window_fit.h"
 
+#include <QHBoxLayout>
 #include <QLabel>
+#include <QScrollArea>
 #include <QVBoxLayout>
 #include <QtConcurrent>
 
@@ -40,16 +43,29 @@ OnboardingWindow::OnboardingWindow(const ControllerParts& parts, const Autostart
     brand->addSpacing(6);
     brand->addWidget(m_indicator, 0, Qt::AlignHCenter);
 
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(32, 28, 32, 24);
-    layout->setSpacing(18);
-    layout->addLayout(brand);
-    layout->addWidget(m_connect);
-    layout->addWidget(m_preferences);
-    layout->addWidget(m_next);
-    layout->setSizeConstraint(QLayout::SetFixedSize);
+    // The steps scroll on a short screen; the button to go on stays in reach below them.
+    auto* body = new QWidget(this);
+    auto* steps = new QVBoxLayout(body);
+    steps->setContentsMargins(32, 28, 32, 8);
+    steps->setSpacing(18);
+    steps->addLayout(brand);
+    steps->addWidget(m_connect, 0, Qt::AlignHCenter);
+    steps->addWidget(m_preferences, 0, Qt::AlignHCenter);
+    steps->addStretch(1);
     for (QWidget* step : {static_cast<QWidget*>(m_connect), static_cast<QWidget*>(m_preferences)})
         step->setFixedWidth(460);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 24);
+    layout->setSpacing(10);
+    layout->addWidget(WindowFit::scrolling(body, this), 1);
+    // A line that appears (the connection test's answer) grows the window rather than hiding
+    // below the fold.
+    WindowFit::followContent(this, body);
+    auto* button = new QHBoxLayout;
+    button->setContentsMargins(32, 0, 32, 0);
+    button->addWidget(m_next);
+    layout->addLayout(button);
 
     connect(m_connect, &ConnectStep::keyChanged, this, &OnboardingWindow::showStep);
     connect(m_next, &QPushButton::clicked, this, &OnboardingWindow::next);
@@ -77,6 +93,9 @@ void OnboardingWindow::showStep()
     // Without a key there is nothing to continue with; a key whose test failed may still be
     // right (the network may be down), so it does not hold the person back.
     m_next->setEnabled(m_step == 1 || !m_connect->key().trimmed().isEmpty());
+    // Each step asks for its own height, as far as the screen allows.
+    if (isVisible())
+        WindowFit::fitToContent(this);
 }
 
 void OnboardingWindow::next()
@@ -98,4 +117,5 @@ void OnboardingWindow::next()
     (void)QtConcurrent::run([autostart = m_autostart] { autostart.setOn(true); });
     close();
     m_parts.refresh.start(TidyMode::deep);
+    Q_EMIT setUpFinished();
 }

@@ -27,6 +27,10 @@ public:
     // "Continue" on the first step, "Start my first refresh" on the second.
     void next();
 
+Q_SIGNALS:
+    // Set-up is over and the first refresh has started; the window has closed.
+    void setUpFinished();
+
 private:
     void showStep();
 

@@ -11,6 +11,7 @@
 #include "ui/theme/card.h"
 #include "ui/theme/primary_button.h"
 #include "ui/theme/secondary_button.h"
+#include "ui/theme/spoken.h"
 #include "ui/theme/sunrise_mark.h"
 
 #include <QHBoxLayout>
@@ -92,7 +93,8 @@ QString DonePanel::inHomeBase(const QString& folder) const
 void DonePanel::refresh()
 {
     const ApplyResult result = m_parts.moves.lastResult().value_or(ApplyResult {});
-    m_line->setText(result.moved != 0 ? tr("Everything has a home. Nothing was deleted.")
+    Spoken::setText(m_line,
+                    result.moved != 0 ? tr("Everything has a home. Nothing was deleted.")
                                       : tr("Everything was already in its place."));
     m_moved->setValue(Numbers::count(result.moved));
     m_renamed->setValue(Numbers::count(result.renamed));

@@ -12,6 +12,7 @@
 #include "ui/theme/card.h"
 #include "ui/theme/divider.h"
 #include "ui/theme/primary_button.h"
+#include "ui/theme/spoken.h"
 #include "ui/theme/switch.h"
 
 #include <QAccessible>
@@ -226,8 +227,8 @@ void IdlePanel::refresh()
     m_folders->setValue(Numbers::count(profile.scanFolders.size()));
     m_projects->setValue(Numbers::count(profile.projects.size()));
     const std::optional<QString> message = m_parts.activity.message();
-    m_message->setText(message.value_or(QString()));
     m_message->setVisible(message && !message->isEmpty());
+    Spoken::setText(m_message, message.value_or(QString()));
     m_undo->setDetail(m_parts.moves.undoDetail());
     m_undo->setEnabled(m_parts.moves.canUndo());
     m_sundayReset->setChecked(profile.autoTidy);

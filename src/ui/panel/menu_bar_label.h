@@ -27,7 +27,7 @@ public:
     Image image() const;
     QSystemTrayIcon* trayIcon() const;
     QMenu* contextMenu() const;
-    // Drawn for the tray: amber on a light tile with a dark rim, so it reads on light and dark panels.
+    // One colour, offered by its theme name; the drawing is for trays that take pixels.
     static QIcon render(Image image);
 
 Q_SIGNALS:

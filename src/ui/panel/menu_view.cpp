@@ -7,6 +7,8 @@
 #include "idle_panel.h"
 #include "review_ready_panel.h"
 #include "scanning_panel.h"
+#include "ui/theme/primary_button.h"
+#include "ui/theme/secondary_button.h"
 
 #include <QStackedLayout>
 #include <QVBoxLayout>
@@ -68,8 +70,25 @@ void MenuView::choosePanel()
     }
     m_stack->setCurrentWidget(wanted);
     adjustSize();
-    if (window() != this)
-        window()->adjustSize();
+    if (isVisible())
+        focusPrimary();
+}
+
+void MenuView::focusPrimary()
+{
+    QWidget* panel = m_stack->currentWidget();
+    const auto usable
+        = [panel](const QPushButton* button) { return button->isVisibleTo(panel) && button->isEnabled(); };
+    const QList<PrimaryButton*> primaries = panel->findChildren<PrimaryButton*>();
+    const QList<SecondaryButton*> secondaries = panel->findChildren<SecondaryButton*>();
+    QWidget* target = nullptr;
+    if (const auto it = std::find_if(primaries.begin(), primaries.end(), usable); it != primaries.end())
+        target = *it;
+    else if (const auto other = std::find_if(secondaries.begin(), secondaries.end(), usable);
+             other != secondaries.end())
+        target = *other;
+    if (target)
+        target->setFocus(Qt::OtherFocusReason);
 }
 
 QWidget* MenuView::currentPanel() const

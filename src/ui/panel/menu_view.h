@@ -23,6 +23,9 @@ public:
     ScanningPanel* scanningPanel() const;
     ReviewReadyPanel* reviewReadyPanel() const;
     DonePanel* donePanel() const;
+    // Puts the keyboard focus on the shown panel's main button, so that Enter does what the
+    // panel is for and never something heavier beside it.
+    void focusPrimary();
 
     static constexpr int kWidth = 360;
 

@@ -1,6 +1,7 @@
 #include "refusal_line.h"
 
 #include "controller/activity.h"
+#include "ui/theme/spoken.h"
 #include "ui/theme/theme.h"
 
 RefusalLine::RefusalLine(Activity& activity, QWidget* parent)
@@ -14,9 +15,8 @@ RefusalLine::RefusalLine(Activity& activity, QWidget* parent)
     connect(&activity, &Activity::refused, this, [this](const QString& reason) {
         if (!parentWidget() || !parentWidget()->isVisible())
             return;
-        setText(reason);
-        setAccessibleName(reason);
         show();
+        Spoken::setText(this, reason);
     });
     connect(&activity, &Activity::phaseChanged, this, &QWidget::hide);
 }

@@ -10,6 +10,7 @@
 #include "ui/theme/card.h"
 #include "ui/theme/primary_button.h"
 #include "ui/theme/secondary_button.h"
+#include "ui/theme/spoken.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -119,6 +120,6 @@ void ReviewReadyPanel::refresh()
     m_cost->setVisible(cost.has_value());
     m_cost->setText(cost ? tr("Claude cost for this refresh: %1").arg(Numbers::money(*cost)) : QString());
     const std::optional<QString> message = m_parts.activity.message();
-    m_message->setText(message.value_or(QString()));
+    Spoken::setText(m_message, message.value_or(QString()));
     m_message->setVisible(message && !message->isEmpty());
 }

@@ -3,6 +3,7 @@
 #include "controller/activity.h"
 #include "controller/refresh_run.h"
 #include "ui/theme/secondary_button.h"
+#include "ui/theme/spoken.h"
 #include "zen_view.h"
 
 #include <QLabel>
@@ -91,7 +92,7 @@ void ScanningPanel::showFraction()
 
 void ScanningPanel::refreshStatus()
 {
-    m_status->setText(m_parts.activity.isUndoing() ? tr("Putting files back") : m_parts.refresh.calmStatus());
+    Spoken::setText(m_status, m_parts.activity.isUndoing() ? tr("Putting files back") : m_parts.refresh.calmStatus());
     m_stop->setVisible(m_parts.activity.phase() == Phase::scanning);
 }
 

@@ -3,6 +3,7 @@
 #include "controller/preferences.h"
 #include "texts.h"
 #include "ui/theme/secondary_button.h"
+#include "ui/theme/spoken.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -51,8 +52,9 @@ void KeyEditor::showStored()
 {
     // The stored key itself never comes back to the screen, not even as dots.
     const bool stored = !m_preferences.apiKey().isEmpty();
-    m_stored->setText(stored ? tr("A key is stored. Paste a new one to replace it.")
-                             : tr("No key stored yet. Paste your Claude API key."));
+    Spoken::setText(m_stored,
+                    stored ? tr("A key is stored. Paste a new one to replace it.")
+                           : tr("No key stored yet. Paste your Claude API key."));
     m_field->setPlaceholderText(stored ? tr("New key") : tr("sk-ant-…"));
     m_field->setAccessibleDescription(m_stored->text());
 }

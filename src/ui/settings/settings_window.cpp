@@ -19,12 +19,15 @@
 #include "ui/theme/card.h"
 #include "ui/theme/divider.h"
 #include "ui/theme/secondary_button.h"
+#include "ui/theme/spoken.h"
 #include "ui/theme/sunrise_mark.h"
+#include "ui/theme/window_fit.h"
 #include "usage_summary.h"
 
 #include <QFutureWatcher>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QScrollArea>
 #include <QVBoxLayout>
 #include <QtConcurrent>
 
@@ -51,31 +54,38 @@ SettingsWindow::SettingsWindow(const ControllerParts& parts,
     header->addWidget(new SunriseMark(32, this));
     header->addWidget(Texts::label(tr("Settings"), Texts::Style::heading, this), 1);
 
-    auto* columns = new QHBoxLayout;
+    // The two columns scroll on a short screen; the header and the footer's buttons stay put.
+    auto* body = new QWidget(this);
+    auto* columns = new QHBoxLayout(body);
+    columns->setContentsMargins(24, 0, 24, 0);
     columns->setSpacing(16);
     columns->addWidget(buildLeft(autostart), 0, Qt::AlignTop);
     columns->addWidget(buildRight(clock), 0, Qt::AlignTop);
 
     auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(24, 20, 24, 20);
+    layout->setContentsMargins(0, 20, 0, 20);
     layout->setSpacing(16);
+    header->setContentsMargins(24, 0, 24, 0);
     layout->addLayout(header);
-    layout->addLayout(columns);
-    layout->addWidget(buildFooter());
+    layout->addWidget(WindowFit::scrolling(body, this), 1);
+    QWidget* footer = buildFooter();
+    footer->setContentsMargins(24, 0, 24, 0);
+    layout->addWidget(footer);
     // Every control writes through at once, so a change the disk refused is said here.
     auto* unsaved = Texts::label(QString(), Texts::Style::detail, this);
     unsaved->setTextFormat(Qt::PlainText);
-    unsaved->setAccessibleName(tr("Not saved"));
+    unsaved->setContentsMargins(24, 0, 24, 0);
     layout->addWidget(unsaved);
     const auto showUnsaved = [this, unsaved] {
         const std::optional<QString> problem = m_parts.review.saveProblem();
-        unsaved->setText(problem.value_or(QString()));
+        Spoken::setText(unsaved, problem.value_or(QString()));
         unsaved->setVisible(problem.has_value());
     };
     connect(&m_parts.review, &PlanReview::saveProblemChanged, this, showUnsaved);
     showUnsaved();
-    // Sized to what it holds: it grows with a new project and shrinks when one goes.
-    layout->setSizeConstraint(QLayout::SetFixedSize);
+    // Sized to what it holds as far as the screen allows: it grows with a new project and
+    // shrinks when one goes.
+    WindowFit::followContent(this, body);
 }
 
 QWidget* SettingsWindow::buildLeft(const Autostart& autostart)

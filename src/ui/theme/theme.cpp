@@ -1,5 +1,7 @@
 #include "theme.h"
 
+#include "accessible_windows.h"
+
 #include <QApplication>
 #include <QPalette>
 #include <QStyleFactory>
@@ -76,8 +78,21 @@ QPushButton[flat="true"]:focus { color: %2; text-decoration: underline; }
 
 } // namespace
 
+namespace {
+
+bool g_desktopIsDark = false;
+
+} // namespace
+
+bool desktopIsDark()
+{
+    return g_desktopIsDark;
+}
+
 void apply(QApplication& app)
 {
+    AccessibleWindows::install();
+    g_desktopIsDark = app.palette().color(QPalette::Window).lightness() < 128;
     // Fusion follows the palette everywhere; the desktop's own style may not.
     app.setStyle(QStyleFactory::create(u"Fusion"_s));
     app.setPalette(palette());

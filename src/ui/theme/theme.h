@@ -21,5 +21,7 @@ inline const QColor amberDeep {0xA8, 0x5F, 0x0A};
 
 // Sets the Fusion style, the fixed light palette and the style sheet on the whole application.
 void apply(QApplication& app);
+// Whether the desktop's own scheme, before ours replaced it, was dark; unknown counts as light.
+bool desktopIsDark();
 
 } // namespace Theme
