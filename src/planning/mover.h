@@ -38,4 +38,22 @@ UndoResult undoLatest(const CancellationPtr& cancellation = {});
 // or nothing when no undo could bring anything back.
 std::optional<QDateTime> newestUndoable();
 
+// The log an undo would work on next: its path, the start of its apply, and whether it is a
+// damaged log that the undo would only set aside.
+struct UndoableLog
+{
+    QString path;
+    QDateTime started;
+    bool damaged = false;
+};
+std::optional<UndoableLog> newestUndoableLog();
+
+// Puts back records `indexes` of the apply logged at `path`, each on its own, as an undo would:
+// only a file that still answers to its recorded identity moves, to its old place or, when that
+// is taken, to a free name beside it. Each is marked put back in the log, so that an undo of the
+// apply passes it over; what stays is said and marked like an undo's. Records that are no longer
+// filed are passed over. An older version's log or one that cannot be read moves nothing (every
+// record counted failed). Once nothing of the apply is left filed, its log is marked undone.
+UndoResult putBack(const QString& path, QList<int> indexes);
+
 } // namespace Mover
