@@ -178,6 +178,11 @@ bool MoveHistory::isRenamed(const MoveRecord& record)
     return QFileInfo(record.from).fileName() != QFileInfo(record.to).fileName();
 }
 
+QString MoveHistory::firstName(const QString& path)
+{
+    return baseName(QFileInfo(path).fileName());
+}
+
 bool MoveHistory::isLogName(const QString& name)
 {
     const QString base = baseName(name);

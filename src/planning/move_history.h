@@ -65,6 +65,9 @@ public:
     static bool isRenamed(const MoveRecord& record);
     // Whether a name in the logs folder is one of our move logs, whatever prefix it has gained.
     static bool isLogName(const QString& name);
+    // The name a log was first given, before any prefix an undo or a damaged read put before it:
+    // the same apply, whatever became of it.
+    static QString firstName(const QString& path);
 
 private:
     struct Cached

@@ -22,10 +22,10 @@ namespace {
 
 enum AppliesColumn { when, moved, renamed, setAside, state };
 
-// The same apply after a new read: its log may have gained a prefix since, its number stays.
+// The same apply after a new read, though its log may have gained a prefix since.
 QString keyOf(const PastApply& apply)
 {
-    return apply.sequence > 0 ? QString::number(apply.sequence) : apply.path;
+    return MoveHistory::firstName(apply.path);
 }
 
 } // namespace
