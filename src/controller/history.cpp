@@ -50,7 +50,10 @@ void History::reload()
     const QFuture<Snapshot> work = QtConcurrent::run([reader] {
         Snapshot snapshot;
         snapshot.applies = reader->read(Store::logsDir());
-        if (const std::optional<Mover::UndoableLog> next = Mover::newestUndoableLog(); next && !next->damaged)
+        // What was just read is not read again; a log that came since is.
+        const auto readAgain
+            = [&snapshot](const QString& path) { return MoveHistory::contentsOf(snapshot.applies, path); };
+        if (const std::optional<Mover::UndoableLog> next = Mover::newestUndoableLog(readAgain); next && !next->damaged)
             snapshot.undoable = next->path;
         return snapshot;
     });

@@ -162,6 +162,22 @@ QList<HistoryHit> MoveHistory::search(const QList<PastApply>& applies, const QSt
     return hits;
 }
 
+std::optional<MoveLog::Contents> MoveHistory::contentsOf(const QList<PastApply>& applies, const QString& path)
+{
+    const auto apply
+        = std::find_if(applies.cbegin(), applies.cend(), [&path](const PastApply& a) { return a.path == path; });
+    if (apply == applies.cend())
+        return MoveLog::read(path);
+    if (apply->state == PastApply::State::damaged)
+        return std::nullopt;
+    MoveLog::Contents contents;
+    contents.legacy = apply->legacy;
+    contents.sequence = apply->sequence;
+    contents.started = apply->started;
+    contents.records = apply->records;
+    return contents;
+}
+
 QString MoveHistory::shownFolder(const QString& path)
 {
     const QString folder = QFileInfo(path).path();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/move_record.h"
+#include "move_log.h"
 
 #include <QDateTime>
 #include <QHash>
@@ -8,6 +9,8 @@
 #include <QMutex>
 #include <QString>
 #include <QStringList>
+
+#include <optional>
 
 // One apply as the history shows it, read from its move log.
 struct PastApply
@@ -61,6 +64,8 @@ public:
     static QList<HistoryHit> search(const QList<PastApply>& applies, const QString& text);
     // A folder as the person knows it: relative to the home folder when inside it.
     static QString shownFolder(const QString& path);
+    // What the log of `path` holds, from applies read before; read now when not among them.
+    static std::optional<MoveLog::Contents> contentsOf(const QList<PastApply>& applies, const QString& path);
     // Whether a record's move renamed it.
     static bool isRenamed(const MoveRecord& record);
     // Whether a name in the logs folder is one of our move logs, whatever prefix it has gained.

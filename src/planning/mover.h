@@ -5,10 +5,13 @@
 #include "model/apply_result.h"
 #include "model/move_record.h"
 #include "model/plan_item.h"
+#include "move_log.h"
 
 #include <QDateTime>
 #include <QList>
 #include <QString>
+
+#include <functional>
 
 // Carries out an approved plan and takes the last one back. Never deletes, never replaces:
 // every move goes to a free name, and every move is in a log that undo reads back before it
@@ -46,7 +49,10 @@ struct UndoableLog
     QDateTime started;
     bool damaged = false;
 };
-std::optional<UndoableLog> newestUndoableLog();
+// `read` gives a log's contents by its path (logs already read elsewhere); MoveLog::read when
+// not given.
+using LogReader = std::function<std::optional<MoveLog::Contents>(const QString& path)>;
+std::optional<UndoableLog> newestUndoableLog(const LogReader& read = {});
 
 // Puts back records `indexes` of the apply logged at `path`, each on its own, as an undo would:
 // only a file that still answers to its recorded identity moves, to its old place or, when that

@@ -215,10 +215,10 @@ UndoResult undoLatest(const CancellationPtr& cancellation)
     return result;
 }
 
-std::optional<UndoableLog> newestUndoableLog()
+std::optional<UndoableLog> newestUndoableLog(const LogReader& read)
 {
     for (const QString& path : MoveLogs::undoOrder()) {
-        const std::optional<MoveLog::Contents> contents = MoveLog::read(path);
+        const std::optional<MoveLog::Contents> contents = read ? read(path) : MoveLog::read(path);
         if (!contents || contents->records.isEmpty())
             return UndoableLog {path, QDateTime(), true}; // an undo has a damaged log to set aside
         for (const MoveRecord& record : contents->records) {
