@@ -6,6 +6,7 @@
 #include "moves.h"
 #include "planning/mover.h"
 
+#include <QFileInfo>
 #include <QFutureWatcher>
 #include <QtConcurrent>
 
@@ -135,9 +136,14 @@ QString History::recordStateText(const MoveRecord& record)
 {
     switch (record.state) {
         case MoveState::back:
-            return tr("Back");
-        case MoveState::putBack:
-            return tr("Put back");
+        case MoveState::putBack: {
+            const QString name = QFileInfo(record.back).fileName();
+            const bool put = record.state == MoveState::putBack;
+            // Its old place was taken, so it came back under another name.
+            if (!name.isEmpty() && name != QFileInfo(record.from).fileName())
+                return (put ? tr("Put back as \u201C%1\u201D") : tr("Back as \u201C%1\u201D")).arg(name);
+            return put ? tr("Put back") : tr("Back");
+        }
         case MoveState::failed:
             return tr("Did not move: %1").arg(record.reason);
         case MoveState::intended:

@@ -131,8 +131,9 @@ QList<PastApply> MoveHistory::read(const QString& folder)
         else
             toRead.append(entry.filePath());
     }
-    // Each log on its own: the cores share the parsing of a long history.
-    const QList<PastApply> fresh = QtConcurrent::blockingMapped(toRead, &summarize);
+    // Each log on its own: the cores share the parsing of a long history. In a pool of its own,
+    // since the read itself may run on a thread of the shared pool that another read waits in.
+    const QList<PastApply> fresh = QtConcurrent::blockingMapped(&m_pool, toRead, &summarize);
     for (const PastApply& apply : fresh) {
         const QFileInfo entry(apply.path);
         kept.insert(apply.path, {entry.size(), entry.lastModified(), apply});

@@ -9,6 +9,7 @@
 #include <QMutex>
 #include <QString>
 #include <QStringList>
+#include <QThreadPool>
 
 #include <optional>
 
@@ -84,4 +85,5 @@ private:
 
     QMutex m_mutex;
     QHash<QString, Cached> m_cache;
+    QThreadPool m_pool;
 };

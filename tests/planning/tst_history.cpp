@@ -14,7 +14,9 @@
 #include <QFileInfo>
 #include <QSignalSpy>
 #include <QTest>
+#include <QThreadPool>
 #include <QTimeZone>
+#include <QtConcurrent>
 
 #include <sys/stat.h>
 
@@ -117,7 +119,7 @@ private Q_SLOTS:
         QTest::newRow("old place taken") << u"taken"_s << 1
                                          << u"Put 1 file back where it was. Its old place was taken, so it came back "
                                             u"as \u201Cb (2).txt\u201D."_s
-                                         << u"Put back"_s << QString();
+                                         << u"Put back as \u201Cb (2).txt\u201D"_s << QString();
         QTest::newRow("moved elsewhere by the person")
             << u"moved"_s << 0 << u"1 file stayed: it is no longer where Brindlow filed it."_s
             << u"Could not go back: it is no longer where it was filed"_s << QString();
@@ -267,6 +269,22 @@ private Q_SLOTS:
         QCOMPARE(applies.first().state, PastApply::State::undone);
         QVERIFY(QFile::remove(applies.first().path));
         QVERIFY(reader.read(Store::logsDir()).isEmpty());
+    }
+
+    // Reads that meet, more of them than the shared pool has threads, all end.
+    void readsAtOnceAllEnd()
+    {
+        TempHome home;
+        HistoryFactory::apply(home.path(), kThree);
+        HistoryFactory::apply(home.path(), {{u"Desktop/d.txt"_s, u"Later"_s}});
+        MoveHistory reader;
+        QList<QFuture<qsizetype>> reads;
+        for (int i = 0; i < QThreadPool::globalInstance()->maxThreadCount() + 2; ++i)
+            reads.append(QtConcurrent::run([&reader] { return reader.read(Store::logsDir()).size(); }));
+        for (const QFuture<qsizetype>& read : std::as_const(reads)) {
+            QTRY_VERIFY_WITH_TIMEOUT(read.isFinished(), 10000);
+            QCOMPARE(read.result(), 2);
+        }
     }
 
     // Put back and undo from the history go through the controller's lock: never while a

@@ -10,7 +10,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace HistoryFactory {
 
-ApplyResult apply(const QString& home, const QList<Move>& moves)
+ApplyResult apply(const QString& home, const QList<Move>& moves, const QDateTime& at)
 {
     QList<PlanItem> items;
     QStringList roots;
@@ -37,6 +37,8 @@ ApplyResult apply(const QString& home, const QList<Move>& moves)
     options.homeBase = home + u"/Documents"_s;
     options.scanRoots = roots;
     options.includeRenames = true;
+    if (at.isValid())
+        options.now = [at] { return at; };
     return Mover::apply(items, options);
 }
 

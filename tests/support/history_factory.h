@@ -2,6 +2,7 @@
 
 #include "model/apply_result.h"
 
+#include <QDateTime>
 #include <QList>
 #include <QString>
 
@@ -15,7 +16,7 @@ struct Move
     QString newName = {}; // a rename the apply carries out
 };
 
-// Creates each file and applies the moves; the result names the log it wrote.
-ApplyResult apply(const QString& home, const QList<Move>& moves);
+// Creates each file and applies the moves, at `at` when given; the result names the log it wrote.
+ApplyResult apply(const QString& home, const QList<Move>& moves, const QDateTime& at = {});
 
 } // namespace HistoryFactory

@@ -82,6 +82,9 @@ private Q_SLOTS:
         // A damaged log lists nothing and offers nothing.
         applies.setCurrentItem(applies.topLevelItem(2));
         QCOMPARE(files.model()->rowCount(), 0);
+        QCOMPARE(message(window),
+                 u"The move log \u201Cmoves-000001-2026-01-01_090000Z (2).jsonl\u201D could not be read. It is "
+                 u"kept as it is."_s);
         QVERIFY(!control(window, u"Undo this apply"_s)->isEnabled());
 
         // One file of the older apply goes back; the window says so and shows it.

@@ -63,7 +63,7 @@ QString HistoryFilesModel::text(const HistoryHit& hit, int column) const
     const MoveRecord& record = apply.records.at(hit.record);
     switch (column) {
         case Column::name:
-            return QFileInfo(currentPath(record)).fileName();
+            return QFileInfo(record.to).fileName();
         case Column::from:
             return MoveHistory::shownFolder(record.from);
         case Column::to:

@@ -12,7 +12,7 @@ class HistoryFilesModel : public QAbstractTableModel
     Q_OBJECT
 
 public:
-    enum Column { name, from, to, renamedFrom, state, apply, columns };
+    enum Column { name, apply, state, from, to, renamedFrom, columns };
 
     using QAbstractTableModel::QAbstractTableModel;
 

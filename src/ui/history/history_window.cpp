@@ -44,8 +44,8 @@ HistoryWindow::HistoryWindow(History& history, QWidget* parent)
 
     auto* columns = new QHBoxLayout;
     columns->setSpacing(16);
-    columns->addWidget(buildApplies(), 2);
-    columns->addWidget(buildFiles(), 3);
+    columns->addWidget(buildApplies(), 0);
+    columns->addWidget(buildFiles(), 1);
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(24, 20, 24, 20);
@@ -53,7 +53,9 @@ HistoryWindow::HistoryWindow(History& history, QWidget* parent)
     layout->addWidget(Texts::label(tr("Move history"), Texts::Style::heading, this));
     layout->addLayout(columns, 1);
     layout->addWidget(m_message);
-    resize(1080, 620);
+    // Rows with room around their text, as in the review window's lists.
+    setStyleSheet(u"QTreeView::item { padding: 5px 4px; }"_s);
+    resize(1240, 620);
 
     connect(&m_history, &History::changed, this, &HistoryWindow::showApplies);
     connect(&m_history, &History::finished, this, [this](const QString& message) {
@@ -97,11 +99,19 @@ QWidget* HistoryWindow::buildApplies()
     m_applies->setHeaderLabels({tr("When"), tr("Moved"), tr("Renamed"), tr("Set aside"), tr("State")});
     m_applies->setRootIsDecorated(false);
     m_applies->setUniformRowHeights(true);
-    m_applies->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    m_applies->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_applies->header()->setStretchLastSection(true);
+    m_applies->header()->resizeSection(when, 150);
+    for (const int count : {moved, renamed, setAside})
+        m_applies->header()->resizeSection(count, 62);
+    m_applies->setMinimumWidth(530);
     connect(m_applies, &QTreeWidget::currentItemChanged, this, [this] {
         if (QTreeWidgetItem* item = m_applies->currentItem())
             m_selected = item->data(0, Qt::UserRole).toString();
+        const int apply = currentApply();
+        if (apply >= 0 && m_history.applies().at(apply).state == PastApply::State::damaged)
+            say(tr("The move log \u201C%1\u201D could not be read. It is kept as it is.")
+                    .arg(QFileInfo(m_history.applies().at(apply).path).fileName()));
         if (m_search->text().trimmed().isEmpty())
             showFiles();
         updateButtons();
@@ -136,12 +146,13 @@ QWidget* HistoryWindow::buildFiles()
     m_files->setUniformRowHeights(true);
     m_files->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_files->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_files->setTextElideMode(Qt::ElideMiddle);
     m_files->header()->setStretchLastSection(true);
-    m_files->header()->resizeSection(HistoryFilesModel::name, 190);
-    m_files->header()->resizeSection(HistoryFilesModel::from, 110);
-    m_files->header()->resizeSection(HistoryFilesModel::to, 150);
-    m_files->header()->resizeSection(HistoryFilesModel::renamedFrom, 120);
+    m_files->header()->resizeSection(HistoryFilesModel::name, 170);
+    m_files->header()->resizeSection(HistoryFilesModel::apply, 150);
     m_files->header()->resizeSection(HistoryFilesModel::state, 150);
+    m_files->header()->resizeSection(HistoryFilesModel::from, 80);
+    m_files->header()->resizeSection(HistoryFilesModel::to, 150);
     connect(m_files->selectionModel(), &QItemSelectionModel::selectionChanged, this, &HistoryWindow::updateButtons);
 
     m_putBack = new PrimaryButton(tr("Put back"), box, 32);
