@@ -293,4 +293,6 @@ void HistoryWindow::openCurrent(const Opener& opener)
 void HistoryWindow::say(const QString& text)
 {
     m_message->setText(text);
+    // A screen reader finds the line by its name and reads what it says from here.
+    m_message->setAccessibleDescription(text);
 }
