@@ -3,6 +3,7 @@
 #include "platform/clock.h"
 #include "platform/desktop_notifications.h"
 #include "schedule/notifier.h"
+#include "ui/history/history_window.h"
 #include "ui/onboarding/onboarding_window.h"
 #include "ui/panel/menu_bar_label.h"
 #include "ui/panel/menu_view.h"
@@ -62,6 +63,7 @@ bool Shell::start()
     });
     m_windows.add(u"recap"_s, [this] { return new RecapWindow(m_state.preferences(), m_state.moves()); });
     m_windows.add(u"zen"_s, [] { return new ZenPreview; });
+    m_windows.add(u"history"_s, [this] { return new HistoryWindow(m_state.history()); });
 
     m_panel
         = std::make_unique<PanelWindow>(m_state.parts(), tray ? PanelWindow::Mode::popup : PanelWindow::Mode::window);

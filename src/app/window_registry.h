@@ -7,8 +7,9 @@
 
 #include <functional>
 
-// The program's windows by id ("onboarding", "review", "recap", "zen", "settings"): each exists
-// at most once, is made when first asked for, and is brought forward when asked for again.
+// The program's windows by id ("onboarding", "review", "recap", "zen", "settings", "history"):
+// each exists at most once, is made when first asked for, and is brought forward when asked for
+// again.
 class WindowRegistry : public QObject
 {
     Q_OBJECT

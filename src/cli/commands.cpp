@@ -4,6 +4,7 @@
 #include "common/numbers.h"
 #include "controller/app_state.h"
 #include "controller/refresh_pipeline.h"
+#include "history_commands.h"
 #include "model/plan_tab.h"
 #include "model/store.h"
 #include "plan_view.h"
@@ -557,6 +558,16 @@ const QMap<QString, Command>& commands()
           u"Puts back the files of the last apply; again to go further back."_s,
           Needs::controller,
           undoLast}},
+        {u"history"_s,
+         {u"[N]"_s,
+          u"Lists every apply, newest first and numbered; with N, the files of apply N and what became of them."_s,
+          Needs::controller,
+          [](const Call& call) { return HistoryCommands::list(*call.state, call.args, call.out, call.err); }}},
+        {u"put-back"_s,
+         {u"N PATH..."_s,
+          u"Puts files of apply N back where they came from, each named by where it was filed or where it was."_s,
+          Needs::controller,
+          [](const Call& call) { return HistoryCommands::putBack(*call.state, call.args, call.out, call.err); }}},
         {u"discard"_s, {QString(), u"Drops the plan waiting for review."_s, Needs::controller, discardPlan}},
         {u"status"_s,
          {QString(),

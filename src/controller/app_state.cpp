@@ -16,6 +16,7 @@ AppState::AppState(const Clock* clock, QObject* parent)
     , m_review(m_activity, m_preferences, m_writer, m_clock)
     , m_moves(m_activity, m_preferences, m_review, m_writer, m_clock)
     , m_refresh(m_activity, m_preferences, m_review, m_moves, m_clock)
+    , m_history(m_activity, m_moves)
 {
     connect(&m_refresh, &RefreshRun::windowRequested, this, &AppState::windowRequested);
     connect(&m_review, &PlanReview::windowRequested, this, &AppState::windowRequested);
@@ -112,6 +113,11 @@ PlanReview& AppState::review()
 Moves& AppState::moves()
 {
     return m_moves;
+}
+
+History& AppState::history()
+{
+    return m_history;
 }
 
 ControllerParts AppState::parts()

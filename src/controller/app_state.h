@@ -2,6 +2,7 @@
 
 #include "activity.h"
 #include "controller_parts.h"
+#include "history.h"
 #include "moves.h"
 #include "plan_review.h"
 #include "preferences.h"
@@ -40,6 +41,7 @@ public:
     RefreshRun& refresh();
     PlanReview& review();
     Moves& moves();
+    History& history();
     // All of them, for the windows that show several.
     ControllerParts parts();
 
@@ -68,4 +70,5 @@ private:
     PlanReview m_review;
     Moves m_moves;
     RefreshRun m_refresh;
+    History m_history;
 };

@@ -246,6 +246,78 @@ void Moves::undone(const UndoResult& result)
     Q_EMIT finished();
 }
 
+QString Moves::busyText()
+{
+    return tr("Files can go back once the refresh or apply under way has finished.");
+}
+
+QString Moves::putBackText(const UndoResult& result)
+{
+    const int n = result.restored;
+    QStringList sentences;
+    if (n == 1)
+        sentences.append(tr("Put 1 file back where it was."));
+    else if (n > 1)
+        sentences.append(tr("Put %1 files back where they were.").arg(Numbers::count(n)));
+    const auto couldNot = [&](int count, const QString& one, const QString& many) {
+        if (count == 1)
+            sentences.append(one);
+        else if (count > 1)
+            sentences.append(many.arg(Numbers::count(count)));
+    };
+    couldNot(result.missing,
+             tr("1 file stayed: it is no longer where Brindlow filed it."),
+             tr("%1 files stayed: they are no longer where Brindlow filed them."));
+    couldNot(result.replaced,
+             tr("1 file stayed: a different file is where Brindlow filed it."),
+             tr("%1 files stayed: different files are where Brindlow filed them."));
+    couldNot(result.inUse,
+             tr("1 file stayed: it is open in another program."),
+             tr("%1 files stayed: they are open in another program."));
+    couldNot(
+        result.failed, tr("1 file stayed: it could not be moved."), tr("%1 files stayed: they could not be moved."));
+    if (result.newNames.size() == 1)
+        sentences.append(
+            tr("Its old place was taken, so it came back as \u201C%1\u201D.").arg(result.newNames.first()));
+    else if (result.newNames.size() > 1)
+        sentences.append(tr("Their old places were taken, so they came back as %1.")
+                             .arg(u"\u201C"_s + result.newNames.join(u"\u201D, \u201C"_s) + u"\u201D"_s));
+    if (sentences.isEmpty())
+        sentences.append(tr("Nothing was put back."));
+    return sentences.join(u' ');
+}
+
+std::optional<QString> Moves::putBack(const QString& log, const QList<int>& records)
+{
+    if (m_activity.isBusy()) {
+        m_activity.refuse(busyText());
+        return busyText();
+    }
+    if (!m_activity.acquireLock())
+        return Activity::otherProcessBusyText();
+    const Phase before = m_activity.phase();
+    m_activity.startMoving(tr("Putting files back"), true);
+    auto* watcher = new QFutureWatcher<UndoResult>(this);
+    connect(watcher, &QFutureWatcher<UndoResult>::finished, this, [this, watcher, before] {
+        putBackDone(watcher->result(), before);
+        watcher->deleteLater();
+    });
+    const QFuture<UndoResult> work = QtConcurrent::run([log, records] { return Mover::putBack(log, records); });
+    m_work = QFuture<void>(work);
+    watcher->setFuture(work);
+    return std::nullopt;
+}
+
+void Moves::putBackDone(const UndoResult& result, Phase before)
+{
+    m_activity.releaseLock();
+    // Single files going back leave whatever the person was doing as it was.
+    m_activity.setPhase(before);
+    refreshUndoable();
+    Q_EMIT putBackFinished(result);
+    Q_EMIT finished();
+}
+
 void Moves::refreshUndoable()
 {
     auto* watcher = new QFutureWatcher<std::optional<QDateTime>>(this);

@@ -2,6 +2,7 @@
 
 #include "common/cancellation.h"
 #include "model/apply_result.h"
+#include "model/phase.h"
 #include "model/recap_data.h"
 
 #include <QFuture>
@@ -31,6 +32,10 @@ public:
     void apply(bool includeRenames);
     // Puts back the files of the newest applied plan.
     void undoLast();
+    // Puts back records `records` of the apply logged at `log`, each on its own, in the
+    // background; `putBackFinished` then says what became of them. Refused while a refresh, an
+    // apply or an undo runs, here or in another Brindlow: the reason, else nothing.
+    std::optional<QString> putBack(const QString& log, const QList<int>& records);
 
     std::optional<ApplyResult> lastResult() const;
     std::optional<UndoResult> lastUndo() const;
@@ -44,6 +49,10 @@ public:
 
     // What an undo tells the person.
     static QString undoText(const UndoResult& result);
+    // What putting single files back tells the person.
+    static QString putBackText(const UndoResult& result);
+    // Why nothing can go back right now.
+    static QString busyText();
 
 Q_SIGNALS:
     void lastResultChanged();
@@ -51,6 +60,8 @@ Q_SIGNALS:
     void undoableChanged();
     // An apply or an undo has ended.
     void finished();
+    // Files put back on their own went back, or stayed; `finished` follows.
+    void putBackFinished(const UndoResult& result);
     void windowRequested(const QString& id);
 
 private:
@@ -62,6 +73,7 @@ private:
     void refreshUndoable();
     void applied(const ApplyResult& result, RecapData recap);
     void undone(const UndoResult& result);
+    void putBackDone(const UndoResult& result, Phase before);
 
     Activity& m_activity;
     Preferences& m_preferences;

@@ -5,10 +5,13 @@
 #include "model/apply_result.h"
 #include "model/move_record.h"
 #include "model/plan_item.h"
+#include "move_log.h"
 
 #include <QDateTime>
 #include <QList>
 #include <QString>
+
+#include <functional>
 
 // Carries out an approved plan and takes the last one back. Never deletes, never replaces:
 // every move goes to a free name, and every move is in a log that undo reads back before it
@@ -37,5 +40,26 @@ UndoResult undoLatest(const CancellationPtr& cancellation = {});
 // When the apply that an undo would take back started (invalid when a damaged log is in the way),
 // or nothing when no undo could bring anything back.
 std::optional<QDateTime> newestUndoable();
+
+// The log an undo would work on next: its path, the start of its apply, and whether it is a
+// damaged log that the undo would only set aside.
+struct UndoableLog
+{
+    QString path;
+    QDateTime started;
+    bool damaged = false;
+};
+// `read` gives a log's contents by its path (logs already read elsewhere); MoveLog::read when
+// not given.
+using LogReader = std::function<std::optional<MoveLog::Contents>(const QString& path)>;
+std::optional<UndoableLog> newestUndoableLog(const LogReader& read = {});
+
+// Puts back records `indexes` of the apply logged at `path`, each on its own, as an undo would:
+// only a file that still answers to its recorded identity moves, to its old place or, when that
+// is taken, to a free name beside it. Each is marked put back in the log, so that an undo of the
+// apply passes it over; what stays is said and marked like an undo's. Records that are no longer
+// filed are passed over. An older version's log or one that cannot be read moves nothing (every
+// record counted failed). Once nothing of the apply is left filed, its log is marked undone.
+UndoResult putBack(const QString& path, QList<int> indexes);
 
 } // namespace Mover

@@ -28,6 +28,8 @@ struct Undo
     MoveLog& log;
     UndoResult& result;
     qsizetype filed = contents.filed(); // what is still where the apply put it
+    // What a record that went back becomes: back with its whole apply, or put back on its own.
+    MoveState backState = MoveState::back;
 };
 
 void stay(Undo& undo, int index, StayReason reason)
@@ -71,7 +73,7 @@ void moveBack(Undo& undo, int index, const MoveRecord& record)
         undo.log.returning(index, target, partial);
         const FileMover::Outcome outcome = FileMover::move(record.to, target, partial);
         if (outcome == FileMover::Outcome::moved || outcome == FileMover::Outcome::partlyMoved) {
-            undo.log.back(index, target);
+            undo.log.back(index, target, undo.backState);
             ++undo.result.restored;
             --undo.filed;
             if (target != record.from)
@@ -91,7 +93,7 @@ void undoRecord(Undo& undo, int index, const MoveRecord& record)
     // A move back that a kill interrupted may have happened.
     if (record.state == MoveState::moved && !record.back.isEmpty() && record.identity
         && isSameFile(record.back, *record.identity)) {
-        undo.log.back(index, record.back);
+        undo.log.back(index, record.back, undo.backState);
         ++undo.result.restored;
         --undo.filed;
         return;
@@ -213,20 +215,61 @@ UndoResult undoLatest(const CancellationPtr& cancellation)
     return result;
 }
 
-std::optional<QDateTime> newestUndoable()
+std::optional<UndoableLog> newestUndoableLog(const LogReader& read)
 {
     for (const QString& path : MoveLogs::undoOrder()) {
-        const std::optional<MoveLog::Contents> contents = MoveLog::read(path);
+        const std::optional<MoveLog::Contents> contents = read ? read(path) : MoveLog::read(path);
         if (!contents || contents->records.isEmpty())
-            return QDateTime(); // an undo has a damaged log to set aside
+            return UndoableLog {path, QDateTime(), true}; // an undo has a damaged log to set aside
         for (const MoveRecord& record : contents->records) {
             const bool there
                 = record.identity ? isSameFile(record.to, *record.identity) : record.isFiled() && exists(record.to);
             if (record.isFiled() && there)
-                return contents->legacy ? QFileInfo(path).lastModified() : contents->started;
+                return UndoableLog {path, contents->legacy ? QFileInfo(path).lastModified() : contents->started, false};
         }
     }
     return std::nullopt;
+}
+
+std::optional<QDateTime> newestUndoable()
+{
+    const std::optional<UndoableLog> log = newestUndoableLog();
+    if (!log)
+        return std::nullopt;
+    return log->damaged ? QDateTime() : log->started;
+}
+
+UndoResult putBack(const QString& path, QList<int> indexes)
+{
+    UndoResult result;
+    const std::optional<MoveLog::Contents> contents = MoveLog::read(path);
+    if (!contents || contents->legacy) {
+        // Nothing in an older version's log, or in one that cannot be read, says which file is ours.
+        result.failed = int(indexes.size());
+        return result;
+    }
+    std::sort(indexes.begin(), indexes.end());
+    indexes.erase(std::unique(indexes.begin(), indexes.end()), indexes.end());
+    MoveLog log(path);
+    log.reopen();
+    Undo undo {*contents, log, result};
+    undo.backState = MoveState::putBack;
+    for (const int index : std::as_const(indexes)) {
+        if (index < 0 || index >= contents->records.size() || !contents->records.at(index).isFiled())
+            continue;
+        const MoveRecord& record = contents->records.at(index);
+        if (!record.partial.isEmpty())
+            FileMover::removePartial(record.partial);
+        undoRecord(undo, index, record);
+    }
+    log.close();
+    result.logs.append(path);
+    if (undo.filed == 0) {
+        // Nothing of it is left for an undo; the folders it made go as an undo's would.
+        removeCreatedFolders(contents->folders);
+        MoveLogs::addPrefix(path, u"undone-"_s);
+    }
+    return result;
 }
 
 } // namespace Mover

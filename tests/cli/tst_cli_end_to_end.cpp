@@ -1,6 +1,7 @@
 #include "model/store.h"
 #include "support/controller_fixture.h"
 #include "support/file_factory.h"
+#include "support/history_factory.h"
 #include "support/plan_factory.h"
 #include "support/tmpfs_mount.h"
 #include "understanding/discovery.h"
@@ -327,6 +328,54 @@ private Q_SLOTS:
         QCOMPARE(cli(home, {u"refresh"_s, u"--replace"_s, u"--deep"_s, u"--quick"_s}).code, 2);
         QCOMPARE(cli(home, {u"discard"_s}).code, 0);
         QVERIFY(cli(home, {u"status"_s}).out.contains(u"Projects known: 1"_s));
+    }
+
+    // Applies listed newest first and numbered, the files of one, and some of them put back.
+    void historyAndPutBack()
+    {
+        TempHome home;
+        home.saveProfile();
+        const QString h = home.path();
+        HistoryFactory::apply(h,
+                              {{u"Downloads/a.txt"_s, u"Sorted"_s},
+                               {u"Downloads/b.txt"_s, u"Sorted"_s, u"bee.txt"_s},
+                               {u"Downloads/c.txt"_s, u"Sorted"_s}});
+        HistoryFactory::apply(h, {{u"Desktop/d.txt"_s, u"Later"_s}});
+
+        Run run = cli(home, {u"history"_s});
+        QCOMPARE(run.code, 0);
+        const QStringList lines = run.out.split(u'\n', Qt::SkipEmptyParts);
+        QCOMPARE(lines.size(), 2);
+        QVERIFY2(lines.at(0).startsWith(u"1  "_s)
+                     && lines.at(0).endsWith(u"1 moved \u00B7 0 renamed \u00B7 0 set aside  Applied"_s),
+                 qPrintable(run.out));
+        QVERIFY(lines.at(1).endsWith(u"3 moved \u00B7 1 renamed \u00B7 0 set aside  Applied"_s));
+        run = cli(home, {u"history"_s, u"2"_s});
+        QCOMPARE(run.code, 0);
+        QVERIFY2(run.out.contains(u"bee.txt\n    Downloads -> Documents/Sorted, renamed from b.txt\n    Filed\n"_s),
+                 qPrintable(run.out));
+
+        // Named by where it was filed, or where it came from.
+        run = cli(home, {u"put-back"_s, u"2"_s, h + u"/Documents/Sorted/bee.txt"_s, h + u"/Downloads/c.txt"_s});
+        QVERIFY2(run.code == 0, qPrintable(run.err));
+        QCOMPARE(run.out, u"Put 2 files back where they were.\n"_s);
+        QVERIFY(QFile::exists(h + u"/Downloads/b.txt"_s) && QFile::exists(h + u"/Downloads/c.txt"_s));
+        QVERIFY(cli(home, {u"history"_s}).out.contains(u"Partly undone, 1 still filed"_s));
+        QVERIFY(cli(home, {u"history"_s, u"2"_s})
+                    .out.contains(u"bee.txt\n    Downloads -> Documents/Sorted, renamed from b.txt\n    Put back\n"_s));
+
+        // A file the person moved since stays where it is, and the terminal is told.
+        QVERIFY(QFile::rename(h + u"/Documents/Sorted/a.txt"_s, h + u"/Documents/a.txt"_s));
+        run = cli(home, {u"put-back"_s, u"2"_s, h + u"/Documents/Sorted/a.txt"_s});
+        QCOMPARE(run.code, 1);
+        QCOMPARE(run.err, u"1 file stayed: it is no longer where Brindlow filed it.\n"_s);
+        QVERIFY(QFile::exists(h + u"/Documents/a.txt"_s));
+
+        QCOMPARE(cli(home, {u"history"_s, u"3"_s}).code, 2);
+        QCOMPARE(cli(home, {u"history"_s, u"x"_s}).code, 2);
+        QCOMPARE(cli(home, {u"put-back"_s, u"1"_s}).code, 2);
+        QCOMPARE(cli(home, {u"put-back"_s, u"1"_s, h + u"/Downloads/nothing.txt"_s}).code, 2);
+        QVERIFY(QFile::exists(h + u"/Documents/Later/d.txt"_s));
     }
 
     // The copy the person filed is the one kept, however long its name; the plan says which.

@@ -194,6 +194,8 @@ private Q_SLOTS:
                  f.state->preferences().profile().homeBase + u"/Brindlow Review/To Delete - Review First"_s);
         click(control(*f.view, u"Watch your recap"_s));
         QCOMPARE(f.opened.last(), u"recap"_s);
+        click(control(*f.view, u"History"_s));
+        QCOMPARE(f.opened.last(), u"history"_s);
         QVERIFY(f.state->preferences().profile().lastRun != lastRunBefore);
 
         // Undo shows the files going back on the progress panel, full, then the result.
@@ -222,6 +224,9 @@ private Q_SLOTS:
         QAbstractButton* undo = control(*f.view->idlePanel(), u"Undo last refresh"_s);
         QTRY_VERIFY(!undo->isEnabled());
         QCOMPARE(undo->accessibleDescription(), u"Nothing to undo"_s);
+        // Every apply stays in the history, undone or not.
+        click(control(*f.view->idlePanel(), u"History"_s));
+        QCOMPARE(f.opened.last(), u"history"_s);
     }
 
     // Nothing new: done, with nothing to look at; then a letter, and what sorting it cost.

@@ -413,9 +413,8 @@ private Q_SLOTS:
         QCOMPARE(windows.last(), u"zen"_s);
 
         click(control(*window, u"Open move history"_s));
-        QVERIFY(folders.wait(5000));
-        QCOMPARE(folders.first().first().toString(), f.home.supportDir() + u"/logs"_s);
-        QVERIFY(QFileInfo(f.home.supportDir() + u"/logs"_s).isDir());
+        QCOMPARE(windows.last(), u"history"_s);
+        QVERIFY(folders.isEmpty());
     }
 };
 

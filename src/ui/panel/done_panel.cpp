@@ -148,9 +148,13 @@ QLayout* DonePanel::buildFooter()
     m_undo = link(tr("Undo last refresh"), this);
     m_undo->setIcon(PanelIcons::undo());
     connect(m_undo, &QPushButton::clicked, this, [this] { m_parts.moves.undoLast(); });
+    auto* history = link(tr("History"), this);
+    history->setIcon(PanelIcons::clock());
+    connect(history, &QPushButton::clicked, this, [this] { Q_EMIT windowRequested(u"history"_s); });
     auto* footer = new QHBoxLayout;
     footer->addWidget(done);
     footer->addStretch(1);
+    footer->addWidget(history);
     footer->addWidget(m_undo);
     return footer;
 }

@@ -111,6 +111,8 @@ QWidget* IdlePanel::buildMain()
     m_undo = new MenuRow(PanelIcons::undo(), tr("Undo last refresh"), box);
     // The controller ignores an undo while anything runs, so a stale click cannot overlap a move.
     connect(m_undo, &MenuRow::clicked, this, [this] { m_parts.moves.undoLast(); });
+    auto* history = new MenuRow(PanelIcons::clock(), tr("History"), box);
+    connect(history, &MenuRow::clicked, this, [this] { Q_EMIT windowRequested(u"history"_s); });
     QLayout* reset = buildSundayReset(box);
 
     auto* layout = new QVBoxLayout(box);
@@ -126,6 +128,8 @@ QWidget* IdlePanel::buildMain()
     rows->addWidget(junk);
     rows->addWidget(new Divider(box));
     rows->addWidget(m_undo);
+    rows->addWidget(new Divider(box));
+    rows->addWidget(history);
     rows->addWidget(new Divider(box));
     rows->addSpacing(6);
     rows->addLayout(reset);

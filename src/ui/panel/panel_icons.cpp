@@ -76,6 +76,16 @@ QIcon undo()
     });
 }
 
+QIcon clock()
+{
+    return drawn([](QPainter& p) {
+        const QPointF c(10, 10);
+        p.drawEllipse(c, 7, 7);
+        p.drawLine(c, QPointF(10, 5.5));
+        p.drawLine(c, QPointF(13, 12));
+    });
+}
+
 QIcon gear()
 {
     return drawn([](QPainter& p) {

@@ -10,5 +10,6 @@ QIcon folder();
 QIcon trash();
 QIcon undo();
 QIcon gear();
+QIcon clock();
 
 } // namespace PanelIcons

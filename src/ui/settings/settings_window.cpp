@@ -24,12 +24,10 @@
 #include "ui/theme/window_fit.h"
 #include "usage_summary.h"
 
-#include <QFutureWatcher>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QScrollArea>
 #include <QVBoxLayout>
-#include <QtConcurrent>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -153,7 +151,7 @@ QWidget* SettingsWindow::buildFooter()
     auto* animation = new SecondaryButton(tr("Preview animation"), footer, 32);
     for (SecondaryButton* button : {history, recap, animation})
         button->setAccessibleName(button->text());
-    connect(history, &QPushButton::clicked, this, &SettingsWindow::openMoveHistory);
+    connect(history, &QPushButton::clicked, this, [this] { Q_EMIT windowRequested(u"history"_s); });
     connect(recap, &QPushButton::clicked, this, &SettingsWindow::previewRecap);
     connect(animation, &QPushButton::clicked, this, [this] { Q_EMIT windowRequested(u"zen"_s); });
     QLabel* version
@@ -177,17 +175,6 @@ void SettingsWindow::closeEvent(QCloseEvent* event)
     // What the disk refused before is tried again as the window goes.
     m_parts.review.saveNow();
     QWidget::closeEvent(event);
-}
-
-void SettingsWindow::openMoveHistory()
-{
-    // The logs folder is made when missing, which is disk work.
-    auto* watcher = new QFutureWatcher<QString>(this);
-    connect(watcher, &QFutureWatcher<QString>::finished, this, [this, watcher] {
-        watcher->deleteLater();
-        Q_EMIT folderRequested(watcher->result());
-    });
-    watcher->setFuture(QtConcurrent::run(&Store::logsDir));
 }
 
 RecapData SettingsWindow::sampleRecap()

@@ -38,7 +38,6 @@ private:
     QWidget* buildLeft(const Autostart& autostart);
     QWidget* buildRight(const Clock* clock);
     QWidget* buildFooter();
-    void openMoveHistory();
     void previewRecap();
 
     ControllerParts m_parts;
