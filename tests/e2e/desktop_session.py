@@ -62,6 +62,25 @@ def wait_for(what, condition, timeout, alive=()):
         time.sleep(0.1)
 
 
+def wait_until_connectable(display, timeout):
+    """True once an X client can open `display`."""
+    import ctypes
+    import ctypes.util
+
+    xlib = ctypes.cdll.LoadLibrary(ctypes.util.find_library("X11") or "libX11.so.6")
+    xlib.XOpenDisplay.restype = ctypes.c_void_p
+    xlib.XOpenDisplay.argtypes = [ctypes.c_char_p]
+    xlib.XCloseDisplay.argtypes = [ctypes.c_void_p]
+    deadline = time.monotonic() + timeout
+    while time.monotonic() < deadline:
+        connection = xlib.XOpenDisplay(display.encode())
+        if connection:
+            xlib.XCloseDisplay(connection)
+            return True
+        time.sleep(0.1)
+    return False
+
+
 class Session:
     def __init__(self, program, fake_service):
         self.program_path = program
@@ -107,11 +126,24 @@ class Session:
         return process
 
     def start_display(self, size=(1280, 800)):
+        # -noreset: the accessibility bus launcher is a short-lived first client, and a server that
+        # resets when it leaves refuses the program connecting at that moment. A server that
+        # still accepts no one is replaced rather than failing the test.
+        for attempt in range(3):
+            self._start_server(size)
+            if wait_until_connectable(self.env["DISPLAY"], 5):
+                return
+            name, process = self.processes.pop()
+            os.killpg(process.pid, signal.SIGTERM)
+            process.wait()
+        raise Failure(f"no X server accepted connections on {self.env['DISPLAY']}")
+
+    def _start_server(self, size):
         self.screen_size = size
         read_end, write_end = os.pipe()
         self.spawn(
             "Xvfb",
-            ["Xvfb", "-displayfd", str(write_end), "-nolisten", "tcp", "-screen", "0", f"{size[0]}x{size[1]}x24"],
+            ["Xvfb", "-displayfd", str(write_end), "-nolisten", "tcp", "-noreset", "-screen", "0", f"{size[0]}x{size[1]}x24"],
             pass_fds=(write_end,),
             stdout=subprocess.DEVNULL,
         )
