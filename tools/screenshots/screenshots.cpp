@@ -23,6 +23,8 @@ QString prepare(QApplication& app, int argc, char* argv[])
 bool save(QWidget& view, const QString& folder, const QString& name)
 {
     view.adjustSize();
+    // adjustSize keeps a window within part of the screen; the panel asks for its full height.
+    view.resize(view.size().expandedTo(view.sizeHint()));
     QCoreApplication::processEvents();
     return view.grab().save(folder + u'/' + name + u".png"_s);
 }

@@ -42,10 +42,11 @@ HistoryWindow::HistoryWindow(History& history, QWidget* parent)
     m_message->setTextFormat(Qt::PlainText);
     m_message->setAccessibleName(tr("History message"));
 
-    auto* columns = new QHBoxLayout;
+    // The applies above, their files below at the full width: where a file went is a long path.
+    auto* columns = new QVBoxLayout;
     columns->setSpacing(16);
-    columns->addWidget(buildApplies(), 0);
-    columns->addWidget(buildFiles(), 1);
+    columns->addWidget(buildApplies(), 2);
+    columns->addWidget(buildFiles(), 3);
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(24, 20, 24, 20);
@@ -101,10 +102,10 @@ QWidget* HistoryWindow::buildApplies()
     m_applies->setUniformRowHeights(true);
     m_applies->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_applies->header()->setStretchLastSection(true);
-    m_applies->header()->resizeSection(when, 150);
+    m_applies->header()->resizeSection(when, 190);
     for (const int count : {moved, renamed, setAside})
-        m_applies->header()->resizeSection(count, 62);
-    m_applies->setMinimumWidth(530);
+        m_applies->header()->resizeSection(count, 90);
+    m_applies->setMinimumHeight(130);
     connect(m_applies, &QTreeWidget::currentItemChanged, this, [this] {
         if (QTreeWidgetItem* item = m_applies->currentItem())
             m_selected = item->data(0, Qt::UserRole).toString();
@@ -147,12 +148,14 @@ QWidget* HistoryWindow::buildFiles()
     m_files->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_files->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_files->setTextElideMode(Qt::ElideMiddle);
-    m_files->header()->setStretchLastSection(true);
-    m_files->header()->resizeSection(HistoryFilesModel::name, 170);
-    m_files->header()->resizeSection(HistoryFilesModel::apply, 150);
-    m_files->header()->resizeSection(HistoryFilesModel::state, 150);
-    m_files->header()->resizeSection(HistoryFilesModel::from, 80);
-    m_files->header()->resizeSection(HistoryFilesModel::to, 150);
+    // Where a file went is what a person comes here to read: that column takes the spare width.
+    m_files->header()->setStretchLastSection(false);
+    m_files->header()->setSectionResizeMode(HistoryFilesModel::to, QHeaderView::Stretch);
+    m_files->header()->resizeSection(HistoryFilesModel::name, 240);
+    m_files->header()->resizeSection(HistoryFilesModel::apply, 170);
+    m_files->header()->resizeSection(HistoryFilesModel::state, 170);
+    m_files->header()->resizeSection(HistoryFilesModel::from, 120);
+    m_files->header()->resizeSection(HistoryFilesModel::renamedFrom, 180);
     connect(m_files->selectionModel(), &QItemSelectionModel::selectionChanged, this, &HistoryWindow::updateButtons);
 
     m_putBack = new PrimaryButton(tr("Put back"), box, 32);

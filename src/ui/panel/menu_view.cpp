@@ -74,6 +74,14 @@ void MenuView::choosePanel()
         focusPrimary();
 }
 
+QSize MenuView::sizeHint() const
+{
+    const QSize hint = QWidget::sizeHint();
+    if (!layout() || !layout()->hasHeightForWidth())
+        return hint;
+    return {kWidth, std::max(hint.height(), layout()->totalHeightForWidth(kWidth))};
+}
+
 void MenuView::focusPrimary()
 {
     QWidget* panel = m_stack->currentWidget();

@@ -27,6 +27,10 @@ public:
     // panel is for and never something heavier beside it.
     void focusPrimary();
 
+    // Wrapped lines need the height they take at the panel's fixed width, which a plain size
+    // hint leaves out: the panel would cut off its last rows.
+    QSize sizeHint() const override;
+
     static constexpr int kWidth = 360;
 
 Q_SIGNALS:
