@@ -192,7 +192,16 @@ QString MoveHistory::shownFolder(const QString& path)
 
 bool MoveHistory::isRenamed(const MoveRecord& record)
 {
-    return QFileInfo(record.from).fileName() != QFileInfo(record.to).fileName();
+    // A hidden file set aside for review loses its leading dots to be seen there; that is not a
+    // new name the person would look for.
+    const auto shown = [](const QString& path) {
+        QString name = QFileInfo(path).fileName();
+        qsizetype dots = 0;
+        while (dots < name.size() - 1 && name[dots] == u'.')
+            ++dots;
+        return name.sliced(dots);
+    };
+    return shown(record.from) != shown(record.to);
 }
 
 QString MoveHistory::firstName(const QString& path)

@@ -237,12 +237,15 @@ private Q_SLOTS:
                               {{u"Downloads/report.txt"_s, u"Work"_s},
                                {u"Downloads/scan0001.pdf"_s, u"Personal/Taxes"_s, u"Lease 2026.pdf"_s},
                                {u"Downloads/café menu.txt"_s, u"Personal"_s},
-                               {u"Downloads/setup.deb"_s, u"Brindlow Review/To Delete - Review First/Installers"_s}});
+                               {u"Downloads/setup.deb"_s, u"Brindlow Review/To Delete - Review First/Installers"_s},
+                               // Shown without its dot where it is set aside; not a rename.
+                               {u"Downloads/.org.chromium.Chromium.Ab12"_s,
+                                u"Brindlow Review/To Delete - Review First/Unfinished downloads"_s}});
         HistoryFactory::apply(h, {{u"Desktop/report.txt"_s, u"Work/2026"_s}});
 
         const QList<PastApply> applies = readHistory();
         QCOMPARE(applies.size(), 2);
-        QCOMPARE(History::countsText(applies.at(1)), u"4 moved \u00B7 1 renamed \u00B7 1 set aside"_s);
+        QCOMPARE(History::countsText(applies.at(1)), u"5 moved \u00B7 1 renamed \u00B7 2 set aside"_s);
         QCOMPARE(History::stateText(applies.at(1)), u"Applied"_s);
         QStringList found;
         for (const HistoryHit& hit : MoveHistory::search(applies, text))
