@@ -55,6 +55,8 @@ QVariant PlanModel::data(const QModelIndex& index, int role) const
         case NameRole:
             return it.src.fileName();
         case Qt::ToolTipRole:
+            // The whole name, however the view had to shorten it.
+            return QString(it.src.fileName() + u'\n' + reasonOf(it));
         case ReasonRole:
             return reasonOf(it);
         case Qt::CheckStateRole:
@@ -103,6 +105,8 @@ bool PlanModel::setData(const QModelIndex& index, const QVariant& value, int rol
         m_review->setApproved({it.id}, wanted);
         return true;
     }
+    if (role == NewNameRole)
+        return m_review->setNewName(it.id, value.toString()).has_value();
     if (role == RenameApprovedRole) {
         if (it.renameApproved != value.toBool())
             m_review->toggleRename(it.id);
@@ -115,7 +119,9 @@ Qt::ItemFlags PlanModel::flags(const QModelIndex& index) const
 {
     if (!index.isValid())
         return Qt::NoItemFlags;
-    return Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable | Qt::ItemNeverHasChildren;
+    // Editable: the name a file gets; views that offer no editor never start one.
+    return Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable | Qt::ItemIsEditable
+        | Qt::ItemNeverHasChildren;
 }
 
 QHash<int, QByteArray> PlanModel::roleNames() const

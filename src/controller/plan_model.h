@@ -41,7 +41,8 @@ public:
 
     int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
-    // Checking a row approves its move; RenameApprovedRole approves its rename.
+    // Checking a row approves its move; RenameApprovedRole approves its rename; NewNameRole
+    // takes a typed name (without its extension) for the file.
     bool setData(const QModelIndex& index, const QVariant& value, int role = Qt::EditRole) override;
     Qt::ItemFlags flags(const QModelIndex& index) const override;
     QHash<int, QByteArray> roleNames() const override;

@@ -3,6 +3,7 @@
 #include "activity.h"
 #include "model/home_tree.h"
 #include "model/store.h"
+#include "planning/naming.h"
 #include "planning/planner.h"
 #include "platform/clock.h"
 #include "platform/file_identity.h"
@@ -10,6 +11,7 @@
 #include "store_writer.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QUuid>
 
 using namespace Qt::Literals::StringLiterals;
@@ -376,4 +378,93 @@ QList<GroupCount> PlanReview::projectSuggestions() const
     });
     m_suggestions = suggestions.first(std::min<qsizetype>(3, suggestions.size()));
     return *m_suggestions;
+}
+
+std::optional<QString> PlanReview::setNewName(qint64 id, const QString& stem)
+{
+    const int row = rowOf(id);
+    if (row < 0)
+        return std::nullopt;
+    PlanItem& item = m_plan[row];
+    if (item.kind == FileKind::folder || item.kind == FileKind::bundle || item.kind == FileKind::project)
+        return std::nullopt;
+    const std::optional<QString> name = Naming::sanitize(stem, QFileInfo(item.src.fileName()).suffix());
+    if (!name)
+        return std::nullopt;
+    if (*name == item.src.fileName()) {
+        // Its own name again: nothing to rename.
+        item.newName.reset();
+        item.renameApproved = false;
+    } else {
+        learn({item.src.fileName(), item.reason, *name});
+        item.newName = name;
+        item.renameApproved = true;
+    }
+    edited({row});
+    return name;
+}
+
+bool PlanReview::keepInstead(qint64 id)
+{
+    const int row = rowOf(id);
+    if (row < 0 || m_plan[row].category != Category::duplicate || !m_plan[row].keptCopy)
+        return false;
+    const QString kept = QDir::cleanPath(*m_plan[row].keptCopy);
+    int other = -1;
+    for (int i = 0; i < m_plan.size() && other < 0; ++i) {
+        if (QDir::cleanPath(m_plan[i].src.toLocalFile()) == kept)
+            other = i;
+    }
+    PlanItem setAside;
+    if (other >= 0) {
+        setAside = m_plan[other];
+    } else {
+        setAside.src = QUrl::fromLocalFile(kept);
+        setAside.kind = m_plan[row].kind;
+        setAside.size = m_plan[row].size;
+        setAside.confidence = m_plan[row].confidence;
+        setAside.id = 1 + std::max_element(m_plan.cbegin(), m_plan.cend(), [](const PlanItem& a, const PlanItem& b) {
+                              return a.id < b.id;
+                          })->id;
+        // Only what lies directly in a tidied folder may be planned at all.
+        if (movableOnly({setAside}).isEmpty())
+            return false;
+    }
+    setAside.category = Category::duplicate;
+    setAside.destFolder = m_plan[row].destFolder;
+    setAside.keptCopy = m_plan[row].src.toLocalFile();
+    setAside.newName.reset();
+    setAside.renameApproved = false;
+    setAside.reason = m_plan[row].reason;
+    setAside.approved = true;
+    setAside.edited = true;
+    m_plan[row].approved = false;
+    if (other >= 0) {
+        m_plan[other] = setAside;
+        edited({row, other});
+        return true;
+    }
+    m_plan[row].edited = true;
+    QList<PlanItem> grown = m_plan;
+    grown.append(setAside);
+    replace(grown);
+    return true;
+}
+
+void PlanReview::putBack(const QList<PlanItem>& before)
+{
+    QList<int> rows;
+    for (const PlanItem& was : before) {
+        const int row = rowOf(was.id);
+        if (row < 0)
+            continue;
+        PlanItem& item = m_plan[row];
+        item.destFolder = was.destFolder;
+        item.category = was.category;
+        item.approved = was.approved;
+        item.suggestedProject = was.suggestedProject;
+        rows.append(row);
+    }
+    m_suggestions.reset();
+    edited(rows);
 }

@@ -44,6 +44,16 @@ public:
     // A folder of the person's choosing (a lesson for later refreshes), or none: the item stays.
     void setDestination(qint64 id, const std::optional<QString>& destFolder);
     void setDestination(const QList<qint64>& ids, const std::optional<QString>& destFolder);
+    // The name a file gets, typed by the person: cleaned like a proposed name, the extension kept.
+    // The rename is approved and taught as a lesson. Returns the name, or nothing when the item
+    // is a folder or no usable name is left.
+    std::optional<QString> setNewName(qint64 id, const QString& stem);
+    // A duplicate stays where it is and the copy it was kept for is set aside in its place,
+    // added to the plan when it was not in it. Refused (false) when that copy cannot be planned.
+    bool keepInstead(qint64 id);
+    // Gives items back the folder, category and approval they had, as the person takes back a
+    // choice just made. No lesson is withdrawn: it was a choice the person made all the same.
+    void putBack(const QList<PlanItem>& before);
     // Adds a project (when new) and files the undecided and generic items that mention it;
     // returns how many items it filed.
     int addProject(const QString& name);

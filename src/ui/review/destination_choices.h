@@ -2,15 +2,18 @@
 
 #include <QFutureWatcher>
 #include <QObject>
+#include <QSet>
 #include <QStringList>
 
 #include <optional>
 
 class Preferences;
+struct PlanItem;
 
-// The places an unsure file can be sent: leave it, the Needs You folder, the archive, every
-// project, and the folders already at the top of the home base. Listing the home base touches
-// the disk, so it happens in the background and the list grows when it is done.
+// The places a file can be sent: leave it, the Needs You folder, and the home base's own folders
+// with their sub-folders (projects, creator, personal, library, work admin, archive by year),
+// then whatever else the person keeps at its top. Listing the home base touches the disk, so it
+// happens in the background and the list grows when it is done.
 class DestinationChoices : public QObject
 {
     Q_OBJECT
@@ -18,14 +21,26 @@ class DestinationChoices : public QObject
 public:
     struct Choice
     {
+        Choice(const QString& label, const std::optional<QString>& folder, bool startsSection = false)
+            : label(label)
+            , folder(folder)
+            , startsSection(startsSection)
+        { }
+
         QString label;
         std::optional<QString> folder; // none: the file stays where it is
         bool startsSection = false;
+        QList<Choice> subs; // a menu of its own; its first entry is the folder itself
     };
 
     explicit DestinationChoices(Preferences& preferences, QObject* parent = nullptr);
 
-    QList<Choice> choices() const;
+    // Never offers a folder the plan itself moves (nor anything inside one), a folder the scan
+    // leaves alone, a code project, or one name twice at the same level.
+    QList<Choice> choices(const QSet<QString>& movedByPlan = {}) const;
+    // The folders of the plan's own items that lie inside the home base, relative to it.
+    QSet<QString> movedByPlan(const QList<PlanItem>& plan) const;
+    QString homeBase() const;
     // Lists the home base again (the person may have made folders since).
     void refresh();
     bool isListing() const;
@@ -35,7 +50,8 @@ Q_SIGNALS:
 
 private:
     Preferences& m_preferences;
-    QStringList m_topFolders;
+    // Every folder found, relative to the home base, two levels deep under the known folders.
+    QStringList m_folders;
     QFutureWatcher<QStringList> m_listing;
-    bool m_waiting = false; // until the listing's result is in m_topFolders
+    bool m_waiting = false; // until the listing's result is in m_folders
 };

@@ -4,6 +4,7 @@
 #include "controller/plan_review.h"
 #include "junk_section.h"
 #include "model/plan_tab.h"
+#include "plan_list_view.h"
 #include "review_header.h"
 
 #include <QScrollArea>
@@ -73,6 +74,13 @@ void JunkPage::rebuild()
         auto* section = new JunkSection(m_review, m_plan, group, m_sectionsHolder);
         section->setNameFilter(m_filter);
         connect(section, &JunkSection::openRequested, this, &JunkPage::openRequested);
+        PlanListView* list = section->list();
+        connect(list, &PlanListView::moveRequested, this, &JunkPage::moveRequested);
+        connect(list, &PlanListView::contextMenuAt, this, &JunkPage::contextMenuAt);
+        connect(list->selectionModel(), &QItemSelectionModel::currentChanged, this, [this](const QModelIndex& index) {
+            if (index.isValid())
+                Q_EMIT currentItemChanged(index.data(PlanModel::IdRole).toLongLong());
+        });
         m_sectionsLayout->insertWidget(m_sectionsLayout->count() - 1, section);
         m_sections.append(section);
     }

@@ -21,6 +21,9 @@ public:
 
 Q_SIGNALS:
     void openRequested(const QModelIndex& index);
+    void moveRequested(const QList<qint64>& ids, const QPoint& globalPos);
+    void contextMenuAt(const QModelIndex& index, const QList<qint64>& ids, const QPoint& globalPos);
+    void currentItemChanged(qint64 id);
 
 private:
     void rebuild();

@@ -6,6 +6,7 @@
 #include "controller/preferences.h"
 #include "destination_choices.h"
 #include "model/home_tree.h"
+#include "move_to_menu.h"
 #include "plan_list_view.h"
 #include "review_filter_model.h"
 #include "review_header.h"
@@ -16,7 +17,6 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMenu>
 #include <QPainter>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -54,12 +54,13 @@ QPixmap sparklePixmap(qreal ratio)
 
 } // namespace
 
-NeedsPage::NeedsPage(PlanReview& review, Preferences& preferences, PlanModel& plan, QWidget* parent)
+NeedsPage::NeedsPage(
+    PlanReview& review, Preferences& preferences, PlanModel& plan, DestinationChoices& choices, QWidget* parent)
     : QWidget(parent)
     , m_review(review)
     , m_model(new ReviewFilterModel(&plan, PlanTab::needs, this))
     , m_list(new PlanListView(review, PlanListView::Toggles::nothing, this))
-    , m_choices(new DestinationChoices(preferences, this))
+    , m_choices(&choices)
     , m_suggestions(new QWidget(this))
     , m_suggestionsLayout(new QVBoxLayout(m_suggestions))
     , m_newProject(new QLineEdit(this))
@@ -80,12 +81,24 @@ NeedsPage::NeedsPage(PlanReview& review, Preferences& preferences, PlanModel& pl
     m_list->setObjectName(u"needsList"_s);
     m_list->setAccessibleName(tr("Files that need you"));
     m_list->setFrameShape(QFrame::NoFrame);
-    m_list->setItemDelegate(new RowDelegate(RowDelegate::Kind::needs, m_list));
+    auto* delegate = new RowDelegate(RowDelegate::Kind::needs, m_list);
+    delegate->setUndoable(
+        [this](const QModelIndex& index) { return isUndoable(index.data(PlanModel::IdRole).toLongLong()); });
+    m_list->setItemDelegate(delegate);
     m_list->setModel(m_model);
     connect(m_list, &PlanListView::clickedAt, this, [this](const QModelIndex& index, const QPoint& pos) {
-        if (RowDelegate::choiceRect(m_list->visualRect(index)).contains(pos))
+        const QRect row = m_list->visualRect(index);
+        const qint64 id = index.data(PlanModel::IdRole).toLongLong();
+        if (isUndoable(id) && RowDelegate::undoRect(row).contains(pos))
+            undo({id});
+        else if (RowDelegate::choiceRect(row).contains(pos))
             chooseDestination();
     });
+    connect(m_list, &PlanListView::moveRequested, this, &NeedsPage::moveItems);
+    connect(m_list,
+            &PlanListView::contextMenuAt,
+            this,
+            [this](const QModelIndex&, const QList<qint64>& ids, const QPoint& at) { moveItems(ids, at); });
     connect(m_list, &PlanListView::openRequested, this, &NeedsPage::chooseDestination);
 
     auto* layout = new QVBoxLayout(this);
@@ -108,14 +121,18 @@ QLayout* NeedsPage::buildBulkChoices()
     leaveAll->setAccessibleName(leaveAll->text());
     auto* needsFolder = new SecondaryButton(tr("Needs You folder"), this, 32);
     needsFolder->setAccessibleName(needsFolder->text());
-    connect(leaveAll, &QPushButton::clicked, this, [this] { m_review.setDestination(needsIds(), std::nullopt); });
-    connect(needsFolder, &QPushButton::clicked, this, [this] {
-        m_review.setDestination(needsIds(), HomeTree::needsYou());
-    });
+    auto* undoAll = new SecondaryButton(tr("Undo"), this, 32);
+    undoAll->setAccessibleName(tr("Undo these choices"));
+    undoAll->hide();
+    m_undoAll = undoAll;
+    connect(leaveAll, &QPushButton::clicked, this, [this] { send(needsIds(), std::nullopt); });
+    connect(needsFolder, &QPushButton::clicked, this, [this] { send(needsIds(), HomeTree::needsYou()); });
+    connect(undoAll, &QPushButton::clicked, this, [this] { undo(m_before.keys()); });
     auto* bulk = new QHBoxLayout;
     bulk->setSpacing(8);
     bulk->addWidget(leaveAll);
     bulk->addWidget(needsFolder);
+    bulk->addWidget(undoAll);
     bulk->addStretch(1);
     return bulk;
 }
@@ -158,40 +175,78 @@ DestinationChoices* NeedsPage::choices() const
     return m_choices;
 }
 
+ReviewFilterModel* NeedsPage::model() const
+{
+    return m_model;
+}
+
 void NeedsPage::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
     m_choices->refresh();
 }
 
+void NeedsPage::hideEvent(QHideEvent* event)
+{
+    QWidget::hideEvent(event);
+    // Leaving the tab settles the choices: rows sent elsewhere go.
+    m_before.clear();
+    m_undoAll->hide();
+    m_model->releaseHeld();
+}
+
 QList<qint64> NeedsPage::needsIds() const
 {
+    // The rows on screen, those just sent elsewhere included, so a bulk choice covers them too.
     QList<qint64> ids;
-    for (const PlanItem& item : m_review.plan()) {
-        if (item.category.isUndecided())
-            ids.append(item.id);
-    }
+    for (int row = 0; row < m_model->rowCount(); ++row)
+        ids.append(m_model->index(row, 0).data(PlanModel::IdRole).toLongLong());
     return ids;
+}
+
+bool NeedsPage::isUndoable(qint64 id) const
+{
+    return m_before.contains(id);
+}
+
+void NeedsPage::send(const QList<qint64>& ids, const std::optional<QString>& folder)
+{
+    for (const qint64 id : ids) {
+        const int row = m_review.rowOf(id);
+        if (row >= 0 && !m_before.contains(id))
+            m_before.insert(id, m_review.plan().at(row));
+    }
+    m_model->hold(ids);
+    m_review.setDestination(ids, folder);
+    m_undoAll->setVisible(ids.size() > 1 || m_before.size() > 1);
+}
+
+void NeedsPage::undo(const QList<qint64>& ids)
+{
+    QList<PlanItem> before;
+    for (const qint64 id : ids) {
+        if (m_before.contains(id))
+            before.append(m_before.take(id));
+    }
+    m_review.putBack(before);
+    m_undoAll->setVisible(m_before.size() > 1);
+    m_list->viewport()->update();
+}
+
+void NeedsPage::moveItems(const QList<qint64>& ids, const QPoint& globalPos)
+{
+    if (ids.isEmpty())
+        return;
+    const MoveToMenu::Pick pick = MoveToMenu::ask(*m_choices, m_choices->movedByPlan(m_review.plan()), this, globalPos);
+    if (pick.made)
+        send(ids, pick.folder);
 }
 
 void NeedsPage::chooseDestination()
 {
-    const QList<qint64> ids = m_list->chosenIds();
-    if (ids.isEmpty())
-        return;
-    QMenu menu(this);
-    menu.setAccessibleName(tr("Send to"));
-    for (const DestinationChoices::Choice& choice : m_choices->choices()) {
-        if (choice.startsSection)
-            menu.addSeparator();
-        QAction* action = menu.addAction(choice.label);
-        connect(action, &QAction::triggered, this, [this, ids, folder = choice.folder] {
-            m_review.setDestination(ids, folder);
-        });
-    }
     const QRect row = m_list->visualRect(m_list->currentIndex());
     const QPoint at = row.isValid() ? RowDelegate::choiceRect(row).bottomLeft() : QPoint();
-    menu.exec(m_list->viewport()->mapToGlobal(at));
+    moveItems(m_list->chosenIds(), m_list->viewport()->mapToGlobal(at));
 }
 
 void NeedsPage::addProject(const QString& name)

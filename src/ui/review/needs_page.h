@@ -2,6 +2,9 @@
 
 #include "model/recap_data.h"
 
+#include "model/plan_item.h"
+
+#include <QHash>
 #include <QSet>
 #include <QWidget>
 
@@ -18,22 +21,35 @@ class ReviewFilterModel;
 
 // The Needs You tab: the files Brindlow was unsure about, each with a choice of where it goes,
 // both choices for all of them at once, the projects the plan keeps hinting at, and a field to
-// name a project so its files find their folder.
+// name a project so its files find their folder. A row sent somewhere stays in place, showing
+// where it goes with "Undo", until the person leaves the tab: the list never moves under the
+// pointer.
 class NeedsPage : public QWidget
 {
     Q_OBJECT
 
 public:
-    NeedsPage(PlanReview& review, Preferences& preferences, PlanModel& plan, QWidget* parent = nullptr);
+    NeedsPage(PlanReview& review,
+              Preferences& preferences,
+              PlanModel& plan,
+              DestinationChoices& choices,
+              QWidget* parent = nullptr);
 
     void setNameFilter(const QString& text);
     PlanListView* list() const;
     DestinationChoices* choices() const;
+    ReviewFilterModel* model() const;
     // Offers the destinations for the chosen items, under the current one.
     void chooseDestination();
+    void moveItems(const QList<qint64>& ids, const QPoint& globalPos);
+    // Sends items somewhere (none: leave them), keeping their rows and what they were.
+    void send(const QList<qint64>& ids, const std::optional<QString>& folder);
+    void undo(const QList<qint64>& ids);
+    bool isUndoable(qint64 id) const;
 
 protected:
     void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
 
 private:
     QLayout* buildBulkChoices();
@@ -52,4 +68,6 @@ private:
     QSet<QString> m_dismissed;
     QLineEdit* m_newProject;
     QLabel* m_addedNote;
+    QWidget* m_undoAll;
+    QHash<qint64, PlanItem> m_before; // what a choice made on this visit changed
 };

@@ -76,8 +76,24 @@ void OrganizePage::spreadColumns()
 
 void OrganizePage::setGroup(const std::optional<QString>& group)
 {
+    // What the person had chosen stays chosen wherever it is still shown.
+    const QList<qint64> chosen = m_grid->chosenIds();
+    const qint64 current = m_grid->currentIndex().data(PlanModel::IdRole).toLongLong();
     m_model->switchGroup(group);
-    m_grid->scrollToTop();
+    QItemSelection selection;
+    for (const qint64 id : chosen) {
+        const int row = m_model->rowOfId(id);
+        if (row >= 0)
+            selection.select(m_model->index(row, 0), m_model->index(row, 0));
+    }
+    m_grid->selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
+    const int currentRow = m_model->rowOfId(current);
+    if (currentRow >= 0) {
+        m_grid->selectionModel()->setCurrentIndex(m_model->index(currentRow, 0), QItemSelectionModel::NoUpdate);
+        m_grid->scrollTo(m_model->index(currentRow, 0));
+    } else {
+        m_grid->scrollToTop();
+    }
     updateHeader();
 }
 

@@ -3,6 +3,7 @@
 #include "controller/plan_model.h"
 #include "controller/plan_review.h"
 
+#include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
 
@@ -72,6 +73,13 @@ void PlanListView::keyPressEvent(QKeyEvent* event)
                 return;
             }
             break;
+        case Qt::Key_M:
+            if (event->modifiers() == Qt::NoModifier && !chosenIds().isEmpty()) {
+                Q_EMIT moveRequested(chosenIds(), menuPoint());
+                event->accept();
+                return;
+            }
+            break;
         case Qt::Key_Return:
         case Qt::Key_Enter:
             if (currentIndex().isValid()) {
@@ -106,4 +114,23 @@ void PlanListView::mouseReleaseEvent(QMouseEvent* event)
         return;
     const int role = m_toggles == Toggles::rename ? PlanModel::RenameApprovedRole : PlanModel::ApprovedRole;
     flip({index.data(PlanModel::IdRole).toLongLong()}, !index.data(role).toBool());
+}
+
+void PlanListView::contextMenuEvent(QContextMenuEvent* event)
+{
+    const QModelIndex index = indexAt(event->pos());
+    if (!index.isValid())
+        return;
+    // A right click outside the selection means that item alone, as in a file manager.
+    if (!selectionModel()->isSelected(index))
+        selectionModel()->select(index, QItemSelectionModel::ClearAndSelect);
+    selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
+    Q_EMIT contextMenuAt(index, chosenIds(), event->globalPos());
+    event->accept();
+}
+
+QPoint PlanListView::menuPoint() const
+{
+    const QRect rect = visualRect(currentIndex());
+    return viewport()->mapToGlobal(rect.isValid() ? rect.bottomLeft() : QPoint());
 }

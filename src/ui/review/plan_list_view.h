@@ -6,8 +6,9 @@
 
 class PlanReview;
 
-// A list of plan items that behaves like a file manager's: arrows move, Ctrl+A selects all,
-// Space flips every selected item, Enter asks for a closer look. A plain click on the item's
+// A list of plan items that behaves like a file manager's: arrows, Page Up/Down, Home and End
+// move, Ctrl+A selects all, Space flips every selected item, Enter asks for a closer look, M and
+// the context menu send the chosen items elsewhere. A plain click on the item's
 // toggle area flips that one item.
 class PlanListView : public QListView
 {
@@ -35,14 +36,19 @@ public:
 Q_SIGNALS:
     void openRequested(const QModelIndex& index);
     void clickedAt(const QModelIndex& index, const QPoint& pos);
+    void moveRequested(const QList<qint64>& ids, const QPoint& globalPos);
+    void contextMenuAt(const QModelIndex& index, const QList<qint64>& ids, const QPoint& globalPos);
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
 
 private:
     void flip(const QList<qint64>& ids, bool on);
+    // Where a menu for the current item opens: under it, or at the top of the list.
+    QPoint menuPoint() const;
 
     PlanReview& m_review;
     Toggles m_toggles;

@@ -21,6 +21,8 @@ RenamePage::RenamePage(PlanReview& review, PlanModel& plan, QWidget* parent)
     m_list->setFrameShape(QFrame::NoFrame);
     m_list->setItemDelegate(new RowDelegate(RowDelegate::Kind::rename, m_list));
     m_list->setModel(m_model);
+    // The new name is typed in place: a double click, or F2 on the current row.
+    m_list->setEditTriggers(QAbstractItemView::DoubleClicked | QAbstractItemView::EditKeyPressed);
     m_list->setToggleArea([](const QRect& row, const QPoint& pos) {
         return RowDelegate::checkRect(row).adjusted(-8, -8, 8, 8).contains(pos);
     });

@@ -70,10 +70,17 @@ ReviewFooter::ReviewFooter(Moves& moves, Activity& activity, PlanModel& plan, QW
     m_problem->setPalette(warning);
     m_problem->hide();
 
+    auto* keys = new QLabel(tr("Space: check \u00B7 Enter: preview \u00B7 M: move to \u00B7 Ctrl+I: details"), this);
+    keys->setObjectName(u"reviewKeys"_s);
+    keys->setAccessibleName(keys->text());
+    keys->setPalette(quiet);
     auto* row = new QHBoxLayout;
+    m_row = row;
     row->setSpacing(8);
     row->addWidget(icon);
     row->addWidget(promise);
+    row->addSpacing(16);
+    row->addWidget(keys);
     row->addStretch(1);
     row->addWidget(m_organizeOnly);
     row->addWidget(m_approve);
@@ -95,6 +102,11 @@ ReviewFooter::ReviewFooter(Moves& moves, Activity& activity, PlanModel& plan, QW
     });
     connect(&plan, &PlanModel::countsChanged, this, &ReviewFooter::updateCount);
     updateCount();
+}
+
+void ReviewFooter::addTool(QWidget* tool)
+{
+    m_row->insertWidget(m_row->indexOf(m_organizeOnly), tool);
 }
 
 void ReviewFooter::approve(bool includeRenames)

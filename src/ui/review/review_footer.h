@@ -19,6 +19,9 @@ class ReviewFooter : public QWidget
 public:
     ReviewFooter(Moves& moves, Activity& activity, PlanModel& plan, QWidget* parent = nullptr);
 
+    // A control of the window's own, placed before the apply buttons.
+    void addTool(QWidget* tool);
+
 Q_SIGNALS:
     // The plan was carried out: the window has done its work.
     void finished();
@@ -34,5 +37,6 @@ private:
     QPushButton* m_approve;
     QPushButton* m_organizeOnly;
     QLabel* m_problem;
+    class QHBoxLayout* m_row;
     bool m_applying = false;
 };

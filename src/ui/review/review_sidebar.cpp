@@ -2,6 +2,7 @@
 
 #include "common/numbers.h"
 #include "controller/plan_model.h"
+#include "review_filter_model.h"
 #include "ui/theme/theme.h"
 
 #include <QHeaderView>
@@ -98,9 +99,57 @@ QTreeWidget* ReviewSidebar::rows() const
     return m_rows;
 }
 
+void ReviewSidebar::setNameFilter(const QString& text)
+{
+    const QString trimmed = text.trimmed();
+    if (trimmed == m_filter)
+        return;
+    m_filter = trimmed;
+    m_everything = -1;
+    rebuild();
+}
+
+void ReviewSidebar::setActive(bool active)
+{
+    m_active = active;
+    if (active) {
+        select(m_selected);
+        return;
+    }
+    const QSignalBlocker quiet(m_rows);
+    m_rows->clearSelection();
+    m_rows->setCurrentItem(nullptr);
+}
+
+QList<GroupCount> ReviewSidebar::filteredGroups(int& everything) const
+{
+    if (m_filter.isEmpty()) {
+        everything = m_plan.tabCount(PlanTab::organize);
+        return m_plan.groups();
+    }
+    QHash<QString, int> counts;
+    everything = 0;
+    for (int row = 0; row < m_plan.rowCount(); ++row) {
+        const PlanItem& item = m_plan.item(row);
+        if (PlanTabs::contains(PlanTab::organize, item) && ReviewFilterModel::matches(item, m_filter)) {
+            ++counts[item.group()];
+            ++everything;
+        }
+    }
+    QList<GroupCount> groups;
+    for (auto it = counts.cbegin(); it != counts.cend(); ++it)
+        groups.append({it.key(), it.value()});
+    std::sort(groups.begin(), groups.end(), [](const GroupCount& a, const GroupCount& b) {
+        return a.count != b.count ? a.count > b.count : a.name.localeAwareCompare(b.name) < 0;
+    });
+    return groups;
+}
+
 void ReviewSidebar::select(const std::optional<QString>& group)
 {
     m_selected = group;
+    if (!m_active)
+        return;
     for (int i = 0; i < m_rows->topLevelItemCount(); ++i) {
         QTreeWidgetItem* row = m_rows->topLevelItem(i);
         const QVariant value = row->data(0, kGroupRole);
@@ -114,8 +163,8 @@ void ReviewSidebar::select(const std::optional<QString>& group)
 
 void ReviewSidebar::rebuild()
 {
-    const QList<GroupCount> groups = m_plan.groups();
-    const int everything = m_plan.tabCount(PlanTab::organize);
+    int everything = 0;
+    const QList<GroupCount> groups = filteredGroups(everything);
     if (groups == m_shown && everything == m_everything)
         return;
     m_shown = groups;
@@ -128,7 +177,10 @@ void ReviewSidebar::rebuild()
         m_rows->addTopLevelItem(rowFor(group.name, group.count, group.name));
         stillThere = stillThere || group.name == m_selected;
     }
-    if (!stillThere) {
+    if (!stillThere && !m_filter.isEmpty()) {
+        // The filter hides the group's files for now; the choice stays until it is cleared.
+        m_rows->addTopLevelItem(rowFor(*m_selected, 0, m_selected));
+    } else if (!stillThere) {
         m_selected.reset();
         Q_EMIT groupChosen(m_selected);
     }

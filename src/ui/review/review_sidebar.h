@@ -21,16 +21,23 @@ public:
     std::optional<QString> selected() const;
     void select(const std::optional<QString>& group);
     QTreeWidget* rows() const;
+    // Counts only the items the filter text matches.
+    void setNameFilter(const QString& text);
+    // The groups narrow the organize tab only: elsewhere no row shows as chosen.
+    void setActive(bool active);
 
 Q_SIGNALS:
     void groupChosen(const std::optional<QString>& group);
 
 private:
     void rebuild();
+    QList<GroupCount> filteredGroups(int& everything) const;
 
     PlanModel& m_plan;
     QTreeWidget* m_rows;
     QList<GroupCount> m_shown;
     int m_everything = -1;
     std::optional<QString> m_selected;
+    QString m_filter;
+    bool m_active = true;
 };

@@ -6,23 +6,32 @@
 #include "controller/plan_review.h"
 #include "controller/preferences.h"
 #include "controller/thumb_cache.h"
+#include "destination_choices.h"
+#include "details_pane.h"
 #include "item_preview.h"
 #include "junk_page.h"
+#include "move_to_menu.h"
 #include "needs_page.h"
 #include "organize_page.h"
 #include "plan_list_view.h"
+#include "platform/file_opener.h"
 #include "rename_page.h"
+#include "review_filter_model.h"
 #include "review_footer.h"
 #include "review_sidebar.h"
+#include "ui/theme/secondary_button.h"
 #include "ui/theme/theme.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
+#include <QSettings>
 #include <QShortcut>
 #include <QStackedWidget>
 #include <QTabBar>
 #include <QVBoxLayout>
+#include <QtConcurrent>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -57,6 +66,7 @@ ReviewWindow::ReviewWindow(const ControllerParts& parts, ThumbCache* thumbs, QWi
     , m_thumbs(thumbs ? thumbs : m_ownThumbs.get())
     , m_plan(new PlanModel(&parts.review, this))
     , m_whole(new QStackedWidget(this))
+    , m_choices(new DestinationChoices(parts.preferences, this))
 {
     setWindowTitle(tr("Your fresh start"));
     setAccessibleName(windowTitle());
@@ -67,7 +77,7 @@ ReviewWindow::ReviewWindow(const ControllerParts& parts, ThumbCache* thumbs, QWi
 #reviewSidebar { background: %2; border-right: 1px solid %3; }
 #reviewFooter { background: %4; border-top: 1px solid %3; }
 QTabBar::tab { padding: 7px 14px; margin-right: 4px; border: none; border-radius: 8px; color: %5; background: transparent; }
-QTabBar::tab:selected { background: %2; color: %6; font-weight: 600; }
+QTabBar::tab:selected { background: %2; color: %6; }
 QTabBar::tab:hover:!selected { background: %7; }
 QListView { background: transparent; }
 QLineEdit { background: %4; border: 1px solid %3; border-radius: 8px; padding: 5px 8px; }
@@ -89,6 +99,7 @@ QLineEdit:focus { border: 1px solid %8; }
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_whole);
 
+    restoreDetailsShown();
     connect(m_plan, &PlanModel::countsChanged, this, &ReviewWindow::updateTabTitles);
     connect(m_plan, &QAbstractItemModel::modelReset, this, &ReviewWindow::updateEmptyState);
     updateTabTitles();
@@ -117,10 +128,19 @@ QWidget* ReviewWindow::buildContent()
     body->setSpacing(0);
     body->addWidget(m_sidebar);
     body->addLayout(main, 1);
+    m_details = new DetailsPane(m_parts.review, m_parts.preferences, *m_thumbs, content);
+    m_details->setAttribute(Qt::WA_StyledBackground);
+    body->addWidget(m_details);
 
     auto* footer = new ReviewFooter(m_parts.moves, m_parts.activity, *m_plan, content);
     footer->setObjectName(u"reviewFooter"_s);
     footer->setAttribute(Qt::WA_StyledBackground);
+    m_detailsToggle = new SecondaryButton(tr("Details"), content, 38);
+    m_detailsToggle->setAccessibleName(tr("Show details"));
+    m_detailsToggle->setCheckable(true);
+    m_detailsToggle->setChecked(true);
+    m_detailsToggle->setToolTip(tr("Ctrl+I"));
+    footer->addTool(m_detailsToggle);
     m_unsaved = new QLabel(content);
     m_unsaved->setObjectName(u"reviewUnsaved"_s);
     m_unsaved->setTextFormat(Qt::PlainText);
@@ -145,13 +165,17 @@ void ReviewWindow::buildNavigation(QWidget* content)
     m_sidebar = new ReviewSidebar(*m_plan, content);
     m_sidebar->setObjectName(u"reviewSidebar"_s);
     m_sidebar->setAttribute(Qt::WA_StyledBackground);
-    m_sidebar->setFixedWidth(260);
+    m_sidebar->setFixedWidth(220);
 
     m_tabs = new QTabBar(content);
     m_tabs->setObjectName(u"reviewTabs"_s);
     m_tabs->setAccessibleName(tr("Review tabs"));
     m_tabs->setDrawBase(false);
     m_tabs->setExpanding(false);
+    // Every tab stays whole: scroll arrows would hide the first one behind "ganize".
+    m_tabs->setUsesScrollButtons(false);
+    m_tabs->setElideMode(Qt::ElideNone);
+    m_tabs->setSizePolicy(QSizePolicy::Minimum, QSizePolicy::Fixed);
     for (int i = 0; i < 4; ++i)
         m_tabs->addTab(QString());
 
@@ -159,7 +183,8 @@ void ReviewWindow::buildNavigation(QWidget* content)
     m_filter->setPlaceholderText(tr("Filter by name"));
     m_filter->setAccessibleName(tr("Filter by name"));
     m_filter->setClearButtonEnabled(true);
-    m_filter->setFixedWidth(260);
+    m_filter->setMinimumWidth(150);
+    m_filter->setMaximumWidth(260);
 }
 
 void ReviewWindow::buildPages(QWidget* content)
@@ -167,7 +192,7 @@ void ReviewWindow::buildPages(QWidget* content)
     m_organize = new OrganizePage(m_parts.review, *m_plan, *m_thumbs, content);
     m_rename = new RenamePage(m_parts.review, *m_plan, content);
     m_junk = new JunkPage(m_parts.review, *m_plan, content);
-    m_needs = new NeedsPage(m_parts.review, m_parts.preferences, *m_plan, content);
+    m_needs = new NeedsPage(m_parts.review, m_parts.preferences, *m_plan, *m_choices, content);
     m_pages = new QStackedWidget(content);
     for (QWidget* page : std::initializer_list<QWidget*> {m_organize, m_rename, m_junk, m_needs})
         m_pages->addWidget(page);
@@ -175,12 +200,13 @@ void ReviewWindow::buildPages(QWidget* content)
 
 void ReviewWindow::connectPages(ReviewFooter* footer)
 {
-    connect(m_tabs, &QTabBar::currentChanged, m_pages, &QStackedWidget::setCurrentIndex);
+    connect(m_tabs, &QTabBar::currentChanged, this, &ReviewWindow::tabChanged);
     connect(m_sidebar, &ReviewSidebar::groupChosen, this, [this](const std::optional<QString>& group) {
         m_organize->setGroup(group);
         m_tabs->setCurrentIndex(0);
     });
     connect(m_filter, &QLineEdit::textChanged, this, [this](const QString& text) {
+        m_sidebar->setNameFilter(text);
         m_organize->setNameFilter(text);
         m_rename->setNameFilter(text);
         m_junk->setNameFilter(text);
@@ -190,6 +216,37 @@ void ReviewWindow::connectPages(ReviewFooter* footer)
     connect(m_organize, &OrganizePage::openRequested, this, &ReviewWindow::openPreview);
     connect(m_rename, &RenamePage::openRequested, this, &ReviewWindow::openPreview);
     connect(m_junk, &JunkPage::openRequested, this, &ReviewWindow::openPreview);
+    for (PlanListView* list : {m_organize->grid(), m_rename->list()}) {
+        connect(list, &PlanListView::moveRequested, this, &ReviewWindow::moveItems);
+        connect(list, &PlanListView::contextMenuAt, this, &ReviewWindow::showContextMenu);
+    }
+    connect(m_junk, &JunkPage::moveRequested, this, &ReviewWindow::moveItems);
+    connect(m_junk, &JunkPage::contextMenuAt, this, &ReviewWindow::showContextMenu);
+    connectDetails();
+}
+
+void ReviewWindow::connectDetails()
+{
+    const auto follow = [this](int tab, qint64 id) {
+        m_currentOf.insert(tab, id);
+        if (m_tabs->currentIndex() == tab)
+            m_details->showItem(id);
+    };
+    const PlanListView* lists[] = {m_organize->grid(), m_rename->list(), nullptr, m_needs->list()};
+    for (int tab = 0; tab < 4; ++tab) {
+        if (!lists[tab])
+            continue;
+        connect(lists[tab]->selectionModel(),
+                &QItemSelectionModel::currentChanged,
+                this,
+                [follow, tab](const QModelIndex& index) {
+                    if (index.isValid())
+                        follow(tab, index.data(PlanModel::IdRole).toLongLong());
+                });
+    }
+    connect(m_junk, &JunkPage::currentItemChanged, this, [follow](qint64 id) { follow(2, id); });
+    connect(m_details, &DetailsPane::moveRequested, this, &ReviewWindow::moveItems);
+    connect(m_detailsToggle, &QPushButton::toggled, this, &ReviewWindow::setDetailsShown);
 }
 
 void ReviewWindow::addShortcuts()
@@ -201,6 +258,8 @@ void ReviewWindow::addShortcuts()
     });
     auto* next = new QShortcut(QKeySequence::NextChild, this);
     connect(next, &QShortcut::activated, this, [this] { showTab((m_tabs->currentIndex() + 1) % m_tabs->count()); });
+    auto* details = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_I), this);
+    connect(details, &QShortcut::activated, this, [this] { setDetailsShown(m_details->isHidden()); });
     auto* previous = new QShortcut(QKeySequence::PreviousChild, this);
     connect(previous, &QShortcut::activated, this, [this] {
         showTab((m_tabs->currentIndex() + m_tabs->count() - 1) % m_tabs->count());
@@ -242,9 +301,106 @@ QLineEdit* ReviewWindow::filterField() const
     return m_filter;
 }
 
+DetailsPane* ReviewWindow::details() const
+{
+    return m_details;
+}
+
+DestinationChoices* ReviewWindow::choices() const
+{
+    return m_choices;
+}
+
 void ReviewWindow::showTab(int tab)
 {
     m_tabs->setCurrentIndex(tab);
+}
+
+void ReviewWindow::tabChanged(int tab)
+{
+    m_pages->setCurrentIndex(tab);
+    m_sidebar->setActive(tab == 0);
+    m_details->showItem(m_currentOf.value(tab, -1));
+}
+
+namespace {
+
+QString detailsKey()
+{
+    return u"review/detailsShown"_s;
+}
+
+} // namespace
+
+void ReviewWindow::setDetailsShown(bool shown)
+{
+    m_details->setVisible(shown);
+    if (m_detailsToggle->isChecked() != shown) {
+        const QSignalBlocker quiet(m_detailsToggle);
+        m_detailsToggle->setChecked(shown);
+    }
+    // The settings file is written away from the window's thread.
+    (void)QtConcurrent::run([shown] {
+        QSettings settings(u"Brindlow"_s, u"Brindlow"_s);
+        settings.setValue(detailsKey(), shown);
+        settings.sync();
+    });
+}
+
+void ReviewWindow::restoreDetailsShown()
+{
+    auto* reading = new QFutureWatcher<bool>(this);
+    connect(reading, &QFutureWatcher<bool>::finished, this, [this, reading] {
+        const bool shown = reading->result();
+        m_details->setVisible(shown);
+        const QSignalBlocker quiet(m_detailsToggle);
+        m_detailsToggle->setChecked(shown);
+        reading->deleteLater();
+    });
+    reading->setFuture(
+        QtConcurrent::run([] { return QSettings(u"Brindlow"_s, u"Brindlow"_s).value(detailsKey(), true).toBool(); }));
+}
+
+void ReviewWindow::moveItems(const QList<qint64>& ids, const QPoint& globalPos)
+{
+    if (ids.isEmpty())
+        return;
+    if (m_tabs->currentIndex() == 3) {
+        m_needs->moveItems(ids, globalPos);
+        return;
+    }
+    const MoveToMenu::Pick pick
+        = MoveToMenu::ask(*m_choices, m_choices->movedByPlan(m_parts.review.plan()), this, globalPos);
+    if (pick.made)
+        m_parts.review.setDestination(ids, pick.folder);
+}
+
+void ReviewWindow::showContextMenu(const QModelIndex& index, const QList<qint64>& ids, const QPoint& globalPos)
+{
+    const QString path = index.data(PlanModel::PathRole).toString();
+    QMenu menu(this);
+    menu.setAccessibleName(tr("Item actions"));
+    auto* move = new MoveToMenu(*m_choices, m_choices->movedByPlan(m_parts.review.plan()), &menu);
+    menu.addMenu(move);
+    menu.addSeparator();
+    const QPersistentModelIndex kept(index);
+    connect(menu.addAction(tr("Preview")), &QAction::triggered, this, [this, kept] {
+        if (kept.isValid())
+            openPreview(kept);
+    });
+    connect(menu.addAction(tr("Open")), &QAction::triggered, this, [path] { FileOpener::open(path); });
+    connect(
+        menu.addAction(tr("Show in folder")), &QAction::triggered, this, [path] { FileOpener::showInFolder(path); });
+    menu.exec(globalPos);
+    const MoveToMenu::Pick pick = move->resolve();
+    if (pick.made)
+        m_parts.review.setDestination(ids, pick.folder);
+}
+
+void ReviewWindow::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    m_choices->refresh();
 }
 
 void ReviewWindow::updateTabTitles()

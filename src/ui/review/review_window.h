@@ -2,16 +2,20 @@
 
 #include "controller/controller_parts.h"
 
+#include <QHash>
 #include <QWidget>
 
 #include <memory>
 
+class DestinationChoices;
+class DetailsPane;
 class JunkPage;
 class NeedsPage;
 class OrganizePage;
 class PlanModel;
 class QLabel;
 class QLineEdit;
+class QPushButton;
 class QStackedWidget;
 class QTabBar;
 class RenamePage;
@@ -27,7 +31,9 @@ class ReviewWindow : public QWidget
     Q_OBJECT
 
 public:
-    static constexpr QSize kDefaultSize {1240, 780};
+    // Fits a 1280 x 720 screen with its title bar and a panel; every control stays reachable
+    // down to 1280 x 680.
+    static constexpr QSize kDefaultSize {1240, 660};
 
     // Without `thumbs` the window makes its own thumbnail cache.
     explicit ReviewWindow(const ControllerParts& parts, ThumbCache* thumbs = nullptr, QWidget* parent = nullptr);
@@ -40,16 +46,27 @@ public:
     NeedsPage* needsPage() const;
     ReviewSidebar* sidebar() const;
     QLineEdit* filterField() const;
+    DetailsPane* details() const;
+    DestinationChoices* choices() const;
     void showTab(int tab);
+    // Shows or hides the details pane, and remembers it for the next window.
+    void setDetailsShown(bool shown);
+    // Offers "Move to…" for these items at that point and makes the choice.
+    void moveItems(const QList<qint64>& ids, const QPoint& globalPos);
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     void updateTabTitles();
     void updateUnsaved();
     void updateEmptyState();
     void openPreview(const QModelIndex& index);
+    void showContextMenu(const QModelIndex& index, const QList<qint64>& ids, const QPoint& globalPos);
+    void tabChanged(int tab);
+    void connectDetails();
+    void restoreDetailsShown();
     QWidget* buildContent();
     void buildNavigation(QWidget* content);
     void buildPages(QWidget* content);
@@ -72,4 +89,8 @@ private:
     RenamePage* m_rename;
     JunkPage* m_junk;
     NeedsPage* m_needs;
+    DestinationChoices* m_choices;
+    DetailsPane* m_details;
+    QPushButton* m_detailsToggle;
+    QHash<int, qint64> m_currentOf; // tab -> the item last in hand there
 };

@@ -2,10 +2,15 @@
 
 #include "common/numbers.h"
 #include "controller/plan_model.h"
+#include "model/file_kind.h"
 #include "model/home_tree.h"
+#include "name_editor.h"
 #include "ui/theme/theme.h"
 
 #include <QApplication>
+#include <QFileInfo>
+#include <QKeyEvent>
+#include <QLineEdit>
 #include <QPainter>
 #include <QStyle>
 
@@ -14,6 +19,8 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int kRowHeight = 36;
+constexpr int kRenameRowHeight = 46;
+constexpr int kUndoWidth = 64;
 constexpr int kNeedsRowHeight = 50;
 constexpr int kChoiceWidth = 230;
 
@@ -32,22 +39,34 @@ void drawCheckBox(QPainter* painter, const QRect& rect, bool on)
     painter->drawPolyline(points, 3);
 }
 
-// The old name, an arrow, and the new name, each half of what is left.
+// The old name over its folder, an arrow, and the new name: struck through while refused.
 void paintRename(
     QPainter* painter, const QRect& text, const QFontMetrics& metrics, const QString& name, const QModelIndex& index)
 {
     const QString newName = index.data(PlanModel::NewNameRole).toString();
+    const bool on = index.data(PlanModel::RenameApprovedRole).toBool();
     const int half = (text.width() - 40) / 2;
-    painter->setPen(Theme::muted);
-    painter->drawText(QRect(text.left(), text.top(), half, text.height()),
-                      Qt::AlignVCenter | Qt::AlignLeft,
-                      metrics.elidedText(name, Qt::ElideMiddle, half));
-    painter->setPen(Theme::amberDeep);
-    painter->drawText(QRect(text.left() + half, text.top(), 40, text.height()), Qt::AlignCenter, u"\u2192"_s);
+    const int line = metrics.height();
+    const int middle = text.center().y();
     painter->setPen(Theme::charcoal);
+    painter->drawText(QRect(text.left(), middle - line, half, line),
+                      Qt::AlignBottom | Qt::AlignLeft,
+                      metrics.elidedText(name, Qt::ElideMiddle, half));
+    painter->setPen(Theme::muted);
+    painter->drawText(QRect(text.left(), middle + 1, half, line),
+                      Qt::AlignTop | Qt::AlignLeft,
+                      metrics.elidedText(index.data(PlanModel::FolderRole).toString(), Qt::ElideMiddle, half));
+    painter->setPen(on ? Theme::amberDeep : Theme::muted);
+    painter->drawText(QRect(text.left() + half, text.top(), 40, text.height()), Qt::AlignCenter, u"\u2192"_s);
+    QFont font = painter->font();
+    font.setStrikeOut(!on);
+    painter->setFont(font);
+    painter->setPen(on ? Theme::charcoal : Theme::muted);
     painter->drawText(QRect(text.left() + half + 40, text.top(), half, text.height()),
                       Qt::AlignVCenter | Qt::AlignLeft,
                       metrics.elidedText(newName, Qt::ElideMiddle, half));
+    font.setStrikeOut(false);
+    painter->setFont(font);
 }
 
 // The name, the folder it is in, and its size at the right edge.
@@ -75,7 +94,8 @@ void paintNeeds(QPainter* painter,
                 const QRect& text,
                 const QFontMetrics& metrics,
                 const QString& name,
-                const QModelIndex& index)
+                const QModelIndex& index,
+                bool undoable)
 {
     const int line = metrics.height();
     const QRect upper(text.left(), row.center().y() - line, text.width(), line);
@@ -85,7 +105,10 @@ void paintNeeds(QPainter* painter,
     painter->setPen(Theme::muted);
     painter->drawText(lower,
                       Qt::AlignLeft | Qt::AlignTop,
-                      metrics.elidedText(index.data(PlanModel::ReasonRole).toString(), Qt::ElideRight, text.width()));
+                      metrics.elidedText(index.data(PlanModel::FolderRole).toString() + u" \u00B7 "_s
+                                             + index.data(PlanModel::ReasonRole).toString(),
+                                         Qt::ElideRight,
+                                         text.width()));
     const QRect choice = RowDelegate::choiceRect(row);
     painter->setPen(QPen(Theme::hairline.darker(110), 1));
     painter->setBrush(Theme::surface);
@@ -94,9 +117,20 @@ void paintNeeds(QPainter* painter,
     const QRect inside = choice.adjusted(12, 0, -28, 0);
     painter->drawText(inside,
                       Qt::AlignVCenter | Qt::AlignLeft,
-                      metrics.elidedText(RowDelegate::choiceText(index), Qt::ElideMiddle, inside.width()));
+                      metrics.elidedText((undoable ? u"\u2192 "_s : QString()) + RowDelegate::choiceText(index),
+                                         Qt::ElideMiddle,
+                                         inside.width()));
     painter->setPen(Theme::muted);
     painter->drawText(choice.adjusted(0, 0, -10, 0), Qt::AlignVCenter | Qt::AlignRight, u"\u25BE"_s);
+    if (!undoable)
+        return;
+    QFont link = painter->font();
+    link.setUnderline(true);
+    painter->setFont(link);
+    painter->setPen(Theme::amberDeep);
+    painter->drawText(RowDelegate::undoRect(row), Qt::AlignCenter, RowDelegate::tr("Undo"));
+    link.setUnderline(false);
+    painter->setFont(link);
 }
 
 } // namespace
@@ -109,6 +143,20 @@ QRect RowDelegate::checkRect(const QRect& row)
 QRect RowDelegate::choiceRect(const QRect& row)
 {
     return {row.right() - kChoiceWidth - 12, row.center().y() - 14, kChoiceWidth, 28};
+}
+
+QRect RowDelegate::undoRect(const QRect& row)
+{
+    const QRect choice = choiceRect(row);
+    return {choice.left() - kUndoWidth - 8, choice.top(), kUndoWidth, choice.height()};
+}
+
+QRect RowDelegate::newNameRect(const QRect& row)
+{
+    const int left = checkRect(row).right() + 12;
+    const int width = row.right() - 12 - left;
+    const int half = (width - 40) / 2;
+    return {left + half + 36, row.center().y() - 15, half + 4, 30};
 }
 
 QString RowDelegate::choiceText(const QModelIndex& index)
@@ -130,7 +178,65 @@ RowDelegate::RowDelegate(Kind kind, QObject* parent)
 
 QSize RowDelegate::sizeHint(const QStyleOptionViewItem&, const QModelIndex&) const
 {
-    return {400, m_kind == Kind::needs ? kNeedsRowHeight : kRowHeight};
+    switch (m_kind) {
+        case Kind::needs:
+            return {400, kNeedsRowHeight};
+        case Kind::rename:
+            return {400, kRenameRowHeight};
+        case Kind::junk:
+            break;
+    }
+    return {400, kRowHeight};
+}
+
+void RowDelegate::setUndoable(std::function<bool(const QModelIndex&)> undoable)
+{
+    m_undoable = std::move(undoable);
+}
+
+QWidget* RowDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem&, const QModelIndex& index) const
+{
+    const auto kind = FileKind(index.data(PlanModel::KindRole).toInt());
+    if (m_kind != Kind::rename || kind == FileKind::folder || kind == FileKind::bundle || kind == FileKind::project)
+        return nullptr;
+    auto* editor = new NameEditor(parent);
+    editor->setAutoFillBackground(true);
+    return editor;
+}
+
+void RowDelegate::setEditorData(QWidget* editor, const QModelIndex& index) const
+{
+    const QString name = index.data(PlanModel::NameRole).toString();
+    static_cast<NameEditor*>(editor)->setName(index.data(PlanModel::NewNameRole).toString(), QFileInfo(name).suffix());
+}
+
+void RowDelegate::setModelData(QWidget* editor, QAbstractItemModel* model, const QModelIndex& index) const
+{
+    model->setData(index, static_cast<NameEditor*>(editor)->stem(), PlanModel::NewNameRole);
+}
+
+void RowDelegate::updateEditorGeometry(QWidget* editor, const QStyleOptionViewItem& option, const QModelIndex&) const
+{
+    editor->setGeometry(newNameRect(option.rect));
+}
+
+bool RowDelegate::eventFilter(QObject* watched, QEvent* event)
+{
+    auto* editor = qobject_cast<NameEditor*>(watched);
+    if (!editor || event->type() != QEvent::KeyPress)
+        return QAbstractItemDelegate::eventFilter(watched, event);
+    switch (static_cast<QKeyEvent*>(event)->key()) {
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
+            Q_EMIT commitData(editor);
+            Q_EMIT closeEditor(editor, QAbstractItemDelegate::NoHint);
+            return true;
+        case Qt::Key_Escape:
+            Q_EMIT closeEditor(editor, QAbstractItemDelegate::RevertModelCache);
+            return true;
+        default:
+            return QAbstractItemDelegate::eventFilter(watched, event);
+    }
 }
 
 void RowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const
@@ -154,7 +260,7 @@ void RowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, c
         drawCheckBox(painter, checkRect(row), on);
         left = checkRect(row).right() + 12;
     }
-    const int right = m_kind == Kind::needs ? choiceRect(row).left() - 16 : row.right() - 12;
+    const int right = m_kind == Kind::needs ? undoRect(row).left() - 8 : row.right() - 12;
     QRect text(left, row.top(), right - left, row.height());
 
     switch (m_kind) {
@@ -165,7 +271,7 @@ void RowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, c
             paintJunk(painter, text, metrics, name, index);
             break;
         case Kind::needs:
-            paintNeeds(painter, row, text, metrics, name, index);
+            paintNeeds(painter, row, text, metrics, name, index, m_undoable && m_undoable(index));
             break;
     }
     painter->restore();

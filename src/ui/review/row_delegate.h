@@ -2,9 +2,12 @@
 
 #include <QAbstractItemDelegate>
 
-// Paints one row of the rename, junk or needs lists: a check box and the file's name, with the
-// new name after an arrow (rename), the size (junk), or the chosen destination as a drop-down
-// (needs). Painting rather than a widget per row keeps thousands of rows as cheap as ten.
+#include <functional>
+
+// Paints one row of the rename, junk or needs lists: a check box and the file's name over its
+// folder, with the new name after an arrow (rename, editable in place), the size (junk), or the
+// chosen destination as a drop-down (needs), with "Undo" while a choice just made can be taken
+// back. Painting rather than a widget per row keeps thousands of rows as cheap as ten.
 class RowDelegate : public QAbstractItemDelegate
 {
     Q_OBJECT
@@ -18,6 +21,9 @@ public:
 
     static QRect checkRect(const QRect& row);
     static QRect choiceRect(const QRect& row);
+    static QRect undoRect(const QRect& row);
+    // Where the new name of a rename row is, and its editor goes.
+    static QRect newNameRect(const QRect& row);
     // The words for where a needs item goes now.
     static QString choiceText(const QModelIndex& index);
 
@@ -25,7 +31,19 @@ public:
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+    // Which needs rows offer "Undo".
+    void setUndoable(std::function<bool(const QModelIndex&)> undoable);
+
+    QWidget* createEditor(QWidget* parent, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+    void setEditorData(QWidget* editor, const QModelIndex& index) const override;
+    void setModelData(QWidget* editor, QAbstractItemModel* model, const QModelIndex& index) const override;
+    void
+    updateEditorGeometry(QWidget* editor, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     Kind m_kind;
+    std::function<bool(const QModelIndex&)> m_undoable;
 };

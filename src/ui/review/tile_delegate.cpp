@@ -13,7 +13,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int kNameHeight = 22;
+constexpr int kNameHeight = 54; // two lines of name and one of folder
 constexpr int kCheckSide = 24;
 
 QString kindText(FileKind kind)
@@ -81,6 +81,26 @@ void paintCheck(QPainter* painter, const QRect& rect, bool on)
 
 } // namespace
 
+QStringList TileDelegate::twoLines(const QString& text, const QFontMetrics& metrics, int width)
+{
+    if (metrics.horizontalAdvance(text) <= width)
+        return {text};
+    // The longest start that fits, broken after a space, dash or underscore when one is near.
+    int fits = 1;
+    while (fits < text.size() && metrics.horizontalAdvance(text.left(fits + 1)) <= width)
+        ++fits;
+    int cut = fits;
+    for (int i = fits; i > fits / 2; --i) {
+        const QChar c = text.at(i - 1);
+        if (c == u' ' || c == u'-' || c == u'_') {
+            cut = i;
+            break;
+        }
+    }
+    // What still does not fit loses its middle, so the end (a time, an extension) stays.
+    return {text.left(cut).trimmed(), metrics.elidedText(text.mid(cut).trimmed(), Qt::ElideMiddle, width)};
+}
+
 QSize TileDelegate::tileSize()
 {
     return {kThumb.width() + 2 * kPadding, kThumb.height() + kNameHeight + 2 * kPadding + 4};
@@ -139,13 +159,24 @@ void TileDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, 
     painter->setOpacity(1.0);
     paintCheck(painter, checkRect(option.rect), approved);
 
-    const QRect nameRect(box.left(), box.bottom() + 7, box.width(), kNameHeight);
-    const QString name = index.data(PlanModel::NameRole).toString();
+    // The name the file will have, whole where two lines hold it, and the folder it is in now.
+    const QString newName = index.data(PlanModel::NewNameRole).toString();
+    const bool renamed = !newName.isEmpty() && index.data(PlanModel::RenameApprovedRole).toBool();
+    const QString name = renamed ? newName : index.data(PlanModel::NameRole).toString();
+    const QFontMetrics& metrics = option.fontMetrics;
+    const int line = metrics.height();
+    const QStringList lines = twoLines(name, metrics, box.width());
     painter->setPen(approved ? Theme::charcoal : Theme::muted);
     painter->setFont(option.font);
-    painter->drawText(nameRect,
+    int top = box.bottom() + 6;
+    for (const QString& text : lines) {
+        painter->drawText(QRect(box.left(), top, box.width(), line), Qt::AlignHCenter | Qt::AlignVCenter, text);
+        top += line;
+    }
+    painter->setPen(Theme::muted);
+    painter->drawText(QRect(box.left(), top, box.width(), line),
                       Qt::AlignHCenter | Qt::AlignVCenter,
-                      option.fontMetrics.elidedText(name, Qt::ElideMiddle, nameRect.width()));
+                      metrics.elidedText(index.data(PlanModel::FolderRole).toString(), Qt::ElideMiddle, box.width()));
     painter->restore();
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QAbstractItemDelegate>
+#include <QFontMetrics>
+#include <QStringList>
 
 #include <functional>
 
@@ -20,6 +22,9 @@ public:
     static constexpr int kPadding = 8;
     static constexpr QSize kThumb {220, 165};
     static QSize tileSize();
+    // A name on at most two lines: whole when it fits, shortened in the middle of the second line
+    // only when it does not.
+    static QStringList twoLines(const QString& text, const QFontMetrics& metrics, int width);
     // Where the check mark sits in a tile drawn at `tile`; clicking anywhere on a tile flips it.
     static QRect checkRect(const QRect& tile);
 
