@@ -9,6 +9,7 @@
 
 #include <QAbstractItemModelTester>
 #include <QDir>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QProcess>
 #include <QSignalSpy>
@@ -262,6 +263,90 @@ private Q_SLOTS:
             QVERIFY(tray.waitForFinished(30000));
             QVERIFY2(!approvedOnDisk(0), qPrintable(u"lost in round %1"_s.arg(round + 1)));
         }
+    }
+
+    // A typed name is cleaned as a proposed one is, keeps the file's extension, is approved, and
+    // is learned; a folder keeps its name, and nothing usable changes nothing.
+    void namesTypedByThePerson_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<FileKind>("kind");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("expected"); // empty: refused, nothing changes
+        QTest::newRow("extension added") << u"IMG_1.HEIC"_s << FileKind::image << u"Porto harbour"_s
+                                         << u"Porto harbour.HEIC"_s;
+        QTest::newRow("extension typed too")
+            << u"scan.pdf"_s << FileKind::pdf << u"Lease 2026.pdf"_s << u"Lease 2026.pdf"_s;
+        QTest::newRow("separators cleaned")
+            << u"doc.txt"_s << FileKind::doc << u"../../etc/passwd"_s << u"-..-etc-passwd.txt"_s;
+        QTest::newRow("only spaces") << u"doc.txt"_s << FileKind::doc << u"   "_s << QString();
+        QTest::newRow("a folder") << u"Stuff"_s << FileKind::folder << u"Better"_s << QString();
+    }
+
+    void namesTypedByThePerson()
+    {
+        QFETCH(QString, file);
+        QFETCH(FileKind, kind);
+        QFETCH(QString, typed);
+        QFETCH(QString, expected);
+        Fixture f;
+        f.add(file, Category::personal, u"Personal/Documents"_s, kind);
+        auto state = f.start();
+        const std::optional<QString> name = state->review().setNewName(0, typed);
+        QCOMPARE(name.value_or(QString()), expected);
+        QCOMPARE(byId(*state, 0).newName.value_or(QString()), expected);
+        if (!expected.isEmpty())
+            QVERIFY(byId(*state, 0).renameApproved);
+        state->review().flushEdits();
+        const QList<Lesson> lessons = Store::loadLessons();
+        if (expected.isEmpty())
+            QVERIFY(lessons.isEmpty());
+        else
+            QCOMPARE(lessons, (QList<Lesson> {{file, u"reason for "_s + file, expected}}));
+        QCOMPARE(Store::loadPlan(), state->review().plan());
+    }
+
+    // "Keep this one instead": the duplicate stays, the copy it was kept for is set aside, in the
+    // plan or added to it; a copy outside the tidied folders cannot be, and nothing changes.
+    void keepingTheOtherCopy_data()
+    {
+        QTest::addColumn<QString>("keptAt"); // relative to home
+        QTest::addColumn<bool>("inPlan");
+        QTest::addColumn<bool>("done");
+        QTest::newRow("kept copy in the plan") << u"Downloads/b.pdf"_s << true << true;
+        QTest::newRow("kept copy not in the plan") << u"Desktop/b.pdf"_s << false << true;
+        QTest::newRow("kept copy filed away") << u"Documents/Library/b.pdf"_s << false << false;
+    }
+
+    void keepingTheOtherCopy()
+    {
+        QFETCH(QString, keptAt);
+        QFETCH(bool, inPlan);
+        QFETCH(bool, done);
+        Fixture f;
+        const QString duplicates = u"Brindlow Review/Duplicates - Review First"_s;
+        const QString kept = f.home.path() + u'/' + keptAt;
+        QDir().mkpath(QFileInfo(kept).path());
+        QFile(kept).open(QIODevice::WriteOnly);
+        f.add(u"a.pdf"_s, Category::duplicate, duplicates, FileKind::pdf).keptCopy = kept;
+        if (inPlan)
+            f.add(u"b.pdf"_s, Category::library, u"Library/Docs"_s, FileKind::pdf);
+        auto state = f.start();
+        const QList<PlanItem> before = state->review().plan();
+        QCOMPARE(state->review().keepInstead(0), done);
+        if (!done) {
+            QCOMPARE(state->review().plan(), before);
+            return;
+        }
+        QCOMPARE(byId(*state, 0).approved, false);
+        const PlanItem& other = state->review().plan().last();
+        QCOMPARE(state->review().plan().size(), 2);
+        QCOMPARE(other.src.toLocalFile(), kept);
+        QVERIFY(other.category == Category::duplicate && other.approved && other.destFolder == duplicates);
+        QCOMPARE(*other.keptCopy, f.home.path() + u"/Downloads/a.pdf"_s);
+        QCOMPARE(PlanModel::reasonOf(other), u"Same as Downloads/a.pdf, which stays"_s);
+        state->review().flushEdits();
+        QCOMPARE(Store::loadPlan(), state->review().plan());
     }
 
     void projects()

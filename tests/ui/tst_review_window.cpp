@@ -1,4 +1,5 @@
 #include "controller/app_state.h"
+#include "controller/plan_model.h"
 #include "controller/thumb_cache.h"
 #include "model/store.h"
 #include "platform/process_lock.h"
@@ -7,21 +8,26 @@
 #include "support/tmpfs_mount.h"
 #include "support/widget_driver.h"
 #include "ui/review/destination_choices.h"
+#include "ui/review/details_pane.h"
 #include "ui/review/junk_page.h"
 #include "ui/review/junk_section.h"
+#include "ui/review/name_editor.h"
 #include "ui/review/needs_page.h"
 #include "ui/review/organize_page.h"
 #include "ui/review/plan_list_view.h"
 #include "ui/review/rename_page.h"
+#include "ui/review/review_filter_model.h"
 #include "ui/review/review_sidebar.h"
 #include "ui/review/review_window.h"
 #include "ui/review/row_delegate.h"
+#include "ui/review/tile_delegate.h"
 #include "ui/theme/theme.h"
 
 #include <QApplication>
 #include <QDialog>
 #include <QDir>
 #include <QFile>
+#include <QFileDialog>
 #include <QMenu>
 #include <QMutex>
 #include <QSemaphore>
@@ -67,6 +73,62 @@ void clickItem(PlanListView* view, int row, const std::function<QPoint(const QRe
     view->scrollTo(index);
     const QRect rect = view->visualRect(index);
     QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, where ? where(rect) : rect.center());
+}
+
+// Every entry of a menu and its sub-menus, as "Creator > Photos".
+QStringList entries(const QMenu* menu, const QString& prefix = {})
+{
+    QStringList all;
+    for (QAction* action : menu->actions()) {
+        if (action->menu())
+            all += entries(action->menu(), prefix + action->text() + u" > "_s);
+        else if (!action->isSeparator())
+            all.append(prefix + action->text());
+    }
+    return all;
+}
+
+QAction* entry(const QMenu* menu, const QString& path)
+{
+    const QString head = path.section(u" > "_s, 0, 0);
+    const QString rest = path.section(u" > "_s, 1);
+    for (QAction* action : menu->actions()) {
+        if (action->text() != head)
+            continue;
+        if (rest.isEmpty())
+            return action;
+        return action->menu() ? entry(action->menu(), rest) : nullptr;
+    }
+    return nullptr;
+}
+
+// Answers the menu about to open by choosing the entry at `path`, noting what it offered.
+void answerMenu(const QString& path, QStringList* offered = nullptr)
+{
+    QTimer::singleShot(0, [path, offered] {
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        QVERIFY(menu);
+        if (offered)
+            *offered = entries(menu);
+        QAction* action = entry(menu, path);
+        menu->close();
+        QVERIFY2(action, qPrintable(path));
+        action->trigger();
+    });
+}
+
+// Answers the folder picker, once it is open, by accepting the folder `path`.
+void answerFolderPicker(const QString& path)
+{
+    QTimer::singleShot(20, [path] {
+        auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+        if (!dialog) {
+            answerFolderPicker(path);
+            return;
+        }
+        dialog->setDirectory(path);
+        static_cast<QDialog*>(dialog)->accept();
+    });
 }
 
 // A home with real files, a plan for them waiting, and the review window over it.
@@ -134,7 +196,7 @@ private Q_SLOTS:
         QCOMPARE(sections[0]->group(), u"Installers"_s); // the larger group first
         QCOMPARE(sections[1]->group(), u"Duplicates - Review First"_s);
         QCOMPARE(names(sections[1]->list()), QStringList {u"notes (1).txt"_s});
-        QCOMPARE(sections[1]->list()->model()->index(0, 0).data(Qt::ToolTipRole),
+        QCOMPARE(sections[1]->list()->model()->index(0, 0).data(PlanModel::ReasonRole),
                  u"Same as Documents/notes.txt, which stays"_s);
         QCOMPARE(sections[0]->list()->model()->rowCount(), 200);
         QVERIFY(shownTexts(*f.window).contains(u"+ 30 more like these. Use Keep all to keep the whole group."_s));
@@ -340,29 +402,330 @@ private Q_SLOTS:
         settle();
         QCOMPARE(names(list).first(), u"quill-a.txt"_s);
         QStringList offered;
-        QTimer::singleShot(0, [&offered] {
-            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-            QVERIFY(menu);
-            QAction* taxes = nullptr;
-            for (QAction* action : menu->actions()) {
-                if (!action->isSeparator())
-                    offered.append(action->text());
-                taxes = action->text() == u"Taxes" ? action : taxes;
-            }
-            menu->close();
-            taxes->trigger();
-        });
+        answerMenu(u"Taxes"_s, &offered);
         clickItem(list, 0, [](const QRect& row) { return RowDelegate::choiceRect(row).center(); });
-        QCOMPARE(
-            offered,
-            (QStringList {
-                u"Leave where it is"_s, u"Needs You folder"_s, u"Archive"_s, u"Penwick"_s, u"Marlow"_s, u"Taxes"_s}));
+        for (const QString& wanted : {u"Leave where it is"_s,
+                                      u"Needs You folder"_s,
+                                      u"Projects > Penwick"_s,
+                                      u"Projects > Marlow"_s,
+                                      u"Creator > Creator"_s,
+                                      u"Archive"_s,
+                                      u"Taxes"_s,
+                                      u"Choose folder\u2026"_s})
+            QVERIFY2(offered.contains(wanted), qPrintable(wanted));
         QCOMPARE(f.item(3).destFolder, u"Taxes"_s);
         QCOMPARE(f.item(3).approved, true);
 
         click(control(*page, u"Needs You folder"_s));
         for (const qint64 id : {4, 5, 6})
             QVERIFY(f.item(id).destFolder == needs && f.item(id).approved);
+    }
+
+    // "Move to…" from a tile (M), from a selection (context menu) and from the details pane;
+    // the item shows its new place at once, joins its group, and the choice is learned.
+    void moveToFromEveryView()
+    {
+        Fixture f;
+        const QString base = f.home.path() + u"/Documents"_s;
+        for (const QString& folder : {u"Creator/Photos/Trips"_s,
+                                      u"Archive/2023"_s,
+                                      u"Projects/Kettle/Code/engine"_s,
+                                      u"Docker"_s,
+                                      u"Recipes"_s})
+            QDir(base).mkpath(folder);
+        FileFactory::write(base + u"/Projects/Kettle/Code/engine/.git/HEAD"_s, "ref");
+        f.add(u"beach.jpg"_s, Category::personal, u"Personal/Photos"_s, FileKind::image);
+        f.add(u"notes.txt"_s, Category::personal, u"Personal/Documents"_s);
+        f.add(u"draft.txt"_s, Category::personal, u"Personal/Documents"_s);
+        f.add(u"old.deb"_s, Category::junk, u"Brindlow Review/To Delete - Review First/Installers"_s);
+        f.open();
+        QTRY_VERIFY(!f.window->choices()->isListing());
+        PlanListView* grid = f.window->organizePage()->grid();
+        grid->setFocus();
+        grid->setCurrentIndex(grid->model()->index(0, 0));
+        QStringList offered;
+        answerMenu(u"Creator > Photos > Trips"_s, &offered);
+        QTest::keyClick(grid, Qt::Key_M);
+        QCOMPARE(f.item(1).destFolder, u"Creator/Photos/Trips"_s);
+        QCOMPARE(f.item(1).category, Category::user);
+        QVERIFY(offered.contains(u"Archive > 2023"_s));
+        QVERIFY(offered.contains(u"Recipes"_s));
+        // Application folders and code projects are no places to file into; no name comes twice.
+        for (const QString& entryText : std::as_const(offered))
+            QVERIFY2(!entryText.contains(u"Docker"_s) && !entryText.contains(u"engine"_s), qPrintable(entryText));
+        QCOMPARE(QSet<QString>(offered.cbegin(), offered.cend()).size(), offered.size());
+        QTRY_VERIFY(f.window->sidebar()->rows()->findItems(u"Creator"_s, Qt::MatchExactly).size() == 1);
+        QCOMPARE(label(*f.window->details(), u"Goes to"_s), u"Documents/Creator/Photos/Trips"_s);
+
+        // Both text files at once, through the context menu: left where they are.
+        const QModelIndex notes = grid->model()->index(f.window->organizePage()->model()->rowOfId(2), 0);
+        const QModelIndex draft = grid->model()->index(f.window->organizePage()->model()->rowOfId(3), 0);
+        grid->selectionModel()->select(QItemSelection(notes, notes), QItemSelectionModel::ClearAndSelect);
+        grid->selectionModel()->select(QItemSelection(draft, draft), QItemSelectionModel::Select);
+        answerMenu(u"Move to\u2026 > Leave where it is"_s);
+        const QPoint at = grid->visualRect(draft).center();
+        QContextMenuEvent menuEvent(QContextMenuEvent::Mouse, at, grid->viewport()->mapToGlobal(at));
+        QApplication::sendEvent(grid->viewport(), &menuEvent);
+        QVERIFY(!f.item(2).approved && !f.item(3).approved);
+
+        // A junk file, from the details pane, to a folder picked on disk; outside the home base
+        // nothing is taken.
+        clickTab(f.window->tabs(), u"Junk"_s);
+        PlanListView* junk = f.window->junkPage()->findChild<PlanListView*>();
+        clickItem(junk, 0);
+        QCOMPARE(f.window->details()->itemId(), 4);
+        answerMenu(u"Choose folder\u2026"_s);
+        answerFolderPicker(f.home.path() + u"/Downloads"_s);
+        click(control(*f.window->details(), u"Move to"_s));
+        QCOMPARE(f.item(4).category, Category::junk);
+        answerMenu(u"Choose folder\u2026"_s);
+        answerFolderPicker(base + u"/Recipes"_s);
+        click(control(*f.window->details(), u"Move to"_s));
+        QCOMPARE(f.item(4).destFolder, u"Recipes"_s);
+        QCOMPARE(f.window->tabs()->tabText(2), u"Junk 0"_s);
+        f.state->review().flushEdits();
+        const QList<Lesson> lessons = Store::loadLessons();
+        QCOMPARE(lessons.size(), 2);
+        QCOMPARE(lessons.last(), (Lesson {u"old.deb"_s, u"reason for old.deb"_s, u"Recipes"_s}));
+    }
+
+    // The destinations never offer a folder the plan itself moves, nor anything inside it.
+    void destinationsSkipWhatThePlanMoves()
+    {
+        Fixture f;
+        QDir(f.home.path()).mkpath(u"Documents/Old things/inside"_s);
+        f.add(u"x.txt"_s, Category::personal, u"Personal"_s);
+        f.open();
+        DestinationChoices* choices = f.window->choices();
+        QTRY_VERIFY(!choices->isListing());
+        PlanItem folder;
+        folder.src = QUrl::fromLocalFile(f.home.path() + u"/Documents/Old things"_s);
+        folder.kind = FileKind::folder;
+        const QSet<QString> moved = choices->movedByPlan({folder});
+        QCOMPARE(moved, QSet<QString> {u"Old things"_s});
+        const auto labels = [](const QList<DestinationChoices::Choice>& list) {
+            QStringList all;
+            for (const DestinationChoices::Choice& choice : list)
+                all.append(choice.label);
+            return all;
+        };
+        QVERIFY(labels(choices->choices()).contains(u"Old things"_s));
+        QVERIFY(!labels(choices->choices(moved)).contains(u"Old things"_s));
+    }
+
+    // Needs You rows stay where they are after a choice, with "→ Archive" and Undo, one by one or
+    // all at once, until the person leaves the tab.
+    void needsRowsStayUntilTheTabIsLeft()
+    {
+        Fixture f;
+        const QString needs = u"Brindlow Review/Needs You"_s;
+        for (const QString& name : {u"vim.desktop"_s, u"mystery.bin"_s, u"odd.bin"_s})
+            f.add(name, Category::needsYou, needs).approved = true;
+        f.open();
+        clickTab(f.window->tabs(), u"Needs You"_s);
+        NeedsPage* page = f.window->needsPage();
+        PlanListView* list = page->list();
+        QTRY_VERIFY(!f.window->choices()->isListing());
+        answerMenu(u"Archive"_s);
+        clickItem(list, 0, [](const QRect& row) { return RowDelegate::choiceRect(row).center(); });
+        QCOMPARE(f.item(1).destFolder, u"Archive"_s);
+        QCOMPARE(names(list), (QStringList {u"vim.desktop"_s, u"mystery.bin"_s, u"odd.bin"_s}));
+        QVERIFY(page->isUndoable(1));
+        QCOMPARE(RowDelegate::choiceText(list->model()->index(0, 0)), u"Archive"_s);
+        clickItem(list, 0, [](const QRect& row) { return RowDelegate::undoRect(row).center(); });
+        QCOMPARE(f.item(1).category, Category::needsYou);
+        QCOMPARE(f.item(1).destFolder, needs);
+
+        click(control(*page, u"Leave all where they are"_s));
+        QVERIFY(!f.item(1).approved && !f.item(2).approved && !f.item(3).approved);
+        click(control(*page, u"Undo these choices"_s));
+        QVERIFY(f.item(1).approved && f.item(2).approved && f.item(3).approved);
+
+        answerMenu(u"Archive"_s);
+        clickItem(list, 1, [](const QRect& row) { return RowDelegate::choiceRect(row).center(); });
+        QCOMPARE(list->model()->rowCount(), 3);
+        clickTab(f.window->tabs(), u"Organize"_s);
+        clickTab(f.window->tabs(), u"Needs You"_s);
+        QCOMPARE(names(list), (QStringList {u"vim.desktop"_s, u"odd.bin"_s}));
+        QVERIFY(!page->isUndoable(2));
+    }
+
+    // The details pane follows the item in hand, Ctrl+I hides and shows it, and it can name a file
+    // that had no proposed name, keep a duplicate, and the apply then does what it says.
+    void detailsPaneNamesAndKeepsCopies()
+    {
+        Fixture f;
+        const QString duplicates = u"Brindlow Review/Duplicates - Review First"_s;
+        f.add(u"IMG_4032.HEIC"_s, Category::personal, u"Personal/Photos"_s, FileKind::image);
+        f.add(u"Policy.epub"_s, Category::duplicate, duplicates, FileKind::other).keptCopy
+            = f.home.path() + u"/Desktop/Policy.epub"_s;
+        FileFactory::write(f.home.path() + u"/Desktop/Policy.epub"_s, "same");
+        f.open();
+        PlanListView* grid = f.window->organizePage()->grid();
+        grid->setCurrentIndex(grid->model()->index(0, 0));
+        DetailsPane* pane = f.window->details();
+        QCOMPARE(pane->itemId(), 1);
+        QCOMPARE(label(*pane, u"Full name"_s), u"IMG_4032.HEIC"_s);
+        QCOMPARE(label(*pane, u"Now in"_s), u"Downloads"_s);
+        QCOMPARE(label(*pane, u"Goes to"_s), u"Documents/Personal/Photos"_s);
+        QTRY_VERIFY(label(*pane, u"Date"_s) != tr("Looking\u2026"));
+        QVERIFY(shownTexts(*pane).contains(u".HEIC"_s));
+
+        QTest::keyClick(f.window.get(), Qt::Key_I, Qt::ControlModifier);
+        QVERIFY(pane->isHidden());
+        QTest::keyClick(f.window.get(), Qt::Key_I, Qt::ControlModifier);
+        QVERIFY(pane->isVisible());
+
+        QLineEdit* name = pane->nameEditor()->field();
+        name->selectAll();
+        QTest::keyClicks(name, u"Harbour at dusk"_s);
+        QTest::keyClick(name, Qt::Key_Return);
+        QCOMPARE(*f.item(1).newName, u"Harbour at dusk.HEIC"_s);
+        QVERIFY(f.item(1).renameApproved);
+        QCOMPARE(f.window->tabs()->tabText(1), u"Rename 1"_s);
+
+        clickTab(f.window->tabs(), u"Junk"_s);
+        clickItem(f.window->junkPage()->findChild<PlanListView*>(), 0);
+        QCOMPARE(label(*pane, u"Kept copy"_s), u"Same as Desktop/Policy.epub, which stays"_s);
+        click(control(*pane, u"Keep this one instead"_s));
+        QCOMPARE(f.item(2).approved, false);
+        QCOMPARE(f.state->review().plan().size(), 3);
+
+        click(control(*f.window, u"Approve 2 changes"_s));
+        QVERIFY(ControllerFixture::waitForMove(*f.state));
+        const QString base = f.home.path() + u"/Documents/"_s;
+        QVERIFY(QFile::exists(base + u"Personal/Photos/Harbour at dusk.HEIC"_s));
+        QVERIFY(QFile::exists(f.home.path() + u"/Downloads/Policy.epub"_s));
+        QVERIFY(QFile::exists(base + duplicates + u"/Policy.epub"_s));
+        QVERIFY(!QFile::exists(f.home.path() + u"/Desktop/Policy.epub"_s));
+    }
+
+    // A proposed name typed over in place, in the rename list; the tile shows the name it gets.
+    void renameTypedInPlace()
+    {
+        Fixture f;
+        f.add(u"download (3).pdf"_s, Category::personal, u"Personal/Documents"_s, FileKind::pdf).newName
+            = u"Scan.pdf"_s;
+        f.open();
+        clickTab(f.window->tabs(), u"Rename"_s);
+        PlanListView* list = f.window->renamePage()->list();
+        list->setFocus();
+        list->setCurrentIndex(list->model()->index(0, 0));
+        QTest::keyClick(list, Qt::Key_F2);
+        auto* editor = list->findChild<NameEditor*>();
+        QVERIFY(editor);
+        QCOMPARE(editor->stem(), u"Scan"_s);
+        editor->field()->selectAll();
+        QTest::keyClicks(editor->field(), u"Lease 2026"_s);
+        QTest::keyClick(editor->field(), Qt::Key_Return);
+        QCOMPARE(*f.item(1).newName, u"Lease 2026.pdf"_s);
+        f.state->review().flushEdits();
+        QCOMPARE(Store::loadLessons().last(),
+                 (Lesson {u"download (3).pdf"_s, u"reason for download (3).pdf"_s, u"Lease 2026.pdf"_s}));
+        const QModelIndex tile = f.window->organizePage()->grid()->model()->index(0, 0);
+        QVERIFY(tile.data(Qt::ToolTipRole).toString().startsWith(u"download (3).pdf\n"_s));
+    }
+
+    // Finding one's way: the filter matches folders and drives the sidebar counts, Page Down and
+    // End move, a selection survives a group switch, and the sidebar shows no choice elsewhere.
+    void findingOnesWay()
+    {
+        Fixture f;
+        for (int i = 0; i < 60; ++i)
+            f.add(u"photo-%1.jpg"_s.arg(i), Category::user, u"Photos/2026"_s, FileKind::image);
+        f.add(u"invoice.pdf"_s, Category::user, u"Work/Invoices"_s, FileKind::pdf);
+        f.add(u"unsure.txt"_s, Category::needsYou, u"Brindlow Review/Needs You"_s);
+        f.open();
+        QTreeWidget* destinations = f.window->sidebar()->rows();
+        type(f.window->filterField(), u"invoice"_s);
+        QCOMPARE(destinations->topLevelItem(0)->text(1), u"1"_s);
+        QCOMPARE(destinations->topLevelItemCount(), 2);
+        f.window->filterField()->clear();
+        type(f.window->filterField(), u"downloads"_s);
+        QCOMPARE(f.window->organizePage()->grid()->model()->rowCount(), 61);
+        f.window->filterField()->clear();
+        QCOMPARE(destinations->topLevelItem(0)->text(1), u"61"_s);
+
+        PlanListView* grid = f.window->organizePage()->grid();
+        grid->setFocus();
+        grid->setCurrentIndex(grid->model()->index(0, 0));
+        QTest::keyClick(grid, Qt::Key_PageDown);
+        QVERIFY(grid->currentIndex().row() > 0);
+        QTest::keyClick(grid, Qt::Key_End);
+        QCOMPARE(grid->currentIndex().row(), 60);
+        QTest::keyClick(grid, Qt::Key_Home);
+        QCOMPARE(grid->currentIndex().row(), 0);
+
+        grid->selectionModel()->select(grid->model()->index(0, 0), QItemSelectionModel::ClearAndSelect);
+        clickRow(destinations, 1);
+        clickRow(destinations, 0);
+        QCOMPARE(grid->chosenIds(), (QList<qint64> {1}));
+
+        clickRow(destinations, 1);
+        QVERIFY(!destinations->selectedItems().isEmpty());
+        clickTab(f.window->tabs(), u"Needs You"_s);
+        QVERIFY(destinations->selectedItems().isEmpty());
+        clickTab(f.window->tabs(), u"Organize"_s);
+        QCOMPARE(destinations->selectedItems().value(0), destinations->topLevelItem(1));
+    }
+
+    // On a 1280 x 720 screen every control is inside the window, down to 1280 x 680, on every tab,
+    // and the tabs never clip, "Needs You" chosen or not.
+    void fitsASmallScreen()
+    {
+        Fixture f;
+        for (int i = 0; i < 20; ++i)
+            f.add(u"unsure-%1.txt"_s.arg(i), Category::needsYou, u"Brindlow Review/Needs You"_s).suggestedProject
+                = i % 2 ? u"Penwick"_s : u"Quill"_s;
+        f.add(u"photo.jpg"_s, Category::user, u"Photos"_s, FileKind::image);
+        f.open();
+        QVERIFY(ReviewWindow::kDefaultSize.height() <= 680 && ReviewWindow::kDefaultSize.width() <= 1280);
+        f.window->resize(1280, 680);
+        QVERIFY(f.window->minimumSizeHint().height() <= 680);
+        for (int tab = 0; tab < 4; ++tab) {
+            f.window->showTab(tab);
+            settle();
+            const QRect inside = f.window->rect();
+            for (QAbstractButton* button : f.window->findChildren<QAbstractButton*>()) {
+                if (!button->isVisibleTo(f.window.get()) || button->accessibleName().isEmpty())
+                    continue;
+                const QRect at(button->mapTo(f.window.get(), QPoint(0, 0)), button->size());
+                QVERIFY2(inside.contains(at), qPrintable(button->accessibleName()));
+            }
+            QTabBar* tabs = f.window->tabs();
+            QVERIFY(tabs->width() >= tabs->sizeHint().width());
+            for (int i = 0; i < tabs->count(); ++i)
+                QVERIFY(tabs->rect().contains(tabs->tabRect(i)));
+        }
+    }
+
+    // A long name takes two lines and loses only what still does not fit, from its middle.
+    void tileNamesWrapBeforeEliding_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("lines");
+        QTest::newRow("short") << u"a.png"_s << 1;
+        QTest::newRow("two lines") << u"Screenshot 2026-03-04 at 17.07.50.png"_s << 2;
+        QTest::newRow("too long") << QString(u"Screenshot 2026-03-04 at 17.07.50 "_s.repeated(4) + u"end.png"_s) << 2;
+        QTest::newRow("no spaces") << QString(u"x"_s.repeated(80) + u".png"_s) << 2;
+    }
+
+    void tileNamesWrapBeforeEliding()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, lines);
+        const QFontMetrics metrics(QApplication::font());
+        const int width = metrics.horizontalAdvance(u"Screenshot 2026-03-04"_s) + 4;
+        const QStringList shown = TileDelegate::twoLines(name, metrics, width);
+        QCOMPARE(shown.size(), lines);
+        for (const QString& line : shown)
+            QVERIFY(metrics.horizontalAdvance(line) <= width);
+        if (!shown.join(u' ').contains(u'\u2026'))
+            QCOMPARE(shown.join(QString()).remove(u' '), QString(name).remove(u' '));
+        else
+            QVERIFY(shown.last().endsWith(u".png"_s));
+        if (name.startsWith(u"Screenshot"_s) && lines == 2 && !shown.last().contains(u'\u2026'))
+            QVERIFY(shown.last().contains(u"17.07.50"_s));
     }
 
     // Painted tiles ask for their pictures, each once; tiles scrolled past withdraw theirs.

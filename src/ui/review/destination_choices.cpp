@@ -48,8 +48,6 @@ QStringList listFolders(const QString& homeBase)
             continue;
         for (const QString& sub : subFolders(homeBase + u'/' + top)) {
             found.append(top + u'/' + sub);
-            if (top != HomeTree::projects())
-                continue;
             for (const QString& inner : subFolders(homeBase + u'/' + top + u'/' + sub))
                 found.append(top + u'/' + sub + u'/' + inner);
         }

@@ -73,6 +73,15 @@ void PlanListView::keyPressEvent(QKeyEvent* event)
                 return;
             }
             break;
+        case Qt::Key_PageDown:
+        case Qt::Key_PageUp:
+            // A grid of tiles pages by the height of what is shown, like a list does.
+            if (viewMode() == QListView::IconMode && currentIndex().isValid()) {
+                pageBy(event->key() == Qt::Key_PageDown ? 1 : -1, event->modifiers());
+                event->accept();
+                return;
+            }
+            break;
         case Qt::Key_M:
             if (event->modifiers() == Qt::NoModifier && !chosenIds().isEmpty()) {
                 Q_EMIT moveRequested(chosenIds(), menuPoint());
@@ -133,4 +142,16 @@ QPoint PlanListView::menuPoint() const
 {
     const QRect rect = visualRect(currentIndex());
     return viewport()->mapToGlobal(rect.isValid() ? rect.bottomLeft() : QPoint());
+}
+
+void PlanListView::pageBy(int direction, Qt::KeyboardModifiers modifiers)
+{
+    const QRect from = visualRect(currentIndex());
+    QModelIndex to = indexAt(from.center() + QPoint(0, direction * viewport()->height()));
+    if (!to.isValid())
+        to = model()->index(direction > 0 ? model()->rowCount() - 1 : 0, 0);
+    const auto command
+        = modifiers & Qt::ShiftModifier ? QItemSelectionModel::SelectCurrent : QItemSelectionModel::ClearAndSelect;
+    selectionModel()->setCurrentIndex(to, command);
+    scrollTo(to);
 }

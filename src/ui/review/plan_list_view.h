@@ -47,6 +47,7 @@ protected:
 
 private:
     void flip(const QList<qint64>& ids, bool on);
+    void pageBy(int direction, Qt::KeyboardModifiers modifiers);
     // Where a menu for the current item opens: under it, or at the top of the list.
     QPoint menuPoint() const;
 
