@@ -4,6 +4,8 @@
 //   QT_QPA_PLATFORM=offscreen build/bench/bench_review [--items 25000] [--photos 10000]
 #include "common/synthetic_photos.h"
 #include "controller/app_state.h"
+#include "controller/plan_model.h"
+#include "controller/plan_review.h"
 #include "controller/thumb_cache.h"
 #include "model/store.h"
 #include "ui/review/needs_page.h"
@@ -176,6 +178,25 @@ int main(int argc, char* argv[])
                               }));
     }
     report(u"Space on one item until repainted, slowest of five"_s, worstSpace, u"ms"_s, u"16 ms"_s);
+
+    double worstDetails = 0;
+    for (int i = 0; i < 20; ++i) {
+        worstDetails = std::max(worstDetails, millis([&] {
+                                    QKeyEvent press(QEvent::KeyPress, Qt::Key_Right, Qt::NoModifier);
+                                    QCoreApplication::sendEvent(grid, &press);
+                                    frame(*window);
+                                }));
+    }
+    report(u"details pane follows a new current item, slowest of twenty"_s, worstDetails, u"ms"_s, u"16 ms"_s);
+
+    QList<qint64> thousand;
+    for (int row = 0; row < 1000 && row < grid->model()->rowCount(); ++row)
+        thousand.append(grid->model()->index(row, 0).data(PlanModel::IdRole).toLongLong());
+    const double moveTo = millis([&] {
+        state.review().setDestination(thousand, u"Archive/2023"_s);
+        frame(*window);
+    });
+    report(u"\"Move to\u2026\" chosen for 1,000 selected items, until repainted"_s, moveTo, u"ms"_s, u"50 ms"_s);
 
     window->showTab(3);
     frame(*window);

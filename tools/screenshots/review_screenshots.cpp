@@ -2,12 +2,19 @@
 // pictures) to PNG files for the README and for checking the look by eye. Not a test:
 // `make screenshots`.
 #include "controller/app_state.h"
+#include "controller/plan_model.h"
+#include "controller/plan_review.h"
 #include "model/store.h"
 #include "screenshots.h"
 #include "support/file_factory.h"
 #include "support/plan_factory.h"
 #include "support/temp_home.h"
+#include "ui/review/destination_choices.h"
+#include "ui/review/move_to_menu.h"
+#include "ui/review/needs_page.h"
 #include "ui/review/organize_page.h"
+#include "ui/review/plan_list_view.h"
+#include "ui/review/rename_page.h"
 #include "ui/review/review_window.h"
 #include "ui/theme/theme.h"
 #include "ui/theme/window_fit.h"
@@ -69,7 +76,8 @@ QList<PlanItem> samplePlan(const QString& home)
     };
     const QStringList places {u"Lisbon"_s, u"Harbour"_s, u"Garden"_s, u"Birthday"_s, u"Hike"_s, u"Market"_s};
     for (int i = 0; i < 48; ++i) {
-        const QString name = i % 5 == 0
+        const QString name = i % 7 == 3 ? u"Screenshot 2026-03-0%1 at 17.07.%2.png"_s.arg(i % 9 + 1).arg(10 + i)
+            : i % 5 == 0
             ? u"IMG_2026031%1_%2_very_long_camera_file_name_from_the_phone_backup.jpg"_s.arg(i % 10).arg(1000 + i)
             : u"%1 %2.jpg"_s.arg(places[i % places.size()]).arg(i + 1);
         PlanItem& item = add(name, Category::user, u"Photos/2026"_s);
@@ -103,6 +111,7 @@ QList<PlanItem> samplePlan(const QString& home)
         PlanItem& item = add(
             u"report final (%1).pdf"_s.arg(i + 1), Category::duplicate, u"Brindlow Review/Duplicates - Review First"_s);
         item.size = 1'200'000;
+        item.keptCopy = home + u"/Documents/Reports/report final.pdf"_s;
     }
     for (int i = 0; i < 14; ++i) {
         PlanItem& item = add(i < 6 ? u"penwick-draft-%1.docx"_s.arg(i + 1) : u"untitled scan %1.pdf"_s.arg(i),
@@ -135,9 +144,60 @@ int main(int argc, char* argv[])
     window.show();
     bool ok = true;
     const QStringList names {u"review-organize"_s, u"review-rename"_s, u"review-junk"_s, u"review-needs"_s};
-    for (int tab = 0; tab < names.size(); ++tab) {
-        window.showTab(tab);
-        ok &= save(window, folder, names[tab]);
+    // The details pane over the first file of each tab, at the window's own size and at the
+    // size of a small laptop screen.
+    for (const QSize size : {ReviewWindow::kDefaultSize, QSize(1280, 720)}) {
+        window.resize(size);
+        const QString suffix = size == ReviewWindow::kDefaultSize ? QString() : u"-1280x720"_s;
+        for (int tab = 0; tab < names.size(); ++tab) {
+            window.showTab(tab);
+            QCoreApplication::processEvents();
+            if (tab == 0)
+                window.organizePage()->grid()->setCurrentIndex(window.organizePage()->grid()->model()->index(1, 0));
+            if (tab == 1)
+                window.renamePage()->list()->setCurrentIndex(window.renamePage()->list()->model()->index(0, 0));
+            ok &= save(window, folder, names[tab] + suffix);
+        }
     }
+    window.resize(ReviewWindow::kDefaultSize);
+
+    // A choice just made on Needs You: the row stays, with where it goes and Undo.
+    window.showTab(3);
+    NeedsPage* needs = window.needsPage();
+    const QModelIndex first = needs->list()->model()->index(0, 0);
+    needs->send({first.data(PlanModel::IdRole).toLongLong()}, u"Archive"_s);
+    ok &= save(window, folder, u"review-needs-undo"_s);
+
+    // A name typed in place on the rename tab.
+    window.showTab(1);
+    PlanListView* renames = window.renamePage()->list();
+    renames->setCurrentIndex(renames->model()->index(0, 0));
+    renames->edit(renames->currentIndex());
+    ok &= save(window, folder, u"review-rename-editing"_s);
+
+    // A duplicate in hand: which copy stays, and "Keep this one instead".
+    window.showTab(2);
+    const qint64 duplicate = state.review().plan().at(state.review().plan().size() - 15).id;
+    for (PlanListView* list : window.findChildren<PlanListView*>()) {
+        for (int row = 0; row < list->model()->rowCount(); ++row) {
+            if (list->model()->index(row, 0).data(PlanModel::IdRole).toLongLong() == duplicate)
+                list->setCurrentIndex(list->model()->index(row, 0));
+        }
+    }
+    ok &= save(window, folder, u"review-junk-duplicate"_s);
+
+    // The details pane hidden (Ctrl+I), and "Move to…" open over the grid.
+    window.showTab(0);
+    window.setDetailsShown(false);
+    ok &= save(window, folder, u"review-organize-no-details"_s);
+    window.setDetailsShown(true);
+    DestinationChoices* choices = window.choices();
+    while (choices->isListing())
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    MoveToMenu menu(*choices, {}, &window);
+    menu.popup(window.mapToGlobal(QPoint(400, 200)));
+    QCoreApplication::processEvents();
+    ok &= menu.grab().save(folder + u"/review-move-to.png"_s);
+    menu.close();
     return ok ? 0 : 1;
 }

@@ -38,6 +38,8 @@ OrganizePage::OrganizePage(PlanReview& review, PlanModel& plan, ThumbCache& thum
         thumbs, [this](const QString& path, const QModelIndex& index) { want(path, index); }, m_grid));
     m_grid->setModel(m_model);
     m_grid->verticalScrollBar()->setSingleStep(40);
+    // The tiles wrap to the width; a sideways bar would only flicker in while columns settle.
+    m_grid->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_grid->viewport()->installEventFilter(this);
 
     auto* layout = new QVBoxLayout(this);
