@@ -30,6 +30,7 @@
 #include <QFileDialog>
 #include <QMenu>
 #include <QMutex>
+#include <QPlainTextEdit>
 #include <QSemaphore>
 #include <QSignalSpy>
 #include <QTabBar>
@@ -667,6 +668,41 @@ private Q_SLOTS:
         QVERIFY(destinations->selectedItems().isEmpty());
         clickTab(f.window->tabs(), u"Organize"_s);
         QCOMPARE(destinations->selectedItems().value(0), destinations->topLevelItem(1));
+
+        // The chosen group emptied from another tab: the grid shows everything, the tab stays.
+        clickRow(destinations, 2);
+        QCOMPARE(f.window->organizePage()->group(), std::optional<QString>(u"Work"_s));
+        clickTab(f.window->tabs(), u"Needs You"_s);
+        f.state->review().setDestination(61, u"Archive"_s);
+        QCOMPARE(f.window->tabs()->currentIndex(), 3);
+        QCOMPARE(f.window->organizePage()->group(), std::nullopt);
+    }
+
+    // The preview reads a text file's start, plays sound in the desktop's player, and offers
+    // Open and Show in folder for every file.
+    void previewShowsTextAndPlay()
+    {
+        Fixture f;
+        f.add(u"notes.txt"_s, Category::personal, u"Personal"_s);
+        f.add(u"song.mp3"_s, Category::personal, u"Personal"_s, FileKind::audio);
+        FileFactory::write(f.home.path() + u"/Downloads/notes.txt"_s, "Buy bread\nCall Ines\n");
+        f.open();
+        PlanListView* grid = f.window->organizePage()->grid();
+        grid->setFocus();
+        for (const int row : {0, 1}) {
+            grid->setCurrentIndex(grid->model()->index(row, 0));
+            QTest::keyClick(grid, Qt::Key_Return);
+            auto* preview = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+            QVERIFY(preview);
+            QVERIFY(control(*preview, u"Open"_s) && control(*preview, u"Show in folder"_s));
+            QCOMPARE(control(*preview, u"Play"_s) != nullptr, row == 1);
+            if (row == 0) {
+                auto* text = preview->findChild<QPlainTextEdit*>();
+                QTRY_VERIFY(text->isVisible());
+                QCOMPARE(text->toPlainText(), u"Buy bread\nCall Ines\n"_s);
+            }
+            QTest::keyClick(preview, Qt::Key_Escape);
+        }
     }
 
     // On a 1280 x 720 screen every control is inside the window, down to 1280 x 680, on every tab,

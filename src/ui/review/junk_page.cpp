@@ -40,7 +40,7 @@ JunkPage::JunkPage(PlanReview& review, PlanModel& plan, QWidget* parent)
     layout->addWidget(header);
     layout->addWidget(scroll, 1);
 
-    // Edits never move an item in or out of junk, so only a new plan changes the groups.
+    // Only a new plan changes the groups; an item sent elsewhere just leaves its group's list.
     connect(&plan, &QAbstractItemModel::modelReset, this, &JunkPage::rebuild);
     rebuild();
 }

@@ -182,7 +182,7 @@ void ReviewSidebar::rebuild()
         m_rows->addTopLevelItem(rowFor(*m_selected, 0, m_selected));
     } else if (!stillThere) {
         m_selected.reset();
-        Q_EMIT groupChosen(m_selected);
+        Q_EMIT groupDropped();
     }
     select(m_selected);
 }

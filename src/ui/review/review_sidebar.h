@@ -28,6 +28,8 @@ public:
 
 Q_SIGNALS:
     void groupChosen(const std::optional<QString>& group);
+    // The chosen group is gone (its last file was sent elsewhere): everything is shown again.
+    void groupDropped();
 
 private:
     void rebuild();

@@ -205,6 +205,8 @@ void ReviewWindow::connectPages(ReviewFooter* footer)
         m_organize->setGroup(group);
         m_tabs->setCurrentIndex(0);
     });
+    // A group emptied by an edit on another tab changes the grid, never the tab in front.
+    connect(m_sidebar, &ReviewSidebar::groupDropped, this, [this] { m_organize->setGroup(std::nullopt); });
     connect(m_filter, &QLineEdit::textChanged, this, [this](const QString& text) {
         m_sidebar->setNameFilter(text);
         m_organize->setNameFilter(text);

@@ -87,8 +87,15 @@ QStringList TileDelegate::twoLines(const QString& text, const QFontMetrics& metr
         return {text};
     // The longest start that fits, broken after a space, dash or underscore when one is near.
     int fits = 1;
-    while (fits < text.size() && metrics.horizontalAdvance(text.left(fits + 1)) <= width)
-        ++fits;
+    for (int low = 1, high = int(text.size()); low <= high;) {
+        const int middle = (low + high) / 2;
+        if (metrics.horizontalAdvance(text.left(middle)) <= width) {
+            fits = middle;
+            low = middle + 1;
+        } else {
+            high = middle - 1;
+        }
+    }
     int cut = fits;
     for (int i = fits; i > fits / 2; --i) {
         const QChar c = text.at(i - 1);
