@@ -22,6 +22,7 @@
 #include <QApplication>
 #include <QDeadlineTimer>
 #include <QDir>
+#include <QFile>
 #include <QPainter>
 #include <QTabBar>
 #include <QThread>
@@ -136,7 +137,14 @@ int main(int argc, char* argv[])
     Store::saveProfile(profile);
     for (const QString& made : {u"Documents/Taxes"_s, u"Documents/Recipes"_s, u"Documents/Car"_s})
         QDir(home.path()).mkpath(made);
-    Store::savePlan(samplePlan(home.path()));
+    const QList<PlanItem> plan = samplePlan(home.path());
+    // A fixed day on every file, so the pictures do not change with the day they are drawn.
+    for (const PlanItem& item : plan) {
+        QFile file(item.src.toLocalFile());
+        if (file.open(QIODevice::ReadWrite))
+            file.setFileTime(QDateTime(QDate(2026, 3, 4), QTime(17, 7)), QFileDevice::FileModificationTime);
+    }
+    Store::savePlan(plan);
 
     AppState state;
     state.init();
@@ -156,6 +164,8 @@ int main(int argc, char* argv[])
                 window.organizePage()->grid()->setCurrentIndex(window.organizePage()->grid()->model()->index(1, 0));
             if (tab == 1)
                 window.renamePage()->list()->setCurrentIndex(window.renamePage()->list()->model()->index(0, 0));
+            if (tab == 3)
+                window.needsPage()->list()->setCurrentIndex(window.needsPage()->list()->model()->index(0, 0));
             ok &= save(window, folder, names[tab] + suffix);
         }
     }

@@ -208,7 +208,8 @@ void DetailsPane::refresh()
         const QString shown = item.newName && item.renameApproved ? *item.newName : name;
         m_newName->setName(shown, QFileInfo(name).suffix());
     }
-    setValue(m_reason, PlanModel::reasonOf(item));
+    // A duplicate's kept copy has a line of its own below.
+    setValue(m_reason, item.category == Category::duplicate ? item.reason : PlanModel::reasonOf(item));
     setValue(m_confidence, item.confidence.text());
     setValue(m_size, Numbers::size(item.size));
     setValue(m_date, tr("Looking\u2026"));

@@ -1,5 +1,6 @@
 #include "rename_page.h"
 
+#include "controller/thumb_cache.h"
 #include "plan_list_view.h"
 #include "review_filter_model.h"
 #include "review_header.h"
@@ -9,8 +10,9 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-RenamePage::RenamePage(PlanReview& review, PlanModel& plan, QWidget* parent)
+RenamePage::RenamePage(PlanReview& review, PlanModel& plan, ThumbCache& thumbs, QWidget* parent)
     : QWidget(parent)
+    , m_thumbs(thumbs)
     , m_model(new ReviewFilterModel(&plan, PlanTab::rename, this))
     , m_list(new PlanListView(review, PlanListView::Toggles::rename, this))
 {
@@ -19,7 +21,18 @@ RenamePage::RenamePage(PlanReview& review, PlanModel& plan, QWidget* parent)
     m_list->setObjectName(u"renameList"_s);
     m_list->setAccessibleName(tr("Proposed names"));
     m_list->setFrameShape(QFrame::NoFrame);
-    m_list->setItemDelegate(new RowDelegate(RowDelegate::Kind::rename, m_list));
+    auto* delegate = new RowDelegate(RowDelegate::Kind::rename, m_list);
+    delegate->setThumbnails(&thumbs, [this](const QString& path) {
+        if (!m_asked.contains(path)) {
+            m_asked.insert(path);
+            m_thumbs.request(path);
+        }
+    });
+    m_list->setItemDelegate(delegate);
+    connect(&thumbs, &ThumbCache::ready, this, [this](const QString& path) {
+        if (m_asked.remove(path))
+            m_list->viewport()->update();
+    });
     m_list->setModel(m_model);
     // The new name is typed in place: a double click, or F2 on the current row.
     m_list->setEditTriggers(QAbstractItemView::DoubleClicked | QAbstractItemView::EditKeyPressed);

@@ -190,7 +190,7 @@ void ReviewWindow::buildNavigation(QWidget* content)
 void ReviewWindow::buildPages(QWidget* content)
 {
     m_organize = new OrganizePage(m_parts.review, *m_plan, *m_thumbs, content);
-    m_rename = new RenamePage(m_parts.review, *m_plan, content);
+    m_rename = new RenamePage(m_parts.review, *m_plan, *m_thumbs, content);
     m_junk = new JunkPage(m_parts.review, *m_plan, content);
     m_needs = new NeedsPage(m_parts.review, m_parts.preferences, *m_plan, *m_choices, content);
     m_pages = new QStackedWidget(content);

@@ -2,6 +2,7 @@
 
 #include "common/numbers.h"
 #include "controller/plan_model.h"
+#include "controller/thumb_cache.h"
 #include "model/file_kind.h"
 #include "model/home_tree.h"
 #include "name_editor.h"
@@ -21,6 +22,7 @@ namespace {
 constexpr int kRowHeight = 36;
 constexpr int kRenameRowHeight = 46;
 constexpr int kUndoWidth = 64;
+constexpr int kThumbSide = 42;
 constexpr int kNeedsRowHeight = 50;
 constexpr int kChoiceWidth = 230;
 
@@ -153,7 +155,7 @@ QRect RowDelegate::undoRect(const QRect& row)
 
 QRect RowDelegate::newNameRect(const QRect& row)
 {
-    const int left = checkRect(row).right() + 12;
+    const int left = checkRect(row).right() + 12 + kThumbSide + 10;
     const int width = row.right() - 12 - left;
     const int half = (width - 40) / 2;
     return {left + half + 36, row.center().y() - 15, half + 4, 30};
@@ -187,6 +189,27 @@ QSize RowDelegate::sizeHint(const QStyleOptionViewItem&, const QModelIndex&) con
             break;
     }
     return {400, kRowHeight};
+}
+
+void RowDelegate::setThumbnails(ThumbCache* thumbs, std::function<void(const QString& path)> missing)
+{
+    m_thumbs = thumbs;
+    m_missing = std::move(missing);
+}
+
+void RowDelegate::paintThumbnail(QPainter* painter, const QRect& box, const QModelIndex& index) const
+{
+    const QString path = index.data(PlanModel::PathRole).toString();
+    const std::optional<QImage> image = m_thumbs->cached(path);
+    if (!image && m_missing)
+        m_missing(path);
+    painter->setPen(Qt::NoPen);
+    painter->setBrush(Theme::sand);
+    painter->drawRoundedRect(QRectF(box), 4, 4);
+    if (!image || image->isNull())
+        return;
+    const QSize fitted = image->size().scaled(box.size(), Qt::KeepAspectRatio);
+    painter->drawImage(QRect(box.center() - QPoint(fitted.width() / 2, fitted.height() / 2), fitted), *image);
 }
 
 void RowDelegate::setUndoable(std::function<bool(const QModelIndex&)> undoable)
@@ -259,6 +282,10 @@ void RowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, c
             = index.data(m_kind == Kind::rename ? PlanModel::RenameApprovedRole : PlanModel::ApprovedRole).toBool();
         drawCheckBox(painter, checkRect(row), on);
         left = checkRect(row).right() + 12;
+    }
+    if (m_kind == Kind::rename && m_thumbs) {
+        paintThumbnail(painter, QRect(left, row.center().y() - 16, kThumbSide, 32), index);
+        left += kThumbSide + 10;
     }
     const int right = m_kind == Kind::needs ? undoRect(row).left() - 8 : row.right() - 12;
     QRect text(left, row.top(), right - left, row.height());

@@ -2,6 +2,8 @@
 
 #include <QAbstractItemDelegate>
 
+class ThumbCache;
+
 #include <functional>
 
 // Paints one row of the rename, junk or needs lists: a check box and the file's name over its
@@ -31,6 +33,8 @@ public:
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+    // Rename rows show the file's picture, asking `missing` for those not made yet.
+    void setThumbnails(ThumbCache* thumbs, std::function<void(const QString& path)> missing);
     // Which needs rows offer "Undo".
     void setUndoable(std::function<bool(const QModelIndex&)> undoable);
 
@@ -44,6 +48,10 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void paintThumbnail(QPainter* painter, const QRect& box, const QModelIndex& index) const;
+
     Kind m_kind;
     std::function<bool(const QModelIndex&)> m_undoable;
+    ThumbCache* m_thumbs = nullptr;
+    std::function<void(const QString& path)> m_missing;
 };
