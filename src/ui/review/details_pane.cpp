@@ -85,11 +85,35 @@ DetailsPane::DetailsPane(PlanReview& review, Preferences& preferences, ThumbCach
     m_name->setFont(bold);
     m_keepInstead->setAccessibleName(m_keepInstead->text());
     m_moveTo->setAccessibleName(tr("Move to"));
-    auto* open = new SecondaryButton(tr("Open"), m_body, 30);
-    open->setAccessibleName(open->text());
-    auto* show = new SecondaryButton(tr("Show in folder"), m_body, 30);
-    show->setAccessibleName(show->text());
+    buildLayout();
+    connectParts();
+    refresh();
+}
 
+QWidget* DetailsPane::buildActions()
+{
+    auto* actions = new QWidget(m_body);
+    auto* open = new SecondaryButton(tr("Open"), actions, 30);
+    open->setAccessibleName(open->text());
+    auto* show = new SecondaryButton(tr("Show in folder"), actions, 30);
+    show->setAccessibleName(show->text());
+    const auto path = [this] {
+        const int row = m_review.rowOf(m_id);
+        return row < 0 ? QString() : m_review.plan().at(row).src.toLocalFile();
+    };
+    connect(open, &QPushButton::clicked, this, [path] { FileOpener::open(path()); });
+    connect(show, &QPushButton::clicked, this, [path] { FileOpener::showInFolder(path()); });
+    auto* row = new QHBoxLayout(actions);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->setSpacing(6);
+    row->addWidget(open);
+    row->addWidget(show);
+    row->addStretch(1);
+    return actions;
+}
+
+void DetailsPane::buildLayout()
+{
     auto* form = new QFormLayout;
     m_form = form;
     form->setRowWrapPolicy(QFormLayout::WrapAllRows);
@@ -102,11 +126,6 @@ DetailsPane::DetailsPane(PlanReview& review, Preferences& preferences, ThumbCach
     form->addRow(tr("Confidence"), m_confidence);
     form->addRow(tr("Size"), m_size);
     form->addRow(tr("Date"), m_date);
-    auto* actions = new QHBoxLayout;
-    actions->setSpacing(6);
-    actions->addWidget(open);
-    actions->addWidget(show);
-    actions->addStretch(1);
     auto* body = new QVBoxLayout(m_body);
     body->setContentsMargins(16, 16, 16, 16);
     body->setSpacing(10);
@@ -116,7 +135,7 @@ DetailsPane::DetailsPane(PlanReview& review, Preferences& preferences, ThumbCach
     body->addWidget(m_duplicate);
     body->addWidget(m_keepInstead, 0, Qt::AlignLeft);
     body->addWidget(m_moveTo, 0, Qt::AlignLeft);
-    body->addLayout(actions);
+    body->addWidget(buildActions());
     body->addStretch(1);
 
     // A small screen still reaches every control.
@@ -130,24 +149,21 @@ DetailsPane::DetailsPane(PlanReview& review, Preferences& preferences, ThumbCach
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_empty, 1);
     layout->addWidget(scroll, 1);
+}
 
+void DetailsPane::connectParts()
+{
     connect(m_newName, &NameEditor::submitted, this, [this](const QString& stem) { m_review.setNewName(m_id, stem); });
     connect(m_keepInstead, &QPushButton::clicked, this, &DetailsPane::keepInstead);
     connect(m_moveTo, &QPushButton::clicked, this, [this] {
         Q_EMIT moveRequested({m_id}, m_moveTo->mapToGlobal(m_moveTo->rect().bottomLeft()));
     });
-    const auto path = [this] {
-        const int row = m_review.rowOf(m_id);
-        return row < 0 ? QString() : m_review.plan().at(row).src.toLocalFile();
-    };
-    connect(open, &QPushButton::clicked, this, [path] { FileOpener::open(path()); });
-    connect(show, &QPushButton::clicked, this, [path] { FileOpener::showInFolder(path()); });
-    connect(&review, &PlanReview::planReset, this, &DetailsPane::refresh);
-    connect(&review, &PlanReview::planItemsChanged, this, [this](const QList<int>& rows) {
+    connect(&m_review, &PlanReview::planReset, this, &DetailsPane::refresh);
+    connect(&m_review, &PlanReview::planItemsChanged, this, [this](const QList<int>& rows) {
         if (rows.contains(m_review.rowOf(m_id)))
             refresh();
     });
-    connect(&thumbs, &ThumbCache::ready, this, [this](const QString& path, const QImage& image) {
+    connect(&m_thumbs, &ThumbCache::ready, this, [this](const QString& path, const QImage& image) {
         if (path == m_picturePath && !image.isNull())
             m_picture->setPixmap(QPixmap::fromImage(image.scaled(kPicture, Qt::KeepAspectRatio)));
     });
@@ -156,7 +172,6 @@ DetailsPane::DetailsPane(PlanReview& review, Preferences& preferences, ThumbCach
         if (id == m_id)
             setValue(m_date, when.isValid() ? QLocale().toString(when, QLocale::ShortFormat) : tr("Unknown"));
     });
-    refresh();
 }
 
 void DetailsPane::showItem(qint64 id)

@@ -34,6 +34,9 @@ Q_SIGNALS:
     void moveRequested(const QList<qint64>& ids, const QPoint& globalPos);
 
 private:
+    void buildLayout();
+    QWidget* buildActions();
+    void connectParts();
     void refresh();
     void showPicture(const PlanItem& item);
     void showDuplicate(const PlanItem& item);
