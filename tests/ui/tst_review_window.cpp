@@ -536,6 +536,14 @@ private Q_SLOTS:
         clickItem(list, 0, [](const QRect& row) { return RowDelegate::undoRect(row).center(); });
         QCOMPARE(f.item(1).category, Category::needsYou);
         QCOMPARE(f.item(1).destFolder, needs);
+        // The same from the keyboard: M, a choice, Ctrl+Z.
+        list->setFocus();
+        list->setCurrentIndex(list->model()->index(2, 0));
+        answerMenu(u"Archive"_s);
+        QTest::keyClick(list, Qt::Key_M);
+        QCOMPARE(f.item(3).destFolder, u"Archive"_s);
+        QTest::keyClick(list, Qt::Key_Z, Qt::ControlModifier);
+        QCOMPARE(f.item(3).destFolder, needs);
 
         click(control(*page, u"Leave all where they are"_s));
         QVERIFY(!f.item(1).approved && !f.item(2).approved && !f.item(3).approved);

@@ -95,6 +95,12 @@ NeedsPage::NeedsPage(
             chooseDestination();
     });
     connect(m_list, &PlanListView::moveRequested, this, &NeedsPage::moveItems);
+    // The keyboard's way to the Undo drawn in a row.
+    connect(m_list, &PlanListView::undoRequested, this, [this] {
+        QList<qint64> ids = m_list->chosenIds();
+        ids.removeIf([this](qint64 id) { return !isUndoable(id); });
+        undo(ids.isEmpty() ? m_before.keys() : ids);
+    });
     connect(m_list,
             &PlanListView::contextMenuAt,
             this,

@@ -65,6 +65,11 @@ void PlanListView::flip(const QList<qint64>& ids, bool on)
 
 void PlanListView::keyPressEvent(QKeyEvent* event)
 {
+    if (event->matches(QKeySequence::Undo)) {
+        Q_EMIT undoRequested();
+        event->accept();
+        return;
+    }
     switch (event->key()) {
         case Qt::Key_Space:
             if (event->modifiers() == Qt::NoModifier) {

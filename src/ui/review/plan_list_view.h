@@ -37,6 +37,8 @@ Q_SIGNALS:
     void openRequested(const QModelIndex& index);
     void clickedAt(const QModelIndex& index, const QPoint& pos);
     void moveRequested(const QList<qint64>& ids, const QPoint& globalPos);
+    // Ctrl+Z: take back what was just chosen for the chosen items.
+    void undoRequested();
     void contextMenuAt(const QModelIndex& index, const QList<qint64>& ids, const QPoint& globalPos);
 
 protected:

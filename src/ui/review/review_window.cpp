@@ -106,7 +106,12 @@ QLineEdit:focus { border: 1px solid %8; }
     updateEmptyState();
 }
 
-ReviewWindow::~ReviewWindow() = default;
+ReviewWindow::~ReviewWindow()
+{
+    // The pages go first: their lists report a last change of item as they go, to handlers that
+    // use this window's members.
+    delete m_whole;
+}
 
 QWidget* ReviewWindow::buildContent()
 {
