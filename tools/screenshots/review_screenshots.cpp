@@ -50,10 +50,15 @@ void photo(const QString& path, int hue)
     image.save(path, "JPEG", 80);
 }
 
-bool save(ReviewWindow& window, const QString& folder, const QString& name)
+// `wanted`: the size the window asks for; none keeps the size it has (the smallest it allows).
+bool save(ReviewWindow& window,
+          const QString& folder,
+          const QString& name,
+          std::optional<QSize> wanted = ReviewWindow::kDefaultSize)
 {
     // As a 1280 x 720 laptop with a desktop panel shows it, not at its full size.
-    WindowFit::fit(&window, ReviewWindow::kDefaultSize, QRect(0, 28, 1280, 692));
+    if (wanted)
+        WindowFit::fit(&window, *wanted, QRect(0, 28, 1280, 692));
     QCoreApplication::processEvents();
     // Thumbnails come from worker threads; the picture should show them, not their placeholders.
     const QDeadlineTimer deadline(15000);
@@ -154,9 +159,10 @@ int main(int argc, char* argv[])
     const QStringList names {u"review-organize"_s, u"review-rename"_s, u"review-junk"_s, u"review-needs"_s};
     // The details pane over the first file of each tab, at the window's own size and at the
     // size of a small laptop screen.
-    for (const QSize size : {ReviewWindow::kDefaultSize, QSize(1280, 720)}) {
+    for (const QSize size : {ReviewWindow::kDefaultSize, QSize(1280, 680)}) {
         window.resize(size);
-        const QString suffix = size == ReviewWindow::kDefaultSize ? QString() : u"-1280x720"_s;
+        const bool smallest = size != ReviewWindow::kDefaultSize;
+        const QString suffix = smallest ? u"-1280x680"_s : QString();
         for (int tab = 0; tab < names.size(); ++tab) {
             window.showTab(tab);
             QCoreApplication::processEvents();
@@ -166,7 +172,7 @@ int main(int argc, char* argv[])
                 window.renamePage()->list()->setCurrentIndex(window.renamePage()->list()->model()->index(0, 0));
             if (tab == 3)
                 window.needsPage()->list()->setCurrentIndex(window.needsPage()->list()->model()->index(0, 0));
-            ok &= save(window, folder, names[tab] + suffix);
+            ok &= save(window, folder, names[tab] + suffix, smallest ? std::nullopt : std::optional(size));
         }
     }
     window.resize(ReviewWindow::kDefaultSize);
