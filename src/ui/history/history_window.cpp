@@ -2,7 +2,7 @@
 
 #include "controller/history.h"
 #include "history_files_model.h"
-#include "platform/desktop_open.h"
+#include "platform/file_opener.h"
 #include "ui/settings/texts.h"
 #include "ui/theme/primary_button.h"
 #include "ui/theme/secondary_button.h"
@@ -33,8 +33,8 @@ QString keyOf(const PastApply& apply)
 HistoryWindow::HistoryWindow(History& history, QWidget* parent)
     : QWidget(parent)
     , m_history(history)
-    , m_openFile([](const QString& path) { DesktopOpen::open(path); })
-    , m_openFolder([](const QString& path) { DesktopOpen::showFolder(path); })
+    , m_openFile([](const QString& path) { FileOpener::open(path); })
+    , m_openFolder([](const QString& path) { FileOpener::showInFolder(path); })
 {
     setWindowTitle(tr("Move history"));
     setAccessibleName(tr("Move history"));
