@@ -33,7 +33,8 @@ run: build
 screenshots: configure
 	@cmake --build $(BUILD_DIR) -j $(JOBS) --target panel_screenshots review_screenshots onboarding_screenshots recap_screenshots history_screenshots
 	@for n in panel review onboarding recap history; do \
-		QT_QPA_PLATFORM=offscreen $(BUILD_DIR)/tools/$${n}_screenshots docs/screenshots || exit 1; \
+		QT_QPA_PLATFORM=offscreen:configfile=$(CURDIR)/tools/screenshots/laptop-screen.json \
+			$(BUILD_DIR)/tools/$${n}_screenshots docs/screenshots || exit 1; \
 	done
 
 test: build

@@ -36,7 +36,7 @@ bool save(QWidget& window, const QString& folder, const QString& name)
     for (int i = 0; i < 3; ++i)
         QCoreApplication::processEvents();
     WindowFit::fitToContent(&window, QRect(0, 28, 1280, 692));
-    // The scroll bars follow the new size only once its layout has run.
+    // The scroll bars follow the new size once its layouts have run.
     QCoreApplication::processEvents();
     return window.grab().save(folder + u'/' + name + u".png"_s);
 }

@@ -65,6 +65,14 @@ SecondaryButton:focus { border: 2px solid %5; }
 QPushButton[flat="true"] { color: %9; background: transparent; border: none; padding: 2px 4px; }
 QPushButton[flat="true"]:hover { color: %2; }
 QPushButton[flat="true"]:focus { color: %2; text-decoration: underline; }
+QScrollBar:vertical { background: transparent; width: 11px; margin: 2px 2px 2px 1px; }
+QScrollBar:horizontal { background: transparent; height: 11px; margin: 1px 2px 2px 2px; }
+QScrollBar::handle { background: %7; border-radius: 4px; }
+QScrollBar::handle:vertical { min-height: 32px; }
+QScrollBar::handle:horizontal { min-width: 32px; }
+QScrollBar::handle:hover, QScrollBar::handle:pressed { background: %9; }
+QScrollBar::add-line, QScrollBar::sub-line { width: 0; height: 0; border: none; background: none; }
+QScrollBar::add-page, QScrollBar::sub-page { background: none; }
 )"_s.arg(c(ivory),
          c(charcoal),
          c(surface),
