@@ -14,6 +14,7 @@
 #include "refresh_progress.h"
 #include "schedule/notifier.h"
 #include "terminal.h"
+#include "understanding/server_check.h"
 #include "understanding/usage.h"
 #include "visible_text.h"
 
@@ -24,6 +25,7 @@
 #include <QJsonObject>
 #include <QRegularExpression>
 
+#include <functional>
 #include <variant>
 
 #include <unistd.h>
@@ -142,8 +144,10 @@ bool readyToRefresh(AppState& state, QTextStream& err)
         err << "Brindlow is not set up yet. Run 'brindlow-cli setup' first.\n";
         return false;
     }
-    if (state.preferences().apiKey().isEmpty()) {
-        err << "Your Claude API key is missing or damaged. Run 'brindlow-cli setup'.\n";
+    if (!state.preferences().readyToSort()) {
+        err << (state.preferences().profile().sortWith == SortWith::ownServer
+                    ? "Your model server's address or model is missing. Run 'brindlow-cli setup --server'.\n"
+                    : "Your Claude API key is missing or damaged. Run 'brindlow-cli setup'.\n");
         return false;
     }
     return true;
@@ -185,7 +189,10 @@ int refresh(AppState& state, TidyMode mode, bool replace, QTextStream& out, QTex
         }
         out << "Review with 'brindlow-cli plan', then 'brindlow-cli apply'.\n";
     }
-    out << Usage::costText(state.refresh().lastRunCost().value_or(0)) << '\n';
+    if (state.preferences().profile().sortWith == SortWith::ownServer)
+        out << "No charge\n";
+    else
+        out << Usage::costText(state.refresh().lastRunCost().value_or(0)) << '\n';
     return failed ? kFailed : kOk;
 }
 
@@ -230,8 +237,40 @@ struct SetupOptions
 {
     Profile profile;
     std::optional<QString> keyFile;
+    std::optional<QString> model;
     bool test = true;
 };
+
+// The options that choose what sorts: nothing when `arg` is none of them, else kOk or the exit
+// code of a wrong one once reported.
+std::optional<int> sortWithOption(const QString& arg,
+                                  const std::function<std::optional<QString>()>& value,
+                                  SetupOptions& options,
+                                  QTextStream& err)
+{
+    ModelServer& server = options.profile.server;
+    const std::pair<const char*, QString*> named[] = {
+        {"--server", &server.address},
+        {"--careful-model", &server.carefulModel},
+        {"--second-model", &server.secondModel},
+    };
+    for (const auto& [name, field] : named) {
+        if (arg != QLatin1StringView(name))
+            continue;
+        const std::optional<QString> given = value();
+        if (!given)
+            return usageError(err, arg + u" needs a value"_s);
+        *field = given->trimmed();
+        if (arg == u"--server")
+            options.profile.sortWith = SortWith::ownServer;
+        return kOk;
+    }
+    if (arg == u"--claude") {
+        options.profile.sortWith = SortWith::claude;
+        return kOk;
+    }
+    return std::nullopt;
+}
 
 // The stored profile with the options applied, or the exit code of a wrong option once reported.
 std::variant<SetupOptions, int> setupOptions(const QStringList& args, QTextStream& err)
@@ -256,10 +295,12 @@ std::variant<SetupOptions, int> setupOptions(const QStringList& args, QTextStrea
                 return usageError(err, u"--folders needs a comma-separated list"_s);
             options.profile.scanFolders = folders->split(u',', Qt::SkipEmptyParts);
         } else if (arg == u"--model") {
-            const std::optional<QString> model = value();
-            if (!model)
+            options.model = value();
+            if (!options.model)
                 return usageError(err, u"--model needs a value"_s);
-            options.profile.model = *model;
+        } else if (const std::optional<int> chosen = sortWithOption(arg, value, options, err)) {
+            if (*chosen != kOk)
+                return *chosen;
         } else if (arg == u"--no-rename") {
             options.profile.renameFiles = false;
         } else if (arg == u"--keep-installers") {
@@ -272,7 +313,57 @@ std::variant<SetupOptions, int> setupOptions(const QStringList& args, QTextStrea
             return usageError(err, u"unknown option '"_s + arg + u"' for setup"_s);
         }
     }
+    if (options.model && options.profile.sortWith == SortWith::ownServer)
+        options.profile.server.sortingModel = *options.model;
+    else if (options.model)
+        options.profile.model = *options.model;
     return options;
+}
+
+// Stores the profile and the key, waiting until they are on disk.
+int saveSetup(const Profile& profile, const QString& key, QTextStream& err)
+{
+    AppState state;
+    useTerminalNotices(state, err);
+    state.init();
+    if (profile.sortWith == SortWith::ownServer)
+        state.preferences().saveServerKey(key);
+    else
+        state.preferences().saveKey(key);
+    Profile onboarded = profile;
+    onboarded.onboarded = true;
+    state.preferences().setProfile(onboarded);
+    return saved(state, err);
+}
+
+// A server of one's own needs no key: one is read only from --key-file, never asked for.
+int setupServer(SetupOptions& options, QTextStream& out, QTextStream& err)
+{
+    ModelServer& server = options.profile.server;
+    if (server.sortingModel.isEmpty())
+        return usageError(err, u"--server needs --model NAME, the model to sort with"_s);
+    if (const std::optional<QString> problem = ModelServer::addressProblem(server.address)) {
+        err << "brindlow-cli: " << VisibleText::of(*problem) << '\n';
+        return kFailed;
+    }
+    const std::optional<QString> key = options.keyFile ? readKeyFile(*options.keyFile, err) : QString();
+    if (!key)
+        return kFailed;
+    if (options.test) {
+        const ServerCheck::Result check = ServerCheck::run(server, *key);
+        if (check.failure) {
+            err << VisibleText::of(*check.failure) << '\n';
+            return kFailed;
+        }
+        server.acceptsImages = check.acceptsImages;
+        if (check.acceptsImages == false)
+            out << "This model doesn't take images: pictures are described to it in words.\n";
+    }
+    if (saveSetup(options.profile, *key, err) != kOk)
+        return kFailed;
+    out << "Brindlow is set up to sort with your model server at " << VisibleText::of(server.displayName())
+        << ". Run 'brindlow-cli refresh' to sort your files.\n";
+    return kOk;
 }
 
 int setup(const QStringList& args, QTextStream& out, QTextStream& err)
@@ -281,6 +372,8 @@ int setup(const QStringList& args, QTextStream& out, QTextStream& err)
     if (const int* code = std::get_if<int>(&parsed))
         return *code;
     SetupOptions& options = std::get<SetupOptions>(parsed);
+    if (options.profile.sortWith == SortWith::ownServer)
+        return setupServer(options, out, err);
     const std::optional<QString> key = options.keyFile ? readKeyFile(*options.keyFile, err) : promptForKey(err);
     if (!key)
         return kFailed;
@@ -293,13 +386,7 @@ int setup(const QStringList& args, QTextStream& out, QTextStream& err)
             return kFailed;
         }
     }
-    AppState state;
-    useTerminalNotices(state, err);
-    state.init();
-    state.preferences().saveKey(*key);
-    options.profile.onboarded = true;
-    state.preferences().setProfile(options.profile);
-    if (saved(state, err) != kOk)
+    if (saveSetup(options.profile, *key, err) != kOk)
         return kFailed;
     out << "Brindlow is set up. Run 'brindlow-cli refresh' to sort your files.\n";
     return kOk;
@@ -316,6 +403,11 @@ int status(AppState& state, QTextStream& out)
     }
     static const char* const phases[] = {"idle", "refreshing", "waiting for review", "moving files", "done"};
     out << "Phase: " << phases[int(state.activity().phase())] << '\n';
+    if (profile.sortWith == SortWith::ownServer)
+        out << "Sorting with: your model server at " << VisibleText::of(profile.server.address) << " ("
+            << VisibleText::of(profile.sortingModel()) << ")\n";
+    else
+        out << "Sorting with: Claude (" << VisibleText::of(profile.model) << ")\n";
     out << state.preferences().lastRunText() << '\n';
     state.refresh().refreshNewFiles();
     waitFor(state.refresh(), &RefreshRun::newFilesChanged);
@@ -512,11 +604,13 @@ const QMap<QString, Command>& commands()
 {
     static const QMap<QString, Command> table {
         {u"setup"_s,
-         {u"[--key-file PATH] [--folders Desktop,Downloads,Documents] [--model ID] [--no-rename] "
-          u"[--keep-installers] [--sunday-reset] [--no-test]"_s,
+         {u"[--claude | --server URL [--careful-model NAME] [--second-model NAME]] [--key-file PATH] "
+          u"[--folders Desktop,Downloads,Documents] [--model NAME] [--no-rename] [--keep-installers] "
+          u"[--sunday-reset] [--no-test]"_s,
           u"Sets Brindlow up: stores your Claude API key (read from the file given with --key-file, or from "
           u"standard input without echo), checks it with one tiny request unless --no-test, and saves your "
-          u"preferences."_s,
+          u"preferences. With --server, Brindlow sorts with a model server of your own at URL using the model "
+          u"--model names; its key, when it needs one, is read from --key-file. --claude goes back to Claude."_s,
           Needs::nothing,
           [](const Call& call) { return setup(call.args, call.out, call.err); }}},
         {u"refresh"_s,

@@ -6,6 +6,7 @@
 #include "refresh_pipeline.h"
 #include "schedule/notifier.h"
 #include "store_writer.h"
+#include "understanding/server_check.h"
 
 #include <QDir>
 #include <QFutureWatcher>
@@ -43,12 +44,19 @@ QString Preferences::keyMissingText()
     return tr("Your Claude API key is missing or damaged. Add it again in Settings.");
 }
 
+QString Preferences::serverMissingText()
+{
+    return tr("Add your model server's address and model name in Settings.");
+}
+
 void Preferences::load(Notifier* notifier)
 {
     m_notifier = notifier;
     m_profile = Store::loadProfile(&m_rejectedHomeBase);
     const QString key = Store::loadKey().value_or(QString());
     m_apiKey = usableKey(key) ? key : QString();
+    const QString serverKey = Store::loadKey(Store::KeyFor::server).value_or(QString());
+    m_serverKey = usableKey(serverKey) ? serverKey : QString();
     if (m_profile.onboarded)
         setUpNotifications();
     Q_EMIT profileChanged();
@@ -151,6 +159,30 @@ void Preferences::saveKey(const QString& key)
     Q_EMIT apiKeyChanged();
 }
 
+QString Preferences::serverKey() const
+{
+    return m_serverKey;
+}
+
+void Preferences::saveServerKey(const QString& key)
+{
+    m_serverKey = key.trimmed();
+    m_writer.saveServerKey(m_serverKey);
+    Q_EMIT apiKeyChanged();
+}
+
+QString Preferences::keyInUse() const
+{
+    return m_profile.sortWith == SortWith::ownServer ? m_serverKey : m_apiKey;
+}
+
+bool Preferences::readyToSort() const
+{
+    if (m_profile.sortWith == SortWith::ownServer)
+        return !m_profile.server.address.isEmpty() && !m_profile.server.sortingModel.isEmpty();
+    return !m_apiKey.isEmpty();
+}
+
 bool Preferences::sundayReminderOn() const
 {
     return Notifier::reminderOn();
@@ -179,6 +211,23 @@ void Preferences::testConnection(const QString& typedKey)
             return failure->errorDescription();
         return std::nullopt;
     }));
+}
+
+void Preferences::testServer(const ModelServer& server, const QString& typedKey)
+{
+    const QString key = typedKey.trimmed();
+    const Clock* clock = &m_clock;
+    auto* watcher = new QFutureWatcher<ServerCheck::Result>(this);
+    connect(watcher, &QFutureWatcher<ServerCheck::Result>::finished, this, [this, watcher] {
+        const ServerCheck::Result result = watcher->result();
+        watcher->deleteLater();
+        const int images = result.acceptsImages ? int(*result.acceptsImages) : -1;
+        QString text = result.failure.value_or(tr("Connected."));
+        if (!result.failure && images == 0)
+            text = tr("Connected. This model doesn't take images, so pictures are described to it in words.");
+        Q_EMIT serverTested(!result.failure, text, result.models, images);
+    });
+    watcher->setFuture(QtConcurrent::run([server, key, clock] { return ServerCheck::run(server, key, clock); }));
 }
 
 QString Preferences::lastRunText() const

@@ -34,20 +34,34 @@ public:
     // Empty when the stored key is missing or damaged.
     QString apiKey() const;
     void saveKey(const QString& key);
+    // The key of the person's own model server; empty when it needs none.
+    QString serverKey() const;
+    void saveServerKey(const QString& key);
+    // The key a refresh sends: the server's when the person sorts with one, else Claude's.
+    QString keyInUse() const;
+    // Whether a refresh has what it needs to ask the model: Claude's key, or a server's address
+    // and sorting model.
+    bool readyToSort() const;
     bool sundayReminderOn() const;
     void setSundayReminderOn(bool on);
     // Proves a key with one tiny request in the background; the answer comes as connectionTested.
     void testConnection(const QString& key);
+    // Tries a server in the background: its models, the key, whether it takes images; the answer
+    // comes as serverTested.
+    void testServer(const ModelServer& server, const QString& key);
     // "Last refresh 2 days ago", or the welcome line before the first one.
     QString lastRunText() const;
 
     static QString keyMissingText();
+    static QString serverMissingText();
 
 Q_SIGNALS:
     void profileChanged();
     void apiKeyChanged();
     // "Connected." or the reason the key or the connection failed.
     void connectionTested(bool ok, const QString& text);
+    // `acceptsImages`: 1 yes, 0 no, -1 not learned.
+    void serverTested(bool ok, const QString& text, const QStringList& models, int acceptsImages);
 
 private:
     friend class AppState;
@@ -71,6 +85,7 @@ private:
     Notifier* m_notifier = nullptr;
     Profile m_profile;
     QString m_apiKey;
+    QString m_serverKey;
     std::optional<QString> m_rejectedHomeBase;
     quint64 m_generation = 0;
     // Changes made here that the stored profile may not hold yet, oldest first.

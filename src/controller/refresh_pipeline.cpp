@@ -60,7 +60,9 @@ Profile learnProjects(const Request& request, const QList<ScannedItem>& items, c
     Discovery::Options options;
     options.clock = request.clock;
     options.cancellation = request.cancellation;
-    const QList<Project> found = Discovery::run(items, current.projects, request.apiKey, kDiscoveryModel, options);
+    options.server = serverOf(current);
+    const QString model = options.server ? options.server->discoveryModel() : kDiscoveryModel;
+    const QList<Project> found = Discovery::run(items, current.projects, request.apiKey, model, options);
     QSet<QString> known;
     for (const Project& project : current.projects)
         known.insert(project.name.toLower());
@@ -148,10 +150,18 @@ ScanOptions scanOptions(const Profile& profile, TidyMode mode, const QString& ho
     return options;
 }
 
-std::optional<APIError>
-checkConnection(const QString& apiKey, const QString& model, const Clock* clock, const CancellationPtr& cancellation)
+std::optional<ModelServer> serverOf(const Profile& profile)
 {
-    ClaudeAPI ping(apiKey, model);
+    return profile.sortWith == SortWith::ownServer ? std::optional(profile.server) : std::nullopt;
+}
+
+std::optional<APIError> checkConnection(const QString& apiKey,
+                                        const QString& model,
+                                        const Clock* clock,
+                                        const CancellationPtr& cancellation,
+                                        const std::optional<ModelServer>& server)
+{
+    ClaudeAPI ping(apiKey, model, server);
     ping.setClock(clock);
     ping.setCancellation(cancellation);
     const ClaudeAPI::Result check
@@ -160,15 +170,17 @@ checkConnection(const QString& apiKey, const QString& model, const Clock* clock,
     if (!error)
         return std::nullopt;
     // An answer that is not the service's own (a sign-in page of a network, a proxy's notice)
-    // means Claude was not reached, whatever the parser makes of it.
-    return error->kind == APIError::Kind::parse ? APIError::of(APIError::Kind::transport) : *error;
+    // means Claude was not reached, whatever the parser makes of it. A server of one's own that
+    // answers a web page was reached, at the wrong address, and is told so.
+    return error->kind == APIError::Kind::parse && !server ? APIError::of(APIError::Kind::transport) : *error;
 }
 
 Outcome run(const Request& request, const Reports& reports)
 {
     Outcome outcome;
     if (std::optional<APIError> failure
-        = checkConnection(request.apiKey, request.profile.model, request.clock, request.cancellation)) {
+        = checkConnection(request.apiKey, request.profile.sortingModel(), request.clock, request.cancellation,
+                          serverOf(request.profile))) {
         outcome.cancelled = cancelled(request);
         outcome.failure = std::move(failure);
         outcome.connectionFailed = true;

@@ -23,7 +23,7 @@ namespace RefreshPipeline {
 struct Request
 {
     Profile profile;
-    QString apiKey;
+    QString apiKey; // Claude's, or the person's own server's (which may have none)
     TidyMode mode = TidyMode::quick;
     QString home;
     const Clock* clock = nullptr;
@@ -63,8 +63,14 @@ ScanOptions scanOptions(const Profile& profile, TidyMode mode, const QString& ho
 Outcome run(const Request& request, const Reports& reports);
 
 // One tiny request that proves the key and the connection; nothing when they work.
-std::optional<APIError>
-checkConnection(const QString& apiKey, const QString& model, const Clock* clock, const CancellationPtr& cancellation);
+std::optional<APIError> checkConnection(const QString& apiKey,
+                                        const QString& model,
+                                        const Clock* clock,
+                                        const CancellationPtr& cancellation,
+                                        const std::optional<ModelServer>& server = {});
+
+// The person's own server when they sort with one.
+std::optional<ModelServer> serverOf(const Profile& profile);
 
 constexpr int kMaxItems = 25000;
 

@@ -160,8 +160,9 @@ void RefreshRun::start(TidyMode mode)
         return;
     }
     // Without a key every request would be turned away with a puzzling sign-in error.
-    if (m_preferences.apiKey().isEmpty()) {
-        m_activity.setMessage(Preferences::keyMissingText());
+    if (!m_preferences.readyToSort()) {
+        m_activity.setMessage(profile.sortWith == SortWith::ownServer ? Preferences::serverMissingText()
+                                                                      : Preferences::keyMissingText());
         return;
     }
     if (!m_activity.acquireLock())
@@ -180,7 +181,8 @@ void RefreshRun::start(TidyMode mode)
 
     RefreshPipeline::Request request;
     request.profile = profile;
-    request.apiKey = m_preferences.apiKey();
+    request.apiKey = m_preferences.keyInUse();
+    m_sortedWith = profile.sortWith;
     request.mode = mode;
     request.home = QDir::homePath();
     request.clock = &m_clock;
@@ -218,7 +220,7 @@ void RefreshRun::finish(const RefreshPipeline::Outcome& result)
         finishFailed(result, before.has_value());
         return;
     }
-    m_lastRunCost = Usage::shared().endRun(result.classified, m_clock.now());
+    m_lastRunCost = closeUsage(result.classified);
     Q_EMIT lastRunCostChanged();
     if (result.capNotice)
         m_activity.setMessage(result.capNotice);
@@ -238,9 +240,17 @@ void RefreshRun::finish(const RefreshPipeline::Outcome& result)
     Q_EMIT finished();
 }
 
+std::optional<double> RefreshRun::closeUsage(int files)
+{
+    // A server of one's own costs nothing, and its runs are no part of what Claude cost.
+    if (m_sortedWith == SortWith::ownServer)
+        return std::nullopt;
+    return Usage::shared().endRun(files, m_clock.now());
+}
+
 void RefreshRun::finishStopped(const std::optional<QList<PlanItem>>& before)
 {
-    Usage::shared().endRun(0, m_clock.now());
+    closeUsage(0);
     if (before)
         m_review.show(*before);
     m_activity.setPhase(before ? Phase::review : Phase::idle);
@@ -251,7 +261,7 @@ void RefreshRun::finishStopped(const std::optional<QList<PlanItem>>& before)
 void RefreshRun::finishFailed(const RefreshPipeline::Outcome& result, bool planWaited)
 {
     if (!result.connectionFailed) {
-        m_lastRunCost = Usage::shared().endRun(0, m_clock.now());
+        m_lastRunCost = closeUsage(0);
         Q_EMIT lastRunCostChanged();
     }
     // A failed refresh still drops the plan that waited before it: it was started to replace

@@ -2,6 +2,7 @@
 
 #include "common/cancellation.h"
 #include "model/plan_item.h"
+#include "model/profile.h"
 #include "model/tidy_mode.h"
 
 #include <QDateTime>
@@ -70,6 +71,8 @@ Q_SIGNALS:
     void windowRequested(const QString& id);
 
 private:
+    // Records the run in the usage history; what it cost, or nothing when it was free.
+    std::optional<double> closeUsage(int files);
     friend class AppState;
 
     void setNotifier(Notifier* notifier);
@@ -90,6 +93,7 @@ private:
     int m_decided = 0;
     int m_total = 0;
     std::optional<double> m_lastRunCost;
+    SortWith m_sortedWith = SortWith::claude;
     bool m_everyRequestFailed = false;
     int m_newFiles = 0;
     // When the first decisions came in, and how many there were then: the pace is measured from

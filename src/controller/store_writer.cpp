@@ -49,7 +49,7 @@ void StoreWriter::PlanJob::add(const PlanJob& newer)
 
 bool StoreWriter::Work::hasChanges() const
 {
-    return plan || !lessons.isEmpty() || profile || key;
+    return plan || !lessons.isEmpty() || profile || key || serverKey;
 }
 
 bool StoreWriter::Work::isEmpty() const
@@ -72,6 +72,8 @@ void StoreWriter::Work::add(Work newer)
     }
     if (newer.key)
         key = std::move(newer.key);
+    if (newer.serverKey)
+        serverKey = std::move(newer.serverKey);
     check = check || newer.check;
 }
 
@@ -189,6 +191,11 @@ void StoreWriter::saveKey(const QString& key)
     hand([&](Work& work) { work.key = key; });
 }
 
+void StoreWriter::saveServerKey(const QString& key)
+{
+    hand([&](Work& work) { work.serverKey = key; });
+}
+
 void StoreWriter::checkForOutsideChange()
 {
     hand([](Work& work) { work.check = true; });
@@ -270,6 +277,8 @@ std::pair<StoreWriter::Work, Store::Failure> StoreWriter::write(Work work)
     };
     if (work.key && failedWith(Store::saveKey(*work.key)))
         failed.key = work.key;
+    if (work.serverKey && failedWith(Store::saveKey(*work.serverKey, Store::KeyFor::server)))
+        failed.serverKey = work.serverKey;
     if (work.profile && failedWith(writeProfile(*work.profile)))
         failed.profile = work.profile;
     if (!work.lessons.isEmpty() && failedWith(Store::addLessons(work.lessons)))

@@ -62,6 +62,7 @@ public:
     void addLessons(const QList<Lesson>& lessons);
     void changeProfile(const ProfileChange& change, quint64 generation);
     void saveKey(const QString& key);
+    void saveServerKey(const QString& key);
     // Reads the plan and the profile again when another process has written them since.
     void checkForOutsideChange();
     // Writes again, now, what could not be written before.
@@ -110,6 +111,7 @@ private:
         QList<Lesson> lessons;
         std::optional<ProfileJob> profile;
         std::optional<QString> key;
+        std::optional<QString> serverKey;
         bool check = false;
 
         bool hasChanges() const;

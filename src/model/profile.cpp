@@ -19,7 +19,41 @@ QString standardFolder(const QString& home, UserFolders::Folder folder, const QS
     return UserFolders::name(home, folder).value_or(english);
 }
 
+const std::pair<SortWith, QLatin1StringView> kSortWithNames[] = {
+    {SortWith::claude, "claude"_L1},
+    {SortWith::ownServer, "server"_L1},
+    {SortWith::noModel, "none"_L1},
+};
+
+QString sortWithName(SortWith sortWith)
+{
+    for (const auto& [value, name] : kSortWithNames) {
+        if (value == sortWith)
+            return name;
+    }
+    return u"claude"_s;
+}
+
+SortWith sortWithNamed(const QString& name)
+{
+    for (const auto& [value, known] : kSortWithNames) {
+        if (known == name)
+            return value;
+    }
+    return SortWith::claude;
+}
+
 } // namespace
+
+bool Profile::careful() const
+{
+    return model == kCarefulModel;
+}
+
+QString Profile::sortingModel() const
+{
+    return sortWith == SortWith::ownServer ? server.modelFor(careful()) : model;
+}
 
 Profile Profile::defaults(const QString& home)
 {
@@ -29,7 +63,7 @@ Profile Profile::defaults(const QString& home)
     profile.scanFolders = {standardFolder(home, UserFolders::Folder::desktop, u"Desktop"_s),
                            standardFolder(home, UserFolders::Folder::downloads, u"Downloads"_s),
                            documents};
-    profile.model = u"claude-haiku-5-5"_s;
+    profile.model = kFastModel.toString();
     return profile;
 }
 
@@ -65,7 +99,10 @@ QJsonObject Profile::toJson() const
         {"homeBase"_L1, homeBase},
         {"scanFolders"_L1, QJsonArray::fromStringList(scanFolders)},
         {"model"_L1, model},
+        {"sortWith"_L1, sortWithName(sortWith)},
     };
+    if (sortWith == SortWith::ownServer || !server.address.isEmpty())
+        object.insert("server"_L1, server.toJson());
     if (lastRun)
         object.insert("lastRun"_L1, IsoDate::format(*lastRun));
     return object;
@@ -94,6 +131,9 @@ std::optional<Profile> Profile::fromJson(const QJsonValue& value)
         profile.scanFolders.append(entry.toString());
     }
     profile.model = fields.text("model"_L1);
+    // Absent in a profile written before the choice existed: Claude, as it was.
+    profile.sortWith = sortWithNamed(value.toObject().value("sortWith"_L1).toString());
+    profile.server = ModelServer::fromJson(value.toObject().value("server"_L1)).value_or(ModelServer {});
     profile.lastRun = fields.optionalDate("lastRun"_L1);
     if (!fields.ok())
         return std::nullopt;

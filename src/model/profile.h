@@ -1,10 +1,18 @@
 #pragma once
 
+#include "model_server.h"
 #include "project.h"
 
 #include <QDateTime>
 #include <QList>
 #include <QStringList>
+
+// What sorts the person's files: Claude with their key, a model server of their own, or no model.
+enum class SortWith {
+    claude,
+    ownServer,
+    noModel,
+};
 
 // The person's settings and learned projects.
 struct Profile
@@ -17,6 +25,8 @@ struct Profile
     QString homeBase; // absolute path of the folder the organised tree is built under
     QStringList scanFolders;
     QString model;
+    SortWith sortWith = SortWith::claude;
+    ModelServer server;
     std::optional<QDateTime> lastRun;
 
     // The settings of a person who has set nothing yet, for the given home folder. When that is
@@ -30,6 +40,14 @@ struct Profile
     // is not a file. An empty, relative or foreign setting would send the person's files
     // somewhere they never chose.
     static bool isUsableHomeBase(const QString& path, const QString& home);
+
+    // Whether the chosen way of sorting is the careful one.
+    bool careful() const;
+    // The model the first pass asks, whichever way the person sorts.
+    QString sortingModel() const;
+
+    static constexpr QStringView kFastModel = u"claude-haiku-5-5";
+    static constexpr QStringView kCarefulModel = u"claude-sonnet-5-5";
 
     QJsonObject toJson() const;
     static std::optional<Profile> fromJson(const QJsonValue& value);

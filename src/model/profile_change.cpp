@@ -67,6 +67,8 @@ void ProfileChange::applyTo(Profile& profile) const
     take(&Profile::autoTidy);
     take(&Profile::homeBase);
     take(&Profile::model);
+    take(&Profile::sortWith);
+    take(&Profile::server);
     take(&Profile::lastRun);
     applyFolders(m_before.scanFolders, m_after.scanFolders, profile.scanFolders);
     applyProjects(m_before.projects, m_after.projects, profile.projects);

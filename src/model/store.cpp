@@ -104,12 +104,15 @@ ProcessLock lock()
     return ProcessLock::acquire(dir() + u"/plan.lock"_s);
 }
 
-Failure saveKey(const QString& key)
+namespace {
+
+QLatin1StringView keyMember(KeyFor which)
 {
-    return writeJson(u"config.json", QJsonDocument(QJsonObject {{"apiKey"_L1, key}}), QJsonDocument::Compact);
+    return which == KeyFor::server ? "serverKey"_L1 : "apiKey"_L1;
 }
 
-std::optional<QString> loadKey()
+// The key file's members; nothing when it is missing, damaged or larger than kMaxKeyFileBytes.
+std::optional<QJsonObject> readKeys()
 {
     // A key is some hundred bytes; a larger file is damaged, and its contents would otherwise
     // travel in every request's headers.
@@ -118,9 +121,27 @@ std::optional<QString> loadKey()
         return std::nullopt;
     const QJsonObject object = document->object();
     const bool allText = std::all_of(object.begin(), object.end(), [](const QJsonValue& v) { return v.isString(); });
-    if (!allText || !object.contains("apiKey"_L1))
+    return allText ? std::optional(object) : std::nullopt;
+}
+
+} // namespace
+
+Failure saveKey(const QString& key, KeyFor which)
+{
+    // Held so that the other key, saved by another Brindlow meanwhile, stays. A damaged file holds
+    // no key worth keeping; the new one replaces it.
+    const ProcessLock held = lock();
+    QJsonObject keys = readKeys().value_or(QJsonObject {});
+    keys.insert(keyMember(which), key);
+    return writeJson(u"config.json", QJsonDocument(keys), QJsonDocument::Compact);
+}
+
+std::optional<QString> loadKey(KeyFor which)
+{
+    const std::optional<QJsonObject> keys = readKeys();
+    if (!keys || !keys->contains(keyMember(which)))
         return std::nullopt;
-    return object.value("apiKey"_L1).toString();
+    return keys->value(keyMember(which)).toString();
 }
 
 Failure saveProfile(const Profile& profile)

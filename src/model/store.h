@@ -31,9 +31,15 @@ QString logsDir();
 // what another process changed meanwhile is never written over. Never on the UI thread.
 ProcessLock lock();
 
-Failure saveKey(const QString& key);
+// Whose key: Claude's, or the person's own model server's; both live in the one private key file.
+enum class KeyFor {
+    claude,
+    server,
+};
+// Replaces one key and keeps the other.
+Failure saveKey(const QString& key, KeyFor which = KeyFor::claude);
 // The stored key; nothing when the file is missing, damaged or larger than kMaxKeyFileBytes.
-std::optional<QString> loadKey();
+std::optional<QString> loadKey(KeyFor which = KeyFor::claude);
 
 Failure saveProfile(const Profile& profile);
 // `change` applied to the stored profile as it is now, under the lock; `written` receives the

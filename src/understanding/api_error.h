@@ -2,7 +2,7 @@
 
 #include <QString>
 
-// Why a request to Claude failed, with the text the person is shown.
+// Why a request to Claude, or to the person's own model server, failed, with the text the person is shown.
 struct APIError
 {
     enum class Kind {
@@ -20,6 +20,8 @@ struct APIError
     // fatal: the text to show; parse: the JSON parser's own error; http: the first line of the
     // service's own error message, when it sent one
     QString message;
+    // The person's own model server, as messages name it; empty for Claude.
+    QString server;
 
     // The text shown to the person, unchanged.
     QString errorDescription() const;
@@ -29,4 +31,7 @@ struct APIError
     static APIError fatal(const QString& message);
     static APIError parse(const QString& parserError);
     static APIError of(Kind kind);
+
+private:
+    QString serverDescription() const;
 };

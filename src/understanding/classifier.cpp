@@ -80,7 +80,27 @@ void Classifier::setCancellation(CancellationPtr cancellation)
 
 QString Classifier::model() const
 {
-    return m_modelOverride.value_or(m_profile.model);
+    return m_modelOverride.value_or(m_profile.sortingModel());
+}
+
+std::optional<ModelServer> Classifier::server() const
+{
+    if (m_profile.sortWith != SortWith::ownServer)
+        return std::nullopt;
+    return m_profile.server;
+}
+
+bool Classifier::sendsImages() const
+{
+    return m_profile.sortWith != SortWith::ownServer || m_profile.server.acceptsImages.value_or(true);
+}
+
+int Classifier::inFlight(int forClaude) const
+{
+    // A server of one's own is often one laptop: the person says how much it can take.
+    if (m_profile.sortWith != SortWith::ownServer)
+        return forClaude;
+    return std::clamp(m_profile.server.inFlight, ModelServer::kMinInFlight, ModelServer::kMaxInFlight);
 }
 
 Classifier::Decisions
@@ -99,7 +119,7 @@ Classifier::fallback(const QList<ScannedItem>& items, const QString& reason, Pro
 Classifier::Outcome<Classifier::Decisions> Classifier::ask(const QList<QJsonObject>& content,
                                                            const QList<ScannedItem>& items) const
 {
-    ClaudeAPI api(m_apiKey, model());
+    ClaudeAPI api(m_apiKey, model(), server());
     api.setClock(m_clock);
     api.setCancellation(m_cancellation);
     const ClaudeAPI::Result reply = api.send(Prompt::system(m_profile), content, kMaxTokens);
@@ -121,7 +141,7 @@ Classifier::Outcome<Classifier::Decisions> Classifier::ask(const QList<QJsonObje
 
 std::optional<QList<QJsonObject>> Classifier::content(const Job& job) const
 {
-    if (!job.visual)
+    if (!job.visual || !sendsImages())
         return QList<QJsonObject> {QJsonObject {{"type"_L1, u"text"_s}, {"text"_L1, Prompt::textBatch(job.items)}}};
     const std::optional<QByteArray> sheet = ContactSheet::make(job.items);
     if (!sheet)
@@ -211,7 +231,7 @@ Classifier::Outcome<Classifier::Decisions> Classifier::decideAll(const QList<Sca
     const QList<Job> jobs = cut(text, kSecondTextJob, false) + cut(visual, kSecondVisualJob, true);
     Decisions decisions;
     const std::optional<APIError> failure
-        = runJobs(jobs, kSecondInFlight, [&decisions](const Decisions& found) { decisions.insert(found); });
+        = runJobs(jobs, inFlight(kSecondInFlight), [&decisions](const Decisions& found) { decisions.insert(found); });
     if (failure)
         return *failure;
     return decisions;
@@ -236,7 +256,7 @@ Classifier::firstPass(const QList<ScannedItem>& toAsk, Decisions decided, const 
 
     if (progress)
         progress(int(decided.size()));
-    const std::optional<APIError> failure = runJobs(jobs, kInFlight, [&](const Decisions& found) {
+    const std::optional<APIError> failure = runJobs(jobs, inFlight(kInFlight), [&](const Decisions& found) {
         for (auto it = found.cbegin(); it != found.cend(); ++it) {
             // A project the rules found by name stands; the model only names the file.
             const auto stored = decided.find(it.key());
@@ -255,7 +275,12 @@ Classifier::firstPass(const QList<ScannedItem>& toAsk, Decisions decided, const 
 
 Classifier::Decisions Classifier::secondLook(const QList<ScannedItem>& items, Decisions decided) const
 {
-    if (model().contains(u"opus"_s))
+    // A server of one's own looks twice only with a second model the person named.
+    const QString strongerModel
+        = m_profile.sortWith == SortWith::ownServer ? m_profile.server.secondModel : kSecondPassModel;
+    const bool strongest = m_profile.sortWith == SortWith::ownServer ? strongerModel == model()
+                                                                      : model().contains(u"opus"_s);
+    if (strongerModel.isEmpty() || strongest)
         return decided;
     QList<ScannedItem> unsure;
     for (const ScannedItem& item : items) {
@@ -269,7 +294,7 @@ Classifier::Decisions Classifier::secondLook(const QList<ScannedItem>& items, De
     if (unsure.isEmpty())
         return decided;
     Classifier stronger = *this;
-    stronger.m_modelOverride = kSecondPassModel;
+    stronger.m_modelOverride = strongerModel;
     const Outcome<Decisions> second = stronger.decideAll(unsure);
     const Decisions* found = std::get_if<Decisions>(&second);
     if (!found)

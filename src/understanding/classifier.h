@@ -60,6 +60,10 @@ public:
     static Decisions fallback(const QList<ScannedItem>& items, const QString& reason, Provenance provenance);
 
     QString model() const;
+    // The person's own server when they sort with one.
+    std::optional<ModelServer> server() const;
+    // Whether visual batches go as contact sheets; a server that refuses images gets text lines.
+    bool sendsImages() const;
 
     static constexpr int kTextJob = 40;
     static constexpr int kVisualJob = 20;
@@ -72,6 +76,7 @@ public:
 
 private:
     using Merge = std::function<void(const Decisions&)>;
+    int inFlight(int forClaude) const;
     std::optional<APIError> runJobs(const QList<Job>& jobs, int inFlight, const Merge& merge) const;
 
     QString m_apiKey;

@@ -34,9 +34,10 @@ struct ClaudeAPI::Answer
     QByteArray body;
 };
 
-ClaudeAPI::ClaudeAPI(const QString& apiKey, const QString& model)
+ClaudeAPI::ClaudeAPI(const QString& apiKey, const QString& model, const std::optional<ModelServer>& server)
     : m_apiKey(apiKey)
     , m_model(model)
+    , m_server(server)
     , m_clock(&SystemClock::instance())
 { }
 
@@ -56,6 +57,13 @@ QUrl ClaudeAPI::baseUrl()
     return QUrl(configured.isEmpty() ? u"https://api.anthropic.com"_s : configured);
 }
 
+QUrl ClaudeAPI::address() const
+{
+    if (!m_server || qEnvironmentVariableIsSet("BRINDLOW_API_URL"))
+        return baseUrl();
+    return QUrl(m_server->address.trimmed());
+}
+
 QString ClaudeAPI::consoleHost()
 {
     return u"console.anthropic.com"_s;
@@ -71,19 +79,30 @@ QString ClaudeAPI::hideKey(QString text) const
 
 ClaudeAPI::Answer ClaudeAPI::post(const QByteArray& body) const
 {
+    return exchange(u"/v1/messages"_s, &body);
+}
+
+ClaudeAPI::Answer ClaudeAPI::exchange(const QString& path, const QByteArray* body) const
+{
     Answer answer;
-    QUrl url = baseUrl();
-    url.setPath(url.path().chopped(url.path().endsWith(u'/') ? 1 : 0) + u"/v1/messages"_s);
+    QUrl url = address();
+    url.setPath(url.path().chopped(url.path().endsWith(u'/') ? 1 : 0) + path);
     QNetworkRequest request(url);
-    request.setTransferTimeout(kTimeoutSeconds * 1000);
-    request.setRawHeader("x-api-key", m_apiKey.toUtf8());
+    request.setTransferTimeout((m_server ? ModelServer::kTimeoutSeconds : kTimeoutSeconds) * 1000);
+    // A redirect would carry the key to wherever it points; it ends as an error instead.
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
+    if (!m_server || !m_apiKey.isEmpty())
+        request.setRawHeader("x-api-key", m_apiKey.toUtf8());
+    // Some servers of one's own read only this one.
+    if (m_server && !m_apiKey.isEmpty())
+        request.setRawHeader("authorization", "Bearer " + m_apiKey.toUtf8());
     request.setRawHeader("anthropic-version", "2023-06-01");
     request.setRawHeader("content-type", "application/json");
 
     // A manager of its own: the call may run on any thread, with a loop of its own.
     QNetworkAccessManager manager;
     QEventLoop loop;
-    QNetworkReply* reply = manager.post(request, body);
+    QNetworkReply* reply = body ? manager.post(request, *body) : manager.get(request);
     QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
     // Read as it arrives, so that a gateway sending without end costs at most the cap.
     const auto take = [&answer, reply] {
@@ -147,8 +166,11 @@ QString serviceMessage(const QByteArray& body)
 
 // What an answer other than 200 means; nothing for a success. `text` and `message` have the key
 // hidden.
-std::optional<APIError> failureOf(int status, const QString& text, const QString& message)
+std::optional<APIError> failureOf(int status, const QString& text, const QString& message, bool server)
 {
+    // A server of one's own has no credits or sign-in of Claude's; its status and words say it all.
+    if (server)
+        return status == 200 ? std::nullopt : std::optional(APIError::http(status, message));
     if (status != 200 && text.contains(u"credit balance"))
         return APIError::fatal(u"Your Claude credits ran out. Top up at "_s + ClaudeAPI::consoleHost()
                                + u", then refresh again. Nothing was moved."_s);
@@ -163,7 +185,7 @@ std::optional<APIError> failureOf(int status, const QString& text, const QString
 }
 
 // The reply's text blocks joined, with what it cost added to the refresh's usage.
-ClaudeAPI::Result replyOf(const QByteArray& body, const QString& model)
+ClaudeAPI::Result replyOf(const QByteArray& body, const QString& model, bool priced)
 {
     QJsonParseError error {};
     const QJsonDocument document = QJsonDocument::fromJson(body, &error);
@@ -180,7 +202,7 @@ ClaudeAPI::Result replyOf(const QByteArray& body, const QString& model)
         if (piece.isString())
             reply += piece.toString();
     }
-    if (object.value("usage"_L1).isObject()) {
+    if (priced && object.value("usage"_L1).isObject()) {
         const QJsonObject usage = object.value("usage"_L1).toObject();
         const Usage::Price price = Usage::price(model);
         const double input = double(counter(usage, "input_tokens"_L1))
@@ -196,7 +218,14 @@ ClaudeAPI::Result replyOf(const QByteArray& body, const QString& model)
 
 ClaudeAPI::Result ClaudeAPI::send(const QString& system, const QList<QJsonObject>& content, int maxTokens) const
 {
-    const QByteArray body = requestBody(m_model, system, content, maxTokens);
+    Result result = sendOnce(requestBody(m_model, system, content, maxTokens));
+    if (APIError* error = std::get_if<APIError>(&result); error && m_server)
+        error->server = m_server->displayName();
+    return result;
+}
+
+ClaudeAPI::Result ClaudeAPI::sendOnce(const QByteArray& body) const
+{
     for (int attempt = 0;; ++attempt) {
         if (m_cancellation && m_cancellation->isCancelled())
             return APIError::of(APIError::Kind::cancelled);
@@ -218,11 +247,33 @@ ClaudeAPI::Result ClaudeAPI::send(const QString& system, const QList<QJsonObject
         }
         if (status != 200) {
             const QString text = hideKey(QString::fromUtf8(answer.body));
-            if (std::optional<APIError> failure = failureOf(status, text, hideKey(serviceMessage(answer.body))))
+            if (std::optional<APIError> failure
+                = failureOf(status, text, hideKey(serviceMessage(answer.body)), m_server.has_value()))
                 return *failure;
         }
-        return replyOf(answer.body, m_model);
+        if (!m_server)
+            return replyOf(answer.body, m_model, true);
+        // Counted as a call, never as money.
+        Usage::shared().add(0);
+        return replyOf(answer.body, m_model, false);
     }
+}
+
+ClaudeAPI::Result ClaudeAPI::get(const QString& path) const
+{
+    const Answer answer = exchange(path, nullptr);
+    APIError error = APIError::of(APIError::Kind::transport);
+    if (answer.cancelled)
+        error = APIError::of(APIError::Kind::cancelled);
+    else if (answer.tooLong)
+        error = APIError::of(APIError::Kind::badResponse);
+    else if (!answer.transportFailed && answer.status == 200)
+        return QString::fromUtf8(answer.body);
+    else if (!answer.transportFailed)
+        error = APIError::http(answer.status, hideKey(serviceMessage(answer.body)));
+    if (m_server)
+        error.server = m_server->displayName();
+    return error;
 }
 
 bool isSuccess(const ClaudeAPI::Result& result)

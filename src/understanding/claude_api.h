@@ -2,6 +2,7 @@
 
 #include "api_error.h"
 #include "common/cancellation.h"
+#include "model/model_server.h"
 #include "platform/clock.h"
 
 #include <QJsonObject>
@@ -11,14 +12,17 @@
 
 #include <variant>
 
-// The one place that talks to the Claude Messages API: one request, retried while the service
-// is overloaded, priced into Usage, answered with the reply's text or an APIError.
+// The one place that talks to the Messages API, Claude's or a model server of the person's own: one
+// request, retried while the service is overloaded, priced into Usage when it is Claude, answered
+// with the reply's text or an APIError.
 class ClaudeAPI
 {
 public:
     using Result = std::variant<QString, APIError>;
 
-    ClaudeAPI(const QString& apiKey, const QString& model);
+    // With `server`, requests go to it (BRINDLOW_API_URL still wins), its key is optional and is
+    // sent in both headers such servers read, nothing is priced, and messages name it.
+    ClaudeAPI(const QString& apiKey, const QString& model, const std::optional<ModelServer>& server = {});
 
     // Sends one request and waits for its answer; callable from any thread, many at once.
     // Waits between retries go through `clock`; `cancellation` stops a wait or a request in
@@ -30,6 +34,11 @@ public:
 
     // The service's address: BRINDLOW_API_URL when set, else the vendor's public API host.
     static QUrl baseUrl();
+    // Where this one's requests go: BRINDLOW_API_URL when set, else the server's or Claude's.
+    QUrl address() const;
+    // A GET of `path` on the same address with the same headers and time limit; for a
+    // connection test. The body, or the failure.
+    Result get(const QString& path) const;
     // Where the person tops up their credits.
     static QString consoleHost();
 
@@ -42,10 +51,13 @@ public:
 private:
     struct Answer;
     Answer post(const QByteArray& body) const;
+    Answer exchange(const QString& path, const QByteArray* body) const;
+    Result sendOnce(const QByteArray& body) const;
     QString hideKey(QString text) const;
 
     QString m_apiKey;
     QString m_model;
+    std::optional<ModelServer> m_server;
     const Clock* m_clock;
     CancellationPtr m_cancellation;
 };

@@ -245,11 +245,12 @@ QList<Project> run(const QList<ScannedItem>& items,
         return {};
     QList<QJsonObject> content {digestBlock(items, known)};
     QRandomGenerator* random = options.random ? options.random : QRandomGenerator::global();
-    const QList<QJsonObject> sheets = sampleSheets(items, *random);
+    const bool images = !options.server || options.server->acceptsImages.value_or(true);
+    const QList<QJsonObject> sheets = images ? sampleSheets(items, *random) : QList<QJsonObject> {};
     if (!sheets.isEmpty())
         content << sheets << textBlock(u"The contact sheets above are a random sample of their images."_s);
 
-    ClaudeAPI api(apiKey, model);
+    ClaudeAPI api(apiKey, model, options.server);
     api.setClock(options.clock);
     api.setCancellation(options.cancellation);
     const ClaudeAPI::Result reply = api.send(systemPrompt(), content, kMaxTokens);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/cancellation.h"
+#include "model/model_server.h"
 #include "model/project.h"
 #include "model/scanned_item.h"
 #include "platform/clock.h"
@@ -20,6 +21,7 @@ struct Options
     const Clock* clock = nullptr;
     CancellationPtr cancellation;
     QRandomGenerator* random = nullptr; // the image sample; the global generator when none
+    std::optional<ModelServer> server; // the person's own, when they sort with one
 };
 
 // Recurring folder names, recurring words in file names, download sites and text of recent
