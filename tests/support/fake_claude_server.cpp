@@ -25,6 +25,7 @@ public:
     std::deque<Response> script;
     Handler handler;
     int latencyMs = 0;
+    std::optional<LocalMode> local;
     QList<Request> requests;
     int inFlight = 0;
     int maxInFlight = 0;
@@ -76,7 +77,10 @@ public:
             QMutexLocker lock(&mutex);
             requests.append(request);
             maxInFlight = std::max(maxInFlight, ++inFlight);
-            if (!script.empty()) {
+            const std::optional<Response> refused = local ? localAnswer(*local, request) : std::nullopt;
+            if (refused) {
+                response = *refused;
+            } else if (!script.empty()) {
                 response = script.front();
                 script.pop_front();
             } else if (handler) {
@@ -98,8 +102,7 @@ public:
             if (!target)
                 return;
             target->write("HTTP/1.1 " + QByteArray::number(response.status)
-                          + " Status\r\n"
-                            "Content-Type: application/json\r\nContent-Length: "
+                          + " Status\r\nContent-Type: " + response.contentType + "\r\nContent-Length: "
                           + QByteArray::number(response.body.size()) + "\r\n\r\n" + response.body);
         });
     }
@@ -184,6 +187,41 @@ void FakeClaudeServer::setLatency(int milliseconds)
 {
     QMutexLocker lock(&m_worker->mutex);
     m_worker->latencyMs = milliseconds;
+}
+
+void FakeClaudeServer::setLocalMode(const LocalMode& mode)
+{
+    {
+        QMutexLocker lock(&m_worker->mutex);
+        m_worker->local = mode;
+    }
+    if (!mode.keepAddressOverride)
+        qunsetenv("BRINDLOW_API_URL");
+}
+
+std::optional<FakeClaudeServer::Response> FakeClaudeServer::localAnswer(const LocalMode& mode, const Request& request)
+{
+    const auto refuse = [&mode](int status, const QString& message) {
+        if (mode.htmlErrors)
+            return Response {status, "<html><body><h1>" + message.toUtf8() + "</h1></body></html>", -1, "text/html"};
+        const QJsonObject error {{"type"_L1, u"error"_s},
+                                 {"error"_L1, QJsonObject {{"type"_L1, u"invalid_request_error"_s}, {"message"_L1, message}}}};
+        return Response {status, QJsonDocument(error).toJson(QJsonDocument::Compact), -1, "application/json"};
+    };
+    if (request.method == "GET" && request.path == "/v1/models") {
+        QJsonArray listed;
+        for (const QString& model : mode.models)
+            listed.append(QJsonObject {{"id"_L1, model}, {"type"_L1, u"model"_s}});
+        return Response {200, QJsonDocument(QJsonObject {{"data"_L1, listed}}).toJson(QJsonDocument::Compact), -1, "application/json"};
+    }
+    if (request.method != "POST" || request.path != "/v1/messages")
+        return refuse(404, u"no such endpoint"_s);
+    const QString model = request.json().value("model"_L1).toString();
+    if (!mode.models.contains(model))
+        return refuse(404, u"model '"_s + model + u"' not found\ntry pulling it first"_s);
+    if (mode.refuseImages && request.imageCount() > 0)
+        return refuse(400, u"this model does not accept images"_s);
+    return std::nullopt;
 }
 
 QList<FakeClaudeServer::Request> FakeClaudeServer::requests() const

@@ -4,10 +4,12 @@
 #include <QJsonObject>
 #include <QList>
 #include <QMap>
+#include <QStringList>
 #include <QUrl>
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 class QThread;
 
@@ -38,6 +40,19 @@ public:
         int status = 200;
         QByteArray body;
         int latencyMs = -1; // -1: the server's latency
+        QByteArray contentType = "application/json";
+    };
+
+    // Behaves like a model server of one's own: any key or none, its own model names listed at
+    // GET /v1/models, a model it does not know refused with 404, images refused when asked, and
+    // errors as HTML pages when asked. Requests it does not refuse go to the script or handler.
+    struct LocalMode
+    {
+        QStringList models {QStringLiteral("local-sorter")};
+        bool refuseImages = false;
+        bool htmlErrors = false;
+        // Off: BRINDLOW_API_URL is unset, so the address must come from the person's setting.
+        bool keepAddressOverride = false;
     };
 
     using Handler = std::function<Response(const Request&)>;
@@ -52,10 +67,14 @@ public:
     void enqueue(const Response& response);
     void setHandler(Handler handler);
     void setLatency(int milliseconds);
+    void setLocalMode(const LocalMode& mode);
 
     QList<Request> requests() const;
     int requestCount() const;
     int maxInFlight() const;
+
+    // What a local server says before the script is asked; nothing when it lets the request by.
+    static std::optional<Response> localAnswer(const LocalMode& mode, const Request& request);
 
     // A successful answer carrying `text` and the given token usage.
     static Response reply(const QString& text, int inputTokens = 100, int outputTokens = 20);
