@@ -169,6 +169,63 @@ private Q_SLOTS:
         }
     }
 
+    void sortingWithAServerOfOnesOwn()
+    {
+        TempHome home;
+        FakeClaudeServer server;
+        FakeClaudeServer::LocalMode mode;
+        mode.refuseImages = true;
+        server.setLocalMode(mode);
+        serveEverything(server);
+        const QString h = home.path();
+        FileFactory::jpeg(h + u"/Desktop/IMG_2041.jpg"_s, 800, 600);
+        FileFactory::jpeg(h + u"/Desktop/IMG_2042.jpg"_s, 800, 600);
+        FileFactory::pdf(h + u"/Downloads/receipt march.pdf"_s, {u"Receipt for your order"_s});
+        for (int i = 0; i < 24; ++i)
+            FileFactory::write(h + u"/Documents/notes %1.txt"_s.arg(i), "note " + QByteArray::number(i));
+        const QString address = server.url().toString();
+
+        // Bad input is refused on the command line and stores nothing.
+        QCOMPARE(cli(home, {u"setup"_s, u"--server"_s, address}).code, 2);
+        Run run = cli(home, {u"setup"_s, u"--server"_s, u"http://8.8.8.8:11434"_s, u"--model"_s, u"m"_s});
+        QCOMPARE(run.code, 1);
+        QVERIFY(run.err.contains(u"https://"_s));
+        run = cli(home, {u"setup"_s, u"--server"_s, address, u"--model"_s, u"missing"_s});
+        QCOMPARE(run.code, 1);
+        QCOMPARE(run.err.trimmed(), u"Your model server refused the request (error 404): model 'missing' not found."_s);
+        QVERIFY(!Store::loadProfile().onboarded);
+
+        run = cli(home, {u"setup"_s, u"--server"_s, address, u"--model"_s, u"local-sorter"_s});
+        QVERIFY2(run.code == 0, qPrintable(run.err));
+        QVERIFY(run.out.contains(u"doesn't take images"_s));
+        QCOMPARE(Store::loadProfile().server.acceptsImages, false);
+        QVERIFY(cli(home, {u"status"_s}).out.contains(u"Sorting with: your model server at "_s + address));
+
+        const qsizetype tested = server.requestCount();
+        run = cli(home, {u"refresh"_s, u"--deep"_s});
+        QVERIFY2(run.code == 0, qPrintable(run.err));
+        QVERIFY(run.out.contains(u"No charge"_s));
+        const QList<FakeClaudeServer::Request> asked = server.requests().mid(tested);
+        QVERIFY(asked.size() > 2);
+        for (const FakeClaudeServer::Request& request : asked) {
+            QCOMPARE(request.json().value("model"_L1).toString(), u"local-sorter"_s);
+            QVERIFY(!request.headers.contains("x-api-key"));
+            QCOMPARE(request.imageCount(), 0);
+        }
+        const QJsonArray plan = QJsonDocument::fromJson(cli(home, {u"plan"_s, u"--json"_s}).out.toUtf8()).array();
+        QCOMPARE(plan.size(), 27);
+        // The pictures were described in words, and still answered.
+        for (const QJsonValue& item : plan)
+            QVERIFY2(item["category"_L1].toString() != u"needs_you", qPrintable(item["src"_L1].toString()));
+        // Nothing was priced as Claude.
+        QVERIFY(cli(home, {u"status"_s}).out.contains(u"This month: $0.00, 0 files"_s));
+
+        const QString keyFile = home.writeFile(u"secret/claude.key"_s, "sk-back\n");
+        QCOMPARE(cli(home, {u"setup"_s, u"--claude"_s, u"--no-test"_s, u"--key-file"_s, keyFile}).code, 0);
+        QCOMPARE(Store::loadProfile().sortWith, SortWith::claude);
+        QVERIFY(cli(home, {u"status"_s}).out.contains(u"Sorting with: Claude"_s));
+    }
+
     // Ctrl-C at the key prompt on a real terminal: the shell gets its echo back, and the process
     // that held the key in memory would leave no core dump behind.
     void echoComesBackAfterCtrlC()
