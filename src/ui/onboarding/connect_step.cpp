@@ -1,6 +1,8 @@
 #include "connect_step.h"
 
 #include "controller/preferences.h"
+#include "ui/settings/server_editor.h"
+#include "ui/settings/sort_with_picker.h"
 #include "ui/settings/texts.h"
 #include "ui/theme/secondary_button.h"
 #include "ui/theme/spoken.h"
@@ -16,6 +18,9 @@ using namespace Qt::Literals::StringLiterals;
 ConnectStep::ConnectStep(Preferences& preferences, QWidget* parent)
     : QWidget(parent)
     , m_preferences(preferences)
+    , m_picker(new SortWithPicker(this))
+    , m_claude(new QWidget(this))
+    , m_server(new ServerEditor(preferences, this))
     , m_key(new QLineEdit(this))
     , m_test(new SecondaryButton(tr("Test connection"), this, 32))
     , m_result(Texts::label(QString(), Texts::Style::body, this))
@@ -33,18 +38,28 @@ ConnectStep::ConnectStep(Preferences& preferences, QWidget* parent)
     row->setSpacing(8);
     row->addWidget(m_key, 1);
     row->addWidget(m_test);
+    auto* claude = new QVBoxLayout(m_claude);
+    claude->setContentsMargins(0, 0, 0, 0);
+    claude->setSpacing(10);
+    claude->addWidget(Texts::label(
+        tr("Paste your Claude API key. It stays on this computer in a private file and is only sent to Anthropic."),
+        Texts::Style::body,
+        m_claude));
+    claude->addLayout(row);
+    claude->addWidget(m_result);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(10);
     layout->addWidget(Texts::label(tr("Connect Brindlow"), Texts::Style::heading, this));
-    layout->addWidget(Texts::label(
-        tr("Paste your Claude API key. It stays on this computer in a private file and is only sent to Anthropic."),
-        Texts::Style::body,
-        this));
+    layout->addWidget(m_picker);
     layout->addSpacing(4);
-    layout->addLayout(row);
-    layout->addWidget(m_result);
+    layout->addWidget(m_claude);
+    layout->addWidget(m_server);
 
+    m_picker->setChoice(m_preferences.profile().sortWith);
+    showChoice();
+    connect(m_picker, &SortWithPicker::chosen, this, &ConnectStep::showChoice);
+    connect(m_server, &ServerEditor::edited, this, [this] { Q_EMIT keyChanged(m_key->text()); });
     connect(m_key, &QLineEdit::textChanged, this, [this](const QString& text) {
         m_test->setEnabled(!m_testing && !text.trimmed().isEmpty());
         Q_EMIT keyChanged(text);
@@ -57,6 +72,35 @@ ConnectStep::ConnectStep(Preferences& preferences, QWidget* parent)
 QString ConnectStep::key() const
 {
     return m_key->text();
+}
+
+bool ConnectStep::ready() const
+{
+    if (m_picker->choice() == SortWith::ownServer)
+        return !m_server->problem();
+    return !m_key->text().trimmed().isEmpty();
+}
+
+void ConnectStep::save()
+{
+    Profile profile = m_preferences.profile();
+    profile.sortWith = m_picker->choice();
+    if (profile.sortWith == SortWith::ownServer) {
+        profile.server = m_server->server();
+        if (!m_server->key().isEmpty())
+            m_preferences.saveServerKey(m_server->key());
+    } else {
+        m_preferences.saveKey(m_key->text());
+    }
+    m_preferences.setProfile(profile);
+}
+
+void ConnectStep::showChoice()
+{
+    const bool server = m_picker->choice() == SortWith::ownServer;
+    m_claude->setVisible(!server);
+    m_server->setVisible(server);
+    Q_EMIT keyChanged(m_key->text());
 }
 
 void ConnectStep::test()

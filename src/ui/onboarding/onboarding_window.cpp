@@ -92,7 +92,7 @@ void OnboardingWindow::showStep()
     m_next->setAccessibleName(m_next->text());
     // Without a key there is nothing to continue with; a key whose test failed may still be
     // right (the network may be down), so it does not hold the person back.
-    m_next->setEnabled(m_step == 1 || !m_connect->key().trimmed().isEmpty());
+    m_next->setEnabled(m_step == 1 || m_connect->ready());
     // Each step asks for its own height, as far as the screen allows.
     if (isVisible())
         WindowFit::fitToContent(this);
@@ -101,9 +101,9 @@ void OnboardingWindow::showStep()
 void OnboardingWindow::next()
 {
     if (m_step == 0) {
-        if (m_connect->key().trimmed().isEmpty())
+        if (!m_connect->ready())
             return;
-        m_parts.preferences.saveKey(m_connect->key());
+        m_connect->save();
         m_step = 1;
         showStep();
         return;

@@ -7,7 +7,7 @@
 #include "controller/preferences.h"
 #include "controller/refresh_run.h"
 #include "folder_choices.h"
-#include "key_editor.h"
+#include "sorting_source.h"
 #include "mode_picker.h"
 #include "model/recap_data.h"
 #include "model/store.h"
@@ -92,7 +92,7 @@ QWidget* SettingsWindow::buildLeft(const Autostart& autostart)
     column->setFixedWidth(kColumnWidth);
 
     auto* key = new Card(column);
-    key->content()->addWidget(new KeyEditor(m_parts.preferences, key));
+    key->content()->addWidget(new SortingSource(m_parts.preferences, key));
 
     auto* preferences = new Card(column);
     preferences->content()->addWidget(new PreferenceRows(m_parts.preferences, preferences));

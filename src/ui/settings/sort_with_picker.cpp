@@ -1,0 +1,49 @@
+#include "sort_with_picker.h"
+
+#include "texts.h"
+
+#include <QButtonGroup>
+#include <QLabel>
+#include <QRadioButton>
+#include <QVBoxLayout>
+
+SortWithPicker::SortWithPicker(QWidget* parent)
+    : QWidget(parent)
+    , m_group(new QButtonGroup(this))
+{
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(4);
+    layout->addWidget(Texts::label(tr("SORT WITH"), Texts::Style::caption, this));
+    const std::tuple<SortWith, QString, QString> choices[] = {
+        {SortWith::claude, tr("Claude"), tr("Anthropic's models, with your own API key")},
+        {SortWith::ownServer,
+         tr("A server of your own"),
+         tr("A model on your computer or network; your files never leave it")},
+    };
+    for (const auto& [choice, title, caption] : choices) {
+        auto* option = new QRadioButton(title, this);
+        option->setAccessibleName(title);
+        option->setAccessibleDescription(caption);
+        QLabel* below = Texts::label(caption, Texts::Style::detail, this);
+        below->setBuddy(option);
+        below->setIndent(22);
+        layout->addWidget(option);
+        layout->addWidget(below);
+        m_group->addButton(option, int(m_choices.size()));
+        m_choices.append(choice);
+    }
+    setChoice(SortWith::claude);
+    connect(m_group, &QButtonGroup::idClicked, this, [this](int id) { Q_EMIT chosen(m_choices.value(id)); });
+}
+
+SortWith SortWithPicker::choice() const
+{
+    return m_choices.value(m_group->checkedId(), SortWith::claude);
+}
+
+void SortWithPicker::setChoice(SortWith choice)
+{
+    if (QAbstractButton* option = m_group->button(int(m_choices.indexOf(choice))))
+        option->setChecked(true);
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "model/profile.h"
+
+#include <QList>
+#include <QWidget>
+
+class QButtonGroup;
+
+// "Sort with": one radio button for each way of sorting, built from one table so that another
+// way joins as a row. Choosing only says so; the window that holds it decides when to store.
+class SortWithPicker : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit SortWithPicker(QWidget* parent = nullptr);
+
+    SortWith choice() const;
+    void setChoice(SortWith choice);
+
+Q_SIGNALS:
+    void chosen(SortWith choice);
+
+private:
+    QButtonGroup* m_group;
+    QList<SortWith> m_choices; // by button id
+};
