@@ -128,9 +128,7 @@ std::optional<QJsonObject> readKeys()
 
 Failure saveKey(const QString& key, KeyFor which)
 {
-    // Held so that the other key, saved by another Brindlow meanwhile, stays. A damaged file holds
-    // no key worth keeping; the new one replaces it.
-    const ProcessLock held = lock();
+    // A damaged file holds no key worth keeping; the new one replaces it.
     QJsonObject keys = readKeys().value_or(QJsonObject {});
     keys.insert(keyMember(which), key);
     return writeJson(u"config.json", QJsonDocument(keys), QJsonDocument::Compact);
