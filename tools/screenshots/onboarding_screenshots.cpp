@@ -78,6 +78,13 @@ int main(int argc, char* argv[])
         control(onboarding, u"Test connection"_s)->click();
         waitFor(&state.preferences(), &Preferences::connectionTested);
         ok &= save(onboarding, folder, u"onboarding-connect"_s);
+        control(onboarding, u"A server of your own"_s)->click();
+        QTest::keyClicks(control<QLineEdit>(onboarding, u"Server address"_s), u"http://localhost:11434"_s);
+        QTest::keyClicks(control<QLineEdit>(onboarding, u"Model for sorting"_s), u"qwen3:8b"_s);
+        control(onboarding, u"Test connection"_s)->click();
+        waitFor(&state.preferences(), &Preferences::serverTested);
+        ok &= save(onboarding, folder, u"onboarding-server"_s);
+        control(onboarding, u"Claude"_s)->click();
         onboarding.next();
         FolderChoices* folders = onboarding.preferencesStep()->folders();
         if (!folders->isLoaded())
@@ -92,8 +99,15 @@ int main(int argc, char* argv[])
         "months": {"2026-03": {"usd": 0.41, "files": 318}},
         "runs": [{"date": "2026-03-02T09:00:00Z", "usd": 0.12, "files": 96, "calls": 9}]})");
     const TestClock clock(QDateTime(QDate(2026, 3, 10), QTime(10, 0)));
-    for (const bool withProjects : {false, true}) {
-        if (withProjects) {
+    for (const int shown : {0, 1, 2}) {
+        const bool withProjects = shown == 1;
+        if (shown == 2) {
+            profile.sortWith = SortWith::ownServer;
+            profile.server.address = u"http://localhost:11434"_s;
+            profile.server.sortingModel = u"qwen3:8b"_s;
+            profile.server.acceptsImages = false;
+            Store::saveProfile(profile);
+        } else if (withProjects) {
             profile.projects = {{QUuid::createUuid(), u"Quorrel"_s, u"quorrelcards, Quorrel launch"_s},
                                 {QUuid::createUuid(), u"Harbor Fest"_s, u"harbor, HF 2026"_s},
                                 {QUuid::createUuid(), u"Acme/Spring Ads"_s, QString()}};
@@ -107,7 +121,8 @@ int main(int argc, char* argv[])
         settings.show();
         read.wait(5000);
         QThreadPool::globalInstance()->waitForDone();
-        ok &= save(settings, folder, withProjects ? u"settings-projects"_s : u"settings"_s);
+        const QString names[] = {u"settings"_s, u"settings-projects"_s, u"settings-server"_s};
+        ok &= save(settings, folder, names[shown]);
     }
     return ok ? 0 : 1;
 }
