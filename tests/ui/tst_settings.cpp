@@ -190,6 +190,57 @@ private Q_SLOTS:
         QVERIFY(control(*window, u"Start my first refresh"_s));
     }
 
+    // A server of one's own: no going on until its address is usable and a model is named; the
+    // test lists its models and learns it takes no images; Settings stores it only when asked to.
+    void serverOfOnesOwn()
+    {
+        Fixture f(false);
+        FakeClaudeServer::LocalMode local;
+        local.refuseImages = true;
+        f.server.setLocalMode(local);
+        f.server.setHandler([](const FakeClaudeServer::Request&) { return FakeClaudeServer::reply(u"OK"_s); });
+        auto window = openOnboarding(f);
+        click(control(*window, u"A server of your own"_s));
+        QVERIFY(!control<QLineEdit>(*window, u"Claude API key"_s));
+        QLineEdit* address = control<QLineEdit>(*window, u"Server address"_s);
+        type(address, u"http://llm.example.com"_s);
+        type(control<QLineEdit>(*window, u"Model for sorting"_s), u"local-sorter"_s);
+        QVERIFY(!control(*window, u"Continue"_s)->isEnabled());
+        address->clear();
+        type(address, f.server.url().toString());
+        QVERIFY(control(*window, u"Continue"_s)->isEnabled());
+
+        QSignalSpy tested(&f.state->preferences(), &Preferences::serverTested);
+        click(control(*window, u"Test connection"_s));
+        QVERIFY(tested.wait(10000));
+        const QString said = shownTexts(*window).join(u'\n');
+        QVERIFY2(said.contains(u"doesn't take images"_s) && said.contains(u"local-sorter"_s), qPrintable(said));
+        click(control(*window, u"Continue"_s));
+        f.state->review().flushEdits();
+        const Profile stored = Store::loadProfile();
+        QCOMPARE(stored.sortWith, SortWith::ownServer);
+        QCOMPARE(stored.server.address, f.server.url().toString());
+        QCOMPARE(stored.server.acceptsImages, false);
+
+        // Someone set up long ago with Claude, in a home of their own.
+        Fixture later(true);
+        later.server.setLocalMode(local);
+        auto settings = openWindow(later);
+        click(control(*settings, u"A server of your own"_s));
+        settle();
+        QCOMPARE(Store::loadProfile().sortWith, SortWith::claude); // nothing usable to store yet
+        type(control<QLineEdit>(*settings, u"Server address"_s), u"http://localhost:11434"_s);
+        type(control<QLineEdit>(*settings, u"Model for sorting"_s), u"local-sorter"_s);
+        type(control<QLineEdit>(*settings, u"Server key (optional)"_s), u"server-secret"_s);
+        click(control(*settings, u"Use this server"_s));
+        QTRY_COMPARE(Store::loadProfile().sortWith, SortWith::ownServer);
+        QTRY_COMPARE(Store::loadKey(Store::KeyFor::server), std::optional(u"server-secret"_s));
+        QCOMPARE(Store::loadKey(), std::optional(u"sk-stored-secret"_s));
+        click(control(*settings, u"Claude"_s));
+        QTRY_COMPARE(Store::loadProfile().sortWith, SortWith::claude);
+        QCOMPARE(Store::loadProfile().server.address, u"http://localhost:11434"_s);
+    }
+
     // Step 1 writes every choice through; folders are the person's own, stored relative to home.
     void preferencesStep()
     {

@@ -28,7 +28,7 @@ SortWithPicker::SortWithPicker(QWidget* parent)
         QLabel* below = Texts::label(caption, Texts::Style::detail, this);
         below->setBuddy(option);
         below->setIndent(22);
-        layout->addWidget(option);
+        layout->addWidget(option, 0, Qt::AlignLeft);
         layout->addWidget(below);
         m_group->addButton(option, int(m_choices.size()));
         m_choices.append(choice);
