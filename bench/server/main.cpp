@@ -36,7 +36,8 @@ void makeFiles(const QString& home)
     for (int i = 0; i < 100; ++i)
         write(home + u"/Desktop/IMG_%1.jpg"_s.arg(i), SyntheticPhotos::uniqueJpeg(photo, QByteArray::number(i)));
     for (int i = 0; i < 400; ++i)
-        write(home + u"/Downloads/notes %1.txt"_s.arg(i), "Notes about the spring launch, part " + QByteArray::number(i));
+        write(home + u"/Downloads/notes %1.txt"_s.arg(i),
+              "Notes about the spring launch, part " + QByteArray::number(i));
 }
 
 } // namespace

@@ -178,9 +178,11 @@ std::optional<APIError> checkConnection(const QString& apiKey,
 Outcome run(const Request& request, const Reports& reports)
 {
     Outcome outcome;
-    if (std::optional<APIError> failure
-        = checkConnection(request.apiKey, request.profile.sortingModel(), request.clock, request.cancellation,
-                          serverOf(request.profile))) {
+    if (std::optional<APIError> failure = checkConnection(request.apiKey,
+                                                          request.profile.sortingModel(),
+                                                          request.clock,
+                                                          request.cancellation,
+                                                          serverOf(request.profile))) {
         outcome.cancelled = cancelled(request);
         outcome.failure = std::move(failure);
         outcome.connectionFailed = true;

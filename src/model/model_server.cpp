@@ -70,7 +70,8 @@ std::optional<QString> ModelServer::addressProblem(const QString& address)
     if (!url.isValid() || url.host().isEmpty() || (scheme != u"http" && scheme != u"https"))
         return text(QT_TRANSLATE_NOOP("ModelServer", "Enter the server's address, like http://localhost:11434."));
     if (!url.userInfo().isEmpty() || url.hasQuery() || url.hasFragment())
-        return text(QT_TRANSLATE_NOOP("ModelServer", "Enter the server's address alone, without a name, password or query."));
+        return text(
+            QT_TRANSLATE_NOOP("ModelServer", "Enter the server's address alone, without a name, password or query."));
     if (scheme == u"http" && !isPrivateHost(url.host()))
         return text(QT_TRANSLATE_NOOP("ModelServer",
                                       "A server outside your computer or home network needs an https:// address."));

@@ -278,8 +278,8 @@ Classifier::Decisions Classifier::secondLook(const QList<ScannedItem>& items, De
     // A server of one's own looks twice only with a second model the person named.
     const QString strongerModel
         = m_profile.sortWith == SortWith::ownServer ? m_profile.server.secondModel : kSecondPassModel;
-    const bool strongest = m_profile.sortWith == SortWith::ownServer ? strongerModel == model()
-                                                                      : model().contains(u"opus"_s);
+    const bool strongest
+        = m_profile.sortWith == SortWith::ownServer ? strongerModel == model() : model().contains(u"opus"_s);
     if (strongerModel.isEmpty() || strongest)
         return decided;
     QList<ScannedItem> unsure;

@@ -19,7 +19,8 @@ struct Result
     std::optional<bool> acceptsImages; // unknown when the image could not be tried
 };
 
-Result run(const ModelServer& server, const QString& key, const Clock* clock = nullptr, CancellationPtr cancellation = {});
+Result
+run(const ModelServer& server, const QString& key, const Clock* clock = nullptr, CancellationPtr cancellation = {});
 
 // The model names in a /v1/models answer ({"data": [{"id": ...}]}, or {"models": [{"name": ...}]}).
 QStringList modelsIn(const QByteArray& body);

@@ -181,7 +181,8 @@ private Q_SLOTS:
             if (request.isConnectionCheck() || request.imageCount() > 0)
                 return FakeClaudeServer::reply(u"OK"_s, 10, 1);
             return FakeClaudeServer::sortingReply(request, [](qint64) {
-                return QJsonObject {{"category"_L1, u"library"_s}, {"confidence"_L1, u"low"_s}, {"reason"_L1, u"maybe"_s}};
+                return QJsonObject {
+                    {"category"_L1, u"library"_s}, {"confidence"_L1, u"low"_s}, {"reason"_L1, u"maybe"_s}};
             });
         });
         const QString h = home.path();

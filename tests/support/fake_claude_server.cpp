@@ -101,9 +101,9 @@ public:
             }
             if (!target)
                 return;
-            target->write("HTTP/1.1 " + QByteArray::number(response.status)
-                          + " Status\r\nContent-Type: " + response.contentType + "\r\nContent-Length: "
-                          + QByteArray::number(response.body.size()) + "\r\n\r\n" + response.body);
+            target->write("HTTP/1.1 " + QByteArray::number(response.status) + " Status\r\nContent-Type: "
+                          + response.contentType + "\r\nContent-Length: " + QByteArray::number(response.body.size())
+                          + "\r\n\r\n" + response.body);
         });
     }
 };
@@ -204,15 +204,19 @@ std::optional<FakeClaudeServer::Response> FakeClaudeServer::localAnswer(const Lo
     const auto refuse = [&mode](int status, const QString& message) {
         if (mode.htmlErrors)
             return Response {status, "<html><body><h1>" + message.toUtf8() + "</h1></body></html>", -1, "text/html"};
-        const QJsonObject error {{"type"_L1, u"error"_s},
-                                 {"error"_L1, QJsonObject {{"type"_L1, u"invalid_request_error"_s}, {"message"_L1, message}}}};
+        const QJsonObject error {
+            {"type"_L1, u"error"_s},
+            {"error"_L1, QJsonObject {{"type"_L1, u"invalid_request_error"_s}, {"message"_L1, message}}}};
         return Response {status, QJsonDocument(error).toJson(QJsonDocument::Compact), -1, "application/json"};
     };
     if (request.method == "GET" && request.path == "/v1/models") {
         QJsonArray listed;
         for (const QString& model : mode.models)
             listed.append(QJsonObject {{"id"_L1, model}, {"type"_L1, u"model"_s}});
-        return Response {200, QJsonDocument(QJsonObject {{"data"_L1, listed}}).toJson(QJsonDocument::Compact), -1, "application/json"};
+        return Response {200,
+                         QJsonDocument(QJsonObject {{"data"_L1, listed}}).toJson(QJsonDocument::Compact),
+                         -1,
+                         "application/json"};
     }
     if (request.method != "POST" || request.path != "/v1/messages")
         return refuse(404, u"no such endpoint"_s);

@@ -69,8 +69,8 @@ public:
     void add(int count, FileKind kind)
     {
         for (int i = 0; i < count; ++i) {
-            const QString path = home.path() + u"/Downloads/item %1.%2"_s.arg(items.size()).arg(
-                                     kind == FileKind::image ? u"png"_s : u"txt"_s);
+            const QString path = home.path()
+                + u"/Downloads/item %1.%2"_s.arg(items.size()).arg(kind == FileKind::image ? u"png"_s : u"txt"_s);
             if (kind == FileKind::image)
                 FileFactory::png(path, 40, 30);
             else
@@ -152,7 +152,8 @@ private Q_SLOTS:
         // Written before the choice existed: decodes as it was, sorting with Claude.
         const QJsonObject older = QJsonDocument::fromJson(R"({"onboarded": true, "projects": [], "renameFiles": true,
             "keepInstallers": false, "autoTidy": false, "homeBase": "/h/Documents", "scanFolders": [],
-            "model": "claude-haiku-5-5"})").object();
+            "model": "claude-haiku-5-5"})")
+                                      .object();
         const std::optional<Profile> decoded = Profile::fromJson(older);
         QVERIFY(decoded);
         QCOMPARE(decoded->sortWith, SortWith::claude);
@@ -215,8 +216,8 @@ private Q_SLOTS:
         QTest::addColumn<bool>("html");
         QTest::addColumn<QString>("model");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("unknown model")
-            << false << u"x"_s << u"Your model server refused the request (error 404): model 'x' not found."_s;
+        QTest::newRow("unknown model") << false << u"x"_s
+                                       << u"Your model server refused the request (error 404): model 'x' not found."_s;
         QTest::newRow("unknown model, html page")
             << true << u"x"_s << u"Your model server refused the request (error 404)."_s;
     }
