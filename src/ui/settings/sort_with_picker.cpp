@@ -34,7 +34,11 @@ SortWithPicker::SortWithPicker(QWidget* parent)
         m_choices.append(choice);
     }
     setChoice(SortWith::claude);
-    connect(m_group, &QButtonGroup::idClicked, this, [this](int id) { Q_EMIT chosen(m_choices.value(id)); });
+    // Toggled rather than clicked: a screen reader's Toggle action chooses without a click.
+    connect(m_group, &QButtonGroup::idToggled, this, [this](int id, bool checked) {
+        if (checked && !m_showing)
+            Q_EMIT chosen(m_choices.value(id));
+    });
 }
 
 SortWith SortWithPicker::choice() const
@@ -44,6 +48,8 @@ SortWith SortWithPicker::choice() const
 
 void SortWithPicker::setChoice(SortWith choice)
 {
+    m_showing = true;
     if (QAbstractButton* option = m_group->button(int(m_choices.indexOf(choice))))
         option->setChecked(true);
+    m_showing = false;
 }

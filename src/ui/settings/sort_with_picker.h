@@ -17,6 +17,7 @@ public:
     explicit SortWithPicker(QWidget* parent = nullptr);
 
     SortWith choice() const;
+    // Shows `choice` without announcing it as chosen.
     void setChoice(SortWith choice);
 
 Q_SIGNALS:
@@ -25,4 +26,5 @@ Q_SIGNALS:
 private:
     QButtonGroup* m_group;
     QList<SortWith> m_choices; // by button id
+    bool m_showing = false; // set by the program, not chosen by the person
 };
