@@ -189,10 +189,11 @@ int refresh(AppState& state, TidyMode mode, bool replace, QTextStream& out, QTex
         }
         out << "Review with 'brindlow-cli plan', then 'brindlow-cli apply'.\n";
     }
+    // Nothing was asked without a model, so there is no cost to tell.
     if (state.preferences().profile().sortWith == SortWith::ownServer)
         out << "No charge\n";
-    else
-        out << Usage::costText(state.refresh().lastRunCost().value_or(0)) << '\n';
+    else if (const std::optional<double> cost = state.refresh().lastRunCost())
+        out << Usage::costText(*cost) << '\n';
     return failed ? kFailed : kOk;
 }
 
@@ -265,8 +266,8 @@ std::optional<int> sortWithOption(const QString& arg,
             options.profile.sortWith = SortWith::ownServer;
         return kOk;
     }
-    if (arg == u"--claude") {
-        options.profile.sortWith = SortWith::claude;
+    if (arg == u"--claude" || arg == u"--no-model") {
+        options.profile.sortWith = arg == u"--claude" ? SortWith::claude : SortWith::noModel;
         return kOk;
     }
     return std::nullopt;
@@ -366,6 +367,23 @@ int setupServer(SetupOptions& options, QTextStream& out, QTextStream& err)
     return kOk;
 }
 
+// Sorting by kind needs no key: none is asked for, and one stored earlier stays for later.
+int setupWithoutModel(SetupOptions& options, QTextStream& out, QTextStream& err)
+{
+    if (options.keyFile)
+        return usageError(err, u"--key-file has no use with --no-model: nothing is sent anywhere"_s);
+    AppState state;
+    useTerminalNotices(state, err);
+    state.init();
+    Profile onboarded = options.profile;
+    onboarded.onboarded = true;
+    state.preferences().setProfile(onboarded);
+    if (saved(state, err) != kOk)
+        return kFailed;
+    out << "Brindlow is set up to sort by kind, without a model. Run 'brindlow-cli refresh' to sort your files.\n";
+    return kOk;
+}
+
 int setup(const QStringList& args, QTextStream& out, QTextStream& err)
 {
     std::variant<SetupOptions, int> parsed = setupOptions(args, err);
@@ -374,6 +392,8 @@ int setup(const QStringList& args, QTextStream& out, QTextStream& err)
     SetupOptions& options = std::get<SetupOptions>(parsed);
     if (options.profile.sortWith == SortWith::ownServer)
         return setupServer(options, out, err);
+    if (options.profile.sortWith == SortWith::noModel)
+        return setupWithoutModel(options, out, err);
     const std::optional<QString> key = options.keyFile ? readKeyFile(*options.keyFile, err) : promptForKey(err);
     if (!key)
         return kFailed;
@@ -406,6 +426,8 @@ int status(AppState& state, QTextStream& out)
     if (profile.sortWith == SortWith::ownServer)
         out << "Sorting with: your model server at " << VisibleText::of(profile.server.address) << " ("
             << VisibleText::of(profile.sortingModel()) << ")\n";
+    else if (profile.sortWith == SortWith::noModel)
+        out << "Sorting without a model\n";
     else
         out << "Sorting with: Claude (" << VisibleText::of(profile.model) << ")\n";
     out << state.preferences().lastRunText() << '\n';
@@ -604,13 +626,15 @@ const QMap<QString, Command>& commands()
 {
     static const QMap<QString, Command> table {
         {u"setup"_s,
-         {u"[--claude | --server URL [--careful-model NAME] [--second-model NAME]] [--key-file PATH] "
+         {u"[--claude | --server URL [--careful-model NAME] [--second-model NAME] | --no-model] [--key-file PATH] "
           u"[--folders Desktop,Downloads,Documents] [--model NAME] [--no-rename] [--keep-installers] "
           u"[--sunday-reset] [--no-test]"_s,
           u"Sets Brindlow up: stores your Claude API key (read from the file given with --key-file, or from "
           u"standard input without echo), checks it with one tiny request unless --no-test, and saves your "
           u"preferences. With --server, Brindlow sorts with a model server of your own at URL using the model "
-          u"--model names; its key, when it needs one, is read from --key-file. --claude goes back to Claude."_s,
+          u"--model names; its key, when it needs one, is read from --key-file. With --no-model no key is "
+          u"needed: files are sorted by their kind and nothing leaves this computer. --claude goes back to "
+          u"Claude."_s,
           Needs::nothing,
           [](const Call& call) { return setup(call.args, call.out, call.err); }}},
         {u"refresh"_s,

@@ -173,11 +173,15 @@ void Preferences::saveServerKey(const QString& key)
 
 QString Preferences::keyInUse() const
 {
+    if (m_profile.sortWith == SortWith::noModel)
+        return QString();
     return m_profile.sortWith == SortWith::ownServer ? m_serverKey : m_apiKey;
 }
 
 bool Preferences::readyToSort() const
 {
+    if (m_profile.sortWith == SortWith::noModel)
+        return true;
     if (m_profile.sortWith == SortWith::ownServer)
         return !m_profile.server.address.isEmpty() && !m_profile.server.sortingModel.isEmpty();
     return !m_apiKey.isEmpty();

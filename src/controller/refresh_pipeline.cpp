@@ -3,6 +3,7 @@
 #include "common/numbers.h"
 #include "model/home_tree.h"
 #include "model/user_folders.h"
+#include "planning/kind_sorting.h"
 #include "planning/planner.h"
 #include "planning/rules.h"
 #include "scan/scanner.h"
@@ -130,6 +131,47 @@ Classifier classifierFor(const Request& request, const Profile& profile)
     return classifier;
 }
 
+// Without a model, what the rules leave open is sorted by its kind; a junk-only refresh leaves
+// it be, as only the model could have called it junk.
+Decisions sortByKind(const QList<ScannedItem>& items, const Rules::Triage& ruled, TidyMode mode)
+{
+    Decisions decisions = ruled.decisions;
+    if (mode == TidyMode::junkOnly)
+        return decisions;
+    for (const ScannedItem& item : items) {
+        if (decisions.contains(item.id) || (item.isDir && item.kind != FileKind::folder))
+            continue;
+        if (std::optional<Decision> decision = KindSorting::decide(item))
+            decisions.insert(item.id, std::move(*decision));
+    }
+    return decisions;
+}
+
+// Asks the model about what the rules left open, then takes a second look at what it was unsure
+// of; false when the refresh failed or was stopped.
+bool askModel(const Request& request,
+              const Profile& profile,
+              const QList<ScannedItem>& items,
+              const Rules::Triage& ruled,
+              Outcome& outcome,
+              const Reports& reports,
+              Decisions& decisions)
+{
+    const Classifier classifier = classifierFor(request, profile);
+    const auto progress = [&reports, total = outcome.classified](int decided) { reports.progress(decided, total); };
+    Classifier::Outcome<Decisions> answered = classifier.firstPass(ruled.toAsk, ruled.decisions, progress);
+    if (const APIError* error = std::get_if<APIError>(&answered)) {
+        outcome.cancelled = cancelled(request);
+        outcome.failure = *error;
+        return false;
+    }
+    decisions = std::get<Decisions>(std::move(answered));
+    if (request.mode != TidyMode::junkOnly)
+        decisions = classifier.secondLook(items, std::move(decisions));
+    outcome.everyRequestFailed = everyRequestFailed(ruled.toAsk, decisions);
+    return true;
+}
+
 } // namespace
 
 ScanOptions scanOptions(const Profile& profile, TidyMode mode, const QString& home)
@@ -178,11 +220,14 @@ std::optional<APIError> checkConnection(const QString& apiKey,
 Outcome run(const Request& request, const Reports& reports)
 {
     Outcome outcome;
-    if (std::optional<APIError> failure = checkConnection(request.apiKey,
-                                                          request.profile.sortingModel(),
-                                                          request.clock,
-                                                          request.cancellation,
-                                                          serverOf(request.profile))) {
+    // Sorting by kind sends nothing anywhere, so there is no connection to prove.
+    const bool withModel = request.profile.sortWith != SortWith::noModel;
+    if (std::optional<APIError> failure = withModel ? checkConnection(request.apiKey,
+                                                                      request.profile.sortingModel(),
+                                                                      request.clock,
+                                                                      request.cancellation,
+                                                                      serverOf(request.profile))
+                                                    : std::nullopt) {
         outcome.cancelled = cancelled(request);
         outcome.failure = std::move(failure);
         outcome.connectionFailed = true;
@@ -197,7 +242,8 @@ Outcome run(const Request& request, const Reports& reports)
     outcome.capNotice = capToNewest(items);
     outcome.classified = int(items.size());
     reports.total(outcome.classified);
-    const Profile profile = learnProjects(request, items, reports);
+    // Without a model, projects come only from the person.
+    const Profile profile = withModel ? learnProjects(request, items, reports) : request.profile;
     if (cancelled(request)) {
         outcome.cancelled = true;
         return outcome;
@@ -205,18 +251,13 @@ Outcome run(const Request& request, const Reports& reports)
     announce(outcome.classified, reports);
 
     const Rules::Triage ruled = Rules::triage(items, profile, request.mode);
-    const Classifier classifier = classifierFor(request, profile);
-    const auto progress = [&reports, total = outcome.classified](int decided) { reports.progress(decided, total); };
-    Classifier::Outcome<Decisions> answered = classifier.firstPass(ruled.toAsk, ruled.decisions, progress);
-    if (const APIError* error = std::get_if<APIError>(&answered)) {
-        outcome.cancelled = cancelled(request);
-        outcome.failure = *error;
+    Decisions decisions;
+    if (!withModel) {
+        decisions = sortByKind(items, ruled, request.mode);
+        reports.progress(outcome.classified, outcome.classified);
+    } else if (!askModel(request, profile, items, ruled, outcome, reports, decisions)) {
         return outcome;
     }
-    Decisions decisions = std::get<Decisions>(std::move(answered));
-    if (request.mode != TidyMode::junkOnly)
-        decisions = classifier.secondLook(items, std::move(decisions));
-    outcome.everyRequestFailed = everyRequestFailed(ruled.toAsk, decisions);
     outcome.plan = Planner::plan(items, decisions, profile);
     outcome.cancelled = cancelled(request);
     return outcome;

@@ -242,8 +242,9 @@ void RefreshRun::finish(const RefreshPipeline::Outcome& result)
 
 std::optional<double> RefreshRun::closeUsage(int files)
 {
-    // A server of one's own costs nothing, and its runs are no part of what Claude cost.
-    if (m_sortedWith == SortWith::ownServer)
+    // A server of one's own costs nothing, and its runs are no part of what Claude cost; without
+    // a model nothing was asked at all.
+    if (m_sortedWith != SortWith::claude)
         return std::nullopt;
     return Usage::shared().endRun(files, m_clock.now());
 }

@@ -19,6 +19,7 @@ enum class Provenance : quint8 {
     unanswered, // the reply left the item out
     failed, // the batch's request failed or its answer could not be read
     noPreview, // no contact sheet could be drawn, so nothing was asked
+    kindTable, // sorted by its kind and name alone, with no model at all
 };
 
 // How one item was classified, by the model or by a rule. Never stored.

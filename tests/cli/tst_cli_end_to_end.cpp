@@ -5,6 +5,7 @@
 #include "support/plan_factory.h"
 #include "support/tmpfs_mount.h"
 #include "understanding/discovery.h"
+#include "understanding/usage.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -393,6 +394,84 @@ private Q_SLOTS:
         QCOMPARE(cli(home, {u"refresh"_s, u"--replace"_s, u"--deep"_s, u"--quick"_s}).code, 2);
         QCOMPARE(cli(home, {u"discard"_s}).code, 0);
         QVERIFY(cli(home, {u"status"_s}).out.contains(u"Projects known: 1"_s));
+    }
+
+    // A person without a key: the rules and the kind table make the whole plan, and nothing of
+    // the home is sent anywhere, not even a key check.
+    void sortsWithoutAModel()
+    {
+        TempHome home;
+        FakeClaudeServer server;
+        serveEverything(server);
+        const QString h = home.path();
+        FileFactory::png(h + u"/Desktop/Screenshot from 2024-05-01 10-00-00.png"_s, 640, 400);
+        FileFactory::jpeg(h + u"/Downloads/IMG_4032.jpg"_s, 800, 600);
+        FileFactory::jpeg(h + u"/Downloads/moodboard.jpg"_s, 300, 200);
+        FileFactory::write(h + u"/Downloads/Inter-Regular.ttf"_s, "font bytes");
+        FileFactory::write(h + u"/Downloads/song.mp3"_s, "music bytes");
+        FileFactory::pdf(h + u"/Downloads/lease.pdf"_s, {u"Tenancy agreement"_s});
+        FileFactory::write(h + u"/Documents/budget.csv"_s, "rent,food\n900,300\n");
+        FileFactory::write(h + u"/Downloads/backup.zip"_s, "zip bytes");
+        FileFactory::setModified(h + u"/Downloads/backup.zip"_s, QDateTime(QDate(2021, 6, 1), QTime(12, 0)));
+        FileFactory::write(h + u"/Downloads/blob.bin"_s, "\x7f\x01\x02 unknown");
+        FileFactory::write(h + u"/Downloads/saved page.html"_s, "<html>recipe</html>");
+        FileFactory::write(h + u"/Downloads/movie.mp4.crdownload"_s, "half a movie");
+        FileFactory::write(h + u"/Downloads/notes.txt"_s, "same words");
+        FileFactory::write(h + u"/Downloads/notes (1).txt"_s, "same words");
+
+        // No key is asked for: the prompt would wait on an empty standard input and fail.
+        Run run = cli(home, {u"setup"_s, u"--no-model"_s});
+        QVERIFY2(run.code == 0, qPrintable(run.err));
+        QCOMPARE(Store::loadKey(), std::nullopt);
+        QCOMPARE(Store::loadProfile().sortWith, SortWith::noModel);
+        QVERIFY(cli(home, {u"status"_s}).out.contains(u"\nSorting without a model\n"_s));
+        QCOMPARE(cli(home, {u"setup"_s, u"--no-model"_s, u"--key-file"_s, h + u"/k"_s}).code, 2);
+
+        run = cli(home, {u"refresh"_s, u"--deep"_s});
+        QVERIFY2(run.code == 0, qPrintable(run.err));
+        QVERIFY2(!run.out.contains(u"cost"_s), qPrintable(run.out));
+        const QJsonArray plan = QJsonDocument::fromJson(cli(home, {u"plan"_s, u"--json"_s}).out.toUtf8()).array();
+        const QList<std::tuple<QString, QString, QString>> expected {
+            {u"Screenshot from 2024-05-01 10-00-00.png"_s, u"Library/Screenshots"_s, u"Sorted by kind: Screenshot"_s},
+            {u"IMG_4032.jpg"_s, u"Personal/Photos"_s, u"Sorted by kind: Photo from a camera or phone"_s},
+            {u"moodboard.jpg"_s, u"Library/Reference & Inspiration"_s, u"Sorted by kind: Image"_s},
+            {u"Inter-Regular.ttf"_s, u"Library/Fonts"_s, u"Sorted by kind: Font"_s},
+            {u"song.mp3"_s, u"Personal/Music"_s, u"Sorted by kind: Music"_s},
+            {u"lease.pdf"_s, u"Personal/Documents"_s, u"Sorted by kind: PDF document"_s},
+            {u"budget.csv"_s, u"Personal/Documents"_s, u"Sorted by kind: Spreadsheet"_s},
+            {u"backup.zip"_s, u"Archive/2021"_s, u"Sorted by kind: Archive"_s},
+            {u"saved page.html"_s, u"Library/Saved Web Pages"_s, u"Sorted by kind: Saved web page"_s},
+            {u"blob.bin"_s, u"Brindlow Review/Needs You"_s, u"Brindlow couldn't tell what this is without a model."_s},
+            {u"movie.mp4.crdownload"_s,
+             u"Brindlow Review/To Delete - Review First/Unfinished downloads"_s,
+             u"Leftover from a download that never finished"_s},
+            {u"notes (1).txt"_s,
+             u"Brindlow Review/Duplicates - Review First"_s,
+             u"Exact copy of a file you're keeping"_s},
+        };
+        for (const auto& [name, folder, reason] : expected) {
+            QCOMPARE(kindOf(plan, name, "destFolder"_L1), folder);
+            QCOMPARE(kindOf(plan, name, "reason"_L1), reason);
+        }
+        QCOMPARE(kindOf(plan, u"notes.txt"_s, "destFolder"_L1), u"Personal/Documents"_s);
+        QCOMPARE(kindOf(plan, u"IMG_4032.jpg"_s, "confidence"_L1), u"medium"_s);
+        QCOMPARE(plan.size(), expected.size() + 1);
+        for (const QJsonValue& item : plan)
+            QVERIFY(!item.toObject().contains("newName"_L1)); // names come only from a model
+
+        run = cli(home, {u"apply"_s});
+        QVERIFY2(run.code == 0, qPrintable(run.err));
+        const QString base = h + u"/Documents/"_s;
+        QVERIFY(QFile::exists(base + u"Personal/Photos/IMG_4032.jpg"_s));
+        QVERIFY(QFile::exists(base + u"Archive/2021/backup.zip"_s));
+        QVERIFY(QFile::exists(h + u"/Downloads/blob.bin"_s)); // Needs You waits for the person
+        QCOMPARE(cli(home, {u"undo"_s}).code, 0);
+        QVERIFY(QFile::exists(h + u"/Downloads/IMG_4032.jpg"_s)
+                && QFile::exists(h + u"/Desktop/"_s + std::get<0>(expected[0])));
+
+        QVERIFY(server.requests().isEmpty());
+        QVERIFY(Usage::readLog().months.isEmpty());
+        QCOMPARE(Store::loadProfile().projects.size(), 0); // no discovery
     }
 
     // Applies listed newest first and numbered, the files of one, and some of them put back.
