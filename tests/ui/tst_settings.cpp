@@ -309,6 +309,36 @@ private Q_SLOTS:
         QVERIFY(QFile::exists(f.autostartPath()));
     }
 
+    // A newcomer without an account: no key, straight to a plan with nothing sent anywhere; the
+    // choice shows in Settings and can be switched back.
+    void sortWithoutAModel()
+    {
+        Fixture f(false);
+        f.home.writeFile(u"Downloads/lease.pdf"_s, "%PDF-1.4 tenancy");
+        f.home.writeFile(u"Downloads/blob.bin"_s, "\x01\x02");
+        auto window = openOnboarding(f);
+        click(control(*window, u"Sort without a model"_s));
+        QCOMPARE(window->step(), 1);
+        QSignalSpy finished(&f.state.get()->refresh(), &RefreshRun::finished);
+        click(control(*window, u"Start my first refresh"_s));
+        QCOMPARE(f.state->activity().phase(), Phase::scanning);
+        QVERIFY(finished.wait(20000));
+        QCOMPARE(f.state->activity().phase(), Phase::review);
+        QCOMPARE(f.state->review().plan().size(), 2);
+        QVERIFY(!f.state->refresh().lastRunCost()); // the panel leaves the cost line out
+        QVERIFY(f.server.requests().isEmpty());
+        QCOMPARE(Store::loadKey(), std::nullopt);
+        f.state->review().flushEdits();
+        QCOMPARE(Store::loadProfile().sortWith, SortWith::noModel);
+
+        auto settings = openWindow(f);
+        QAbstractButton* withoutModel = control(*settings, u"Sort without a model"_s);
+        QVERIFY(withoutModel->isChecked());
+        click(withoutModel);
+        QTRY_COMPARE(Store::loadProfile().sortWith, SortWith::claude);
+        QThreadPool::globalInstance()->waitForDone();
+    }
+
     // The key is replaced but never shown; the reminder follows both its own switch and Sunday
     // Reset. The preference rows are the onboarding's own, tested there.
     void keyAndPreferences()
