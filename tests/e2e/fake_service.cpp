@@ -24,8 +24,18 @@ void writeFile(const QString& relativePath, const QByteArray& bytes)
         qFatal("fake_service: cannot write %s", qPrintable(path));
 }
 
+// Every request leaves a line in a hidden file of the home, where no scan looks, so a test can
+// prove that nothing was sent.
+void recordRequest()
+{
+    QFile log(QDir::home().filePath(u".fake-service-requests"_s));
+    if (!log.open(QIODevice::Append) || log.write("request\n") != 8)
+        qFatal("fake_service: cannot record a request");
+}
+
 FakeClaudeServer::Response answer(const FakeClaudeServer::Request& request)
 {
+    recordRequest();
     if (request.json().value("system"_L1).toString() == u"Reply with OK.")
         return FakeClaudeServer::reply(u"OK"_s, 10, 1);
     return FakeClaudeServer::sortingReply(request, [](qint64) {
@@ -40,8 +50,9 @@ FakeClaudeServer::Response answer(const FakeClaudeServer::Request& request)
 
 // The world a person's tray program meets in the end-to-end tests: an onboarded profile, a key
 // and a few new files in $HOME (with --newcomer, the files alone: set-up is still to come; with
-// --slow, every answer takes a second and a half, long enough to see the work under way), and the Messages API on loopback. Prints the API's address on
-// one line, then serves until its standard input closes, so it never outlives the test driving it.
+// --slow, every answer takes a second and a half, long enough to see the work under way), and the Messages API on
+// loopback. Prints the API's address on one line, then serves until its standard input closes, so it never outlives the
+// test driving it.
 int main(int argc, char* argv[])
 {
     QCoreApplication app(argc, argv);

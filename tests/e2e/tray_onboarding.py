@@ -2,11 +2,13 @@
 screen and a large one: "Get started" opens set-up as a frame titled "Welcome to Brindlow", the
 connection test's answer is read out in its own words, both steps keep every control on the
 screen, and "Start my first refresh" brings the panel back to show the refresh under way. Once
-more with "A server of your own" chosen and no key, through to "Review changes".
+more with "A server of your own" chosen and no key, through to "Review changes"; and with "No
+model", through to "Review changes" with no key stored and no request made.
 
-Usage (under dbus-run-session): tray_onboarding.py BRINDLOW FAKE_SERVICE [WIDTHxHEIGHT [server]]
+Usage (under dbus-run-session): tray_onboarding.py BRINDLOW FAKE_SERVICE [WIDTHxHEIGHT [server | none]]
 """
 
+import os
 import subprocess
 import sys
 
@@ -64,6 +66,9 @@ def run(program, fake_service, size, own_server=False):
             screen.press(wait_for('"Test connection"', lambda: screen.showing("Test connection"), 10, alive))
             # The answer itself is what a screen reader reads, not a caption standing for it.
             wait_for('the result "Connected."', lambda: screen.showing("Connected."), 30, alive)
+            # The service's record of requests, which the way without a model must leave empty.
+            if not os.path.exists(os.path.join(session.home, ".fake-service-requests")):
+                raise Failure("the fake service kept no record of the connection test")
 
         screen.press(wait_for('"Continue"', lambda: screen.showing("Continue"), 10, alive))
         start = wait_for('"Start my first refresh"', lambda: screen.showing("Start my first refresh"), 10, alive)
@@ -81,10 +86,37 @@ def run(program, fake_service, size, own_server=False):
         in_reach(screen, "Brindlow", size, alive)
 
 
+def run_without_model(program, fake_service, size):
+    with Session(program, fake_service) as session:
+        session.start_display(size)
+        session.start_accessibility_bus()
+        watcher = Watcher(session.bus())
+        session.start_fake_service(newcomer=True)
+        brindlow = session.start_program()
+        alive = [("brindlow", brindlow)]
+        screen = Accessible(brindlow.pid)
+        wait_for("the tray item", lambda: watcher.items, 30, alive)
+
+        screen.press(wait_for('"Get started"', lambda: screen.showing("Get started"), 30, alive))
+        screen.press(wait_for('"No model"', lambda: screen.showing("No model"), 10, alive))
+        screen.press(wait_for('"Continue"', lambda: screen.showing("Continue"), 10, alive))
+        start = wait_for('"Start my first refresh"', lambda: screen.showing("Start my first refresh"), 10, alive)
+        in_reach(screen, WELCOME, size, alive)
+        screen.press(start)
+        wait_for('the panel offering "Review changes"', lambda: screen.showing("Review changes"), 60, alive)
+        if os.path.exists(os.path.join(session.home, ".local/share/Brindlow/config.json")):
+            raise Failure("a key was stored although none was given")
+        if os.path.exists(os.path.join(session.home, ".fake-service-requests")):
+            raise Failure("a request reached the service although no model was chosen")
+
+
 def main(program, fake_service, size=None, variant=None):
     skip_unless_available()
     if size:
-        run(program, fake_service, tuple(int(n) for n in size.split("x")), variant == "server")
+        if variant == "none":
+            run_without_model(program, fake_service, tuple(int(n) for n in size.split("x")))
+        else:
+            run(program, fake_service, tuple(int(n) for n in size.split("x")), variant == "server")
         return
     # One process per screen: the accessibility library keeps its first bus for good.
     for width, height in SIZES:
@@ -97,6 +129,10 @@ def main(program, fake_service, size=None, variant=None):
     if code != 0:
         sys.exit(code)
     print(f"PASS with a server of one's own at {width}x{height}")
+    code = subprocess.run([sys.executable, __file__, program, fake_service, f"{width}x{height}", "none"]).returncode
+    if code != 0:
+        sys.exit(code)
+    print(f"PASS with no model at {width}x{height}")
 
 
 if __name__ == "__main__":
