@@ -105,8 +105,6 @@ private Q_SLOTS:
                                    << u"Sorted by kind: Sound recording"_s;
         QTest::newRow("pdf") << item(u"lease.pdf"_s, FileKind::pdf) << u"Personal/Documents"_s
                              << u"Sorted by kind: PDF document"_s;
-        QTest::newRow("slides") << item(u"pitch.key"_s, FileKind::slides) << u"Personal/Documents"_s
-                                << u"Sorted by kind: Presentation"_s;
         QTest::newRow("archive by its year")
             << item(u"old.tar.gz"_s, FileKind::archive) << u"Archive/2022"_s << u"Sorted by kind: Archive"_s;
         QTest::newRow("kept installer") << item(u"tool.deb"_s, FileKind::installer, {JunkHint::installer})
@@ -118,8 +116,6 @@ private Q_SLOTS:
         QTest::newRow("script") << item(u"fix.py"_s, FileKind::code) << u"Brindlow Review/Needs You"_s << unknown;
         QTest::newRow("unknown binary") << item(u"blob.bin"_s, FileKind::other) << u"Brindlow Review/Needs You"_s
                                         << unknown;
-        QTest::newRow("no extension") << item(u"README"_s, FileKind::other) << u"Brindlow Review/Needs You"_s
-                                      << unknown;
         QTest::newRow("folder of mixed content")
             << item(u"stuff"_s, FileKind::folder) << u"Brindlow Review/Needs You"_s << unknown;
     }
