@@ -37,10 +37,11 @@ public:
     // The key of the person's own model server; empty when it needs none.
     QString serverKey() const;
     void saveServerKey(const QString& key);
-    // The key a refresh sends: the server's when the person sorts with one, else Claude's.
+    // The key a refresh sends: the server's when the person sorts with one, none without a model,
+    // else Claude's.
     QString keyInUse() const;
     // Whether a refresh has what it needs to ask the model: Claude's key, or a server's address
-    // and sorting model.
+    // and sorting model; always without a model.
     bool readyToSort() const;
     bool sundayReminderOn() const;
     void setSundayReminderOn(bool on);

@@ -317,7 +317,9 @@ private Q_SLOTS:
         f.home.writeFile(u"Downloads/lease.pdf"_s, "%PDF-1.4 tenancy");
         f.home.writeFile(u"Downloads/blob.bin"_s, "\x01\x02");
         auto window = openOnboarding(f);
-        click(control(*window, u"Sort without a model"_s));
+        click(control(*window, u"No model"_s));
+        QVERIFY(!control<QLineEdit>(*window, u"Claude API key"_s)); // hidden: no key is asked for
+        click(control(*window, u"Continue"_s));
         QCOMPARE(window->step(), 1);
         QSignalSpy finished(&f.state.get()->refresh(), &RefreshRun::finished);
         click(control(*window, u"Start my first refresh"_s));
@@ -332,10 +334,12 @@ private Q_SLOTS:
         QCOMPARE(Store::loadProfile().sortWith, SortWith::noModel);
 
         auto settings = openWindow(f);
-        QAbstractButton* withoutModel = control(*settings, u"Sort without a model"_s);
-        QVERIFY(withoutModel->isChecked());
-        click(withoutModel);
+        QVERIFY(control(*settings, u"No model"_s)->isChecked());
+        QVERIFY(!control<QLineEdit>(*settings, u"Claude API key"_s));
+        click(control(*settings, u"Claude"_s));
         QTRY_COMPARE(Store::loadProfile().sortWith, SortWith::claude);
+        click(control(*settings, u"No model"_s));
+        QTRY_COMPARE(Store::loadProfile().sortWith, SortWith::noModel);
         QThreadPool::globalInstance()->waitForDone();
     }
 

@@ -76,6 +76,8 @@ QString ConnectStep::key() const
 
 bool ConnectStep::ready() const
 {
+    if (m_picker->choice() == SortWith::noModel)
+        return true;
     if (m_picker->choice() == SortWith::ownServer)
         return !m_server->problem();
     return !m_key->text().trimmed().isEmpty();
@@ -89,7 +91,7 @@ void ConnectStep::save()
         profile.server = m_server->server();
         if (!m_server->key().isEmpty())
             m_preferences.saveServerKey(m_server->key());
-    } else {
+    } else if (profile.sortWith == SortWith::claude) {
         m_preferences.saveKey(m_key->text());
     }
     m_preferences.setProfile(profile);
@@ -98,7 +100,8 @@ void ConnectStep::save()
 void ConnectStep::showChoice()
 {
     const bool server = m_picker->choice() == SortWith::ownServer;
-    m_claude->setVisible(!server);
+    // Without a model there is nothing to connect: no key, no address.
+    m_claude->setVisible(m_picker->choice() == SortWith::claude);
     m_server->setVisible(server);
     Q_EMIT keyChanged(m_key->text());
 }

@@ -10,8 +10,8 @@ class QLineEdit;
 class QPushButton;
 
 // The first set-up step: the person chooses what sorts their files, then pastes their Claude API
-// key or names their own model server, and may try it. The test runs in the background; the
-// window stays alive while it does.
+// key or names their own model server, and may try it; without a model nothing more is asked. The test runs in the
+// background; the window stays alive while it does.
 class ConnectStep : public QWidget
 {
     Q_OBJECT

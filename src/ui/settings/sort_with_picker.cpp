@@ -20,6 +20,7 @@ SortWithPicker::SortWithPicker(QWidget* parent)
         {SortWith::ownServer,
          tr("A server of your own"),
          tr("A model on your computer or network; your files never leave it")},
+        {SortWith::noModel, tr("No model"), tr("Sort by kind. Nothing leaves this computer.")},
     };
     for (const auto& [choice, title, caption] : choices) {
         auto* option = new QRadioButton(title, this);

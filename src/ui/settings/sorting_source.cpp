@@ -43,7 +43,7 @@ void SortingSource::showProfile()
     const SortWith stored = m_preferences.profile().sortWith;
     m_picker->setChoice(stored);
     const bool server = m_picker->choice() == SortWith::ownServer;
-    m_key->setVisible(!server);
+    m_key->setVisible(m_picker->choice() == SortWith::claude);
     m_server->setVisible(server);
     m_save->setVisible(server);
 }
@@ -51,7 +51,7 @@ void SortingSource::showProfile()
 void SortingSource::choose()
 {
     const bool server = m_picker->choice() == SortWith::ownServer;
-    m_key->setVisible(!server);
+    m_key->setVisible(m_picker->choice() == SortWith::claude);
     m_server->setVisible(server);
     m_save->setVisible(server);
     m_saved->hide();

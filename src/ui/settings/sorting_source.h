@@ -9,9 +9,9 @@ class QPushButton;
 class ServerEditor;
 class SortWithPicker;
 
-// What sorts the files, in Settings: "Sort with", then Claude's key or the person's own server.
-// Going back to Claude is stored at once; a server is stored with its own button, once its
-// address and model are usable.
+// What sorts the files, in Settings: "Sort with", then Claude's key or the person's own server,
+// or nothing more without a model. Going back to Claude or to no model is stored at once; a server is stored with its
+// own button, once its address and model are usable.
 class SortingSource : public QWidget
 {
     Q_OBJECT
