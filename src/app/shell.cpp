@@ -46,24 +46,7 @@ bool Shell::start()
         = DesktopNotifications::create(&m_state, {.fallback = showFallback, .unavailable = {}});
     m_state.setNotifier(new Notifier(service, &SystemClock::instance(), &m_state));
     connect(&m_state, &AppState::windowRequested, this, &Shell::openWindow);
-    m_windows.add(u"review"_s, [this] { return new ReviewWindow(m_state.parts(), &m_thumbs); });
-    m_windows.add(u"onboarding"_s, [this] {
-        auto* onboarding = new OnboardingWindow(m_state.parts());
-        // The first refresh takes a while: the panel shows that it has begun and how it goes.
-        connect(onboarding, &OnboardingWindow::setUpFinished, this, &Shell::openPanel);
-        return onboarding;
-    });
-    m_windows.add(u"settings"_s, [this] {
-        auto* settings = new SettingsWindow(m_state.parts());
-        connect(settings, &SettingsWindow::windowRequested, this, &Shell::openWindow);
-        connect(settings, &SettingsWindow::folderRequested, this, [](const QString& path) {
-            QDesktopServices::openUrl(QUrl::fromLocalFile(path));
-        });
-        return settings;
-    });
-    m_windows.add(u"recap"_s, [this] { return new RecapWindow(m_state.preferences(), m_state.moves()); });
-    m_windows.add(u"zen"_s, [] { return new ZenPreview; });
-    m_windows.add(u"history"_s, [this] { return new HistoryWindow(m_state.history()); });
+    registerWindows();
 
     m_panel
         = std::make_unique<PanelWindow>(m_state.parts(), tray ? PanelWindow::Mode::popup : PanelWindow::Mode::window);
@@ -94,6 +77,28 @@ bool Shell::start()
     }
     QTimer::singleShot(kPanelDelayMs, this, &Shell::openPanel);
     return true;
+}
+
+void Shell::registerWindows()
+{
+    m_windows.add(u"review"_s, [this] { return new ReviewWindow(m_state.parts(), &m_thumbs); });
+    m_windows.add(u"onboarding"_s, [this] {
+        auto* onboarding = new OnboardingWindow(m_state.parts());
+        // The first refresh takes a while: the panel shows that it has begun and how it goes.
+        connect(onboarding, &OnboardingWindow::setUpFinished, this, &Shell::openPanel);
+        return onboarding;
+    });
+    m_windows.add(u"settings"_s, [this] {
+        auto* settings = new SettingsWindow(m_state.parts());
+        connect(settings, &SettingsWindow::windowRequested, this, &Shell::openWindow);
+        connect(settings, &SettingsWindow::folderRequested, this, [](const QString& path) {
+            QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+        });
+        return settings;
+    });
+    m_windows.add(u"recap"_s, [this] { return new RecapWindow(m_state.preferences(), m_state.moves()); });
+    m_windows.add(u"zen"_s, [] { return new ZenPreview; });
+    m_windows.add(u"history"_s, [this] { return new HistoryWindow(m_state.history()); });
 }
 
 QString Shell::startProblem() const

@@ -31,6 +31,8 @@ public:
     static constexpr int kPanelDelayMs = 800;
 
 private:
+    // Each window is made on first open; the registry raises it when asked again.
+    void registerWindows();
     void openWindow(const QString& id);
     void showFallbackNotice(const QString& identifier, const QString& title, const QString& body);
 
