@@ -98,7 +98,7 @@ def run_without_model(program, fake_service, size):
         wait_for("the tray item", lambda: watcher.items, 30, alive)
 
         screen.press(wait_for('"Get started"', lambda: screen.showing("Get started"), 30, alive))
-        choose(screen, wait_for('"No model"', lambda: screen.showing("No model"), 10, alive))
+        choose(screen, wait_for('"Sort without a model"', lambda: screen.showing("Sort without a model"), 10, alive))
         screen.press(wait_for('"Continue"', lambda: screen.showing("Continue"), 10, alive))
         start = wait_for('"Start my first refresh"', lambda: screen.showing("Start my first refresh"), 10, alive)
         in_reach(screen, WELCOME, size, alive)

@@ -317,7 +317,7 @@ private Q_SLOTS:
         f.home.writeFile(u"Downloads/lease.pdf"_s, "%PDF-1.4 tenancy");
         f.home.writeFile(u"Downloads/blob.bin"_s, "\x01\x02");
         auto window = openOnboarding(f);
-        click(control(*window, u"No model"_s));
+        click(control(*window, u"Sort without a model"_s));
         QVERIFY(!control<QLineEdit>(*window, u"Claude API key"_s)); // hidden: no key is asked for
         click(control(*window, u"Continue"_s));
         QCOMPARE(window->step(), 1);

@@ -18,7 +18,7 @@ using namespace Qt::Literals::StringLiterals;
 ConnectStep::ConnectStep(Preferences& preferences, QWidget* parent)
     : QWidget(parent)
     , m_preferences(preferences)
-    , m_picker(new SortWithPicker(this))
+    , m_picker(new SortWithPicker(SortWithPicker::Place::setUp, this))
     , m_claude(new QWidget(this))
     , m_server(new ServerEditor(preferences, this))
     , m_key(new QLineEdit(this))

@@ -7,7 +7,7 @@
 #include <QRadioButton>
 #include <QVBoxLayout>
 
-SortWithPicker::SortWithPicker(QWidget* parent)
+SortWithPicker::SortWithPicker(Place place, QWidget* parent)
     : QWidget(parent)
     , m_group(new QButtonGroup(this))
 {
@@ -20,7 +20,9 @@ SortWithPicker::SortWithPicker(QWidget* parent)
         {SortWith::ownServer,
          tr("A server of your own"),
          tr("A model on your computer or network; your files never leave it")},
-        {SortWith::noModel, tr("No model"), tr("Sort by kind. Nothing leaves this computer.")},
+        {SortWith::noModel,
+         place == Place::setUp ? tr("Sort without a model") : tr("No model"),
+         tr("Sort by kind. Nothing leaves this computer.")},
     };
     for (const auto& [choice, title, caption] : choices) {
         auto* option = new QRadioButton(title, this);

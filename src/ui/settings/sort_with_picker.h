@@ -14,7 +14,11 @@ class SortWithPicker : public QWidget
     Q_OBJECT
 
 public:
-    explicit SortWithPicker(QWidget* parent = nullptr);
+    // Set-up offers the last choice as something to do ("Sort without a model"); Settings names it
+    // beside the others.
+    enum class Place { settings, setUp };
+
+    explicit SortWithPicker(Place place, QWidget* parent = nullptr);
 
     SortWith choice() const;
     // Shows `choice` without announcing it as chosen.

@@ -14,7 +14,7 @@
 SortingSource::SortingSource(Preferences& preferences, QWidget* parent)
     : QWidget(parent)
     , m_preferences(preferences)
-    , m_picker(new SortWithPicker(this))
+    , m_picker(new SortWithPicker(SortWithPicker::Place::settings, this))
     , m_key(new KeyEditor(preferences, this))
     , m_server(new ServerEditor(preferences, this))
     , m_save(new SecondaryButton(tr("Use this server"), this, 32))
