@@ -336,8 +336,10 @@ private Q_SLOTS:
         auto settings = openWindow(f);
         QVERIFY(control(*settings, u"No model"_s)->isChecked());
         QVERIFY(!control<QLineEdit>(*settings, u"Claude API key"_s));
+        QVERIFY(!control(*settings, u"Fast"_s)); // no model to choose between
         click(control(*settings, u"Claude"_s));
         QTRY_COMPARE(Store::loadProfile().sortWith, SortWith::claude);
+        QTRY_VERIFY(control(*settings, u"Fast"_s));
         click(control(*settings, u"No model"_s));
         QTRY_COMPARE(Store::loadProfile().sortWith, SortWith::noModel);
         QThreadPool::globalInstance()->waitForDone();

@@ -15,11 +15,12 @@ ModePicker::ModePicker(Preferences& preferences, QWidget* parent)
     : QWidget(parent)
     , m_preferences(preferences)
     , m_group(new QButtonGroup(this))
+    , m_caption(Texts::label(tr("CLAUDE MODEL"), Texts::Style::caption, this))
 {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(6);
-    layout->addWidget(Texts::label(tr("CLAUDE MODEL"), Texts::Style::caption, this));
+    layout->addWidget(m_caption);
     auto* options = new QGridLayout;
     options->setHorizontalSpacing(16);
     options->setVerticalSpacing(2);
@@ -61,6 +62,10 @@ ModePicker::ModePicker(Preferences& preferences, QWidget* parent)
 
 void ModePicker::showProfile()
 {
+    // A server's Fast and Careful are its own models; sorting by kind has nothing to choose.
+    const SortWith sortWith = m_preferences.profile().sortWith;
+    m_caption->setText(sortWith == SortWith::claude ? tr("CLAUDE MODEL") : tr("MODEL"));
+    setVisible(sortWith != SortWith::noModel);
     const qsizetype id = m_models.indexOf(m_preferences.profile().model);
     if (QAbstractButton* option = m_group->button(int(id))) {
         option->setChecked(true);

@@ -4,6 +4,7 @@
 
 class Preferences;
 class QButtonGroup;
+class QLabel;
 
 // The choice of Claude model for sorting: a quick one and a careful one, each with a line on what
 // it is good for. Choosing stores the profile at once.
@@ -19,5 +20,6 @@ private:
 
     Preferences& m_preferences;
     QButtonGroup* m_group;
+    QLabel* m_caption;
     QStringList m_models; // by button id
 };
