@@ -188,6 +188,17 @@ class Session:
     def start_program(self):
         return self.spawn("brindlow", [self.program_path])
 
+    def launch(self, size=(1280, 800), newcomer=False, before_program=lambda session: None):
+        """The whole desktop, then the program on it. Returns what `before_program` made (a
+        watcher that must be listening before the program starts), the processes whose end fails
+        a wait, and the program as a screen reader sees it."""
+        self.start_display(size)
+        self.start_accessibility_bus()
+        made = before_program(self)
+        self.start_fake_service(newcomer=newcomer)
+        brindlow = self.start_program()
+        return made, [("brindlow", brindlow)], Accessible(brindlow.pid)
+
     def bus(self):
         from gi.repository import Gio
 

@@ -8,7 +8,7 @@ Usage (under dbus-run-session): history_end_to_end.py BRINDLOW FAKE_SERVICE
 import os
 import sys
 
-from desktop_session import Accessible, Failure, Session, skip_unless_available, wait_for
+from desktop_session import Failure, Session, skip_unless_available, wait_for
 
 
 def row_named(table, name):
@@ -23,12 +23,7 @@ def row_named(table, name):
 def main(program, fake_service):
     skip_unless_available()
     with Session(program, fake_service) as session:
-        session.start_display()
-        session.start_accessibility_bus()
-        session.start_fake_service()
-        brindlow = session.start_program()
-        alive = [("brindlow", brindlow)]
-        screen = Accessible(brindlow.pid)
+        _, alive, screen = session.launch()
         downloads = os.path.join(session.home, "Downloads")
 
         screen.press(wait_for('"Refresh now"', lambda: screen.showing("Refresh now"), 30, alive))

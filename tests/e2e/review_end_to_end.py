@@ -11,7 +11,7 @@ import hashlib
 import os
 import sys
 
-from desktop_session import Accessible, Failure, Session, skip_unless_available, wait_for
+from desktop_session import Failure, Session, skip_unless_available, wait_for
 
 TAB, RETURN, RIGHT, DOWN = 0xFF09, 0xFF0D, 0xFF53, 0xFF54
 
@@ -115,12 +115,7 @@ class Review:
 def main(program, fake_service):
     skip_unless_available()
     with Session(program, fake_service) as session:
-        session.start_display()
-        session.start_accessibility_bus()
-        session.start_fake_service()
-        brindlow = session.start_program()
-        alive = [("brindlow", brindlow)]
-        screen = Accessible(brindlow.pid)
+        _, alive, screen = session.launch()
         pyatspi = screen.pyatspi
         review = Review(screen, alive)
         base = os.path.join(session.home, "Documents")

@@ -12,7 +12,7 @@ import os
 import subprocess
 import sys
 
-from desktop_session import Accessible, Failure, Session, skip_unless_available, wait_for
+from desktop_session import Failure, Session, skip_unless_available, wait_for
 from tray_end_to_end import SIZES, in_reach
 from tray_registration import Watcher
 
@@ -47,13 +47,7 @@ def connect_own_server(screen, alive):
 
 def run(program, fake_service, size, own_server=False):
     with Session(program, fake_service) as session:
-        session.start_display(size)
-        session.start_accessibility_bus()
-        watcher = Watcher(session.bus())
-        session.start_fake_service(newcomer=True)
-        brindlow = session.start_program()
-        alive = [("brindlow", brindlow)]
-        screen = Accessible(brindlow.pid)
+        watcher, alive, screen = session.launch(size, newcomer=True, before_program=lambda s: Watcher(s.bus()))
         wait_for("the tray item", lambda: watcher.items, 30, alive)
 
         screen.press(wait_for('"Get started"', lambda: screen.showing("Get started"), 30, alive))
@@ -88,13 +82,7 @@ def run(program, fake_service, size, own_server=False):
 
 def run_without_model(program, fake_service, size):
     with Session(program, fake_service) as session:
-        session.start_display(size)
-        session.start_accessibility_bus()
-        watcher = Watcher(session.bus())
-        session.start_fake_service(newcomer=True)
-        brindlow = session.start_program()
-        alive = [("brindlow", brindlow)]
-        screen = Accessible(brindlow.pid)
+        watcher, alive, screen = session.launch(size, newcomer=True, before_program=lambda s: Watcher(s.bus()))
         wait_for("the tray item", lambda: watcher.items, 30, alive)
 
         screen.press(wait_for('"Get started"', lambda: screen.showing("Get started"), 30, alive))
