@@ -4,6 +4,8 @@
 #include "model/plan_item.h"
 #include "model/profile.h"
 #include "model/tidy_mode.h"
+#include "model/user_rule.h"
+#include "planning/user_rules.h"
 #include "scan/scan_options.h"
 #include "understanding/api_error.h"
 
@@ -28,6 +30,8 @@ struct Request
     QString home;
     const Clock* clock = nullptr;
     CancellationPtr cancellation;
+    // The person's own rules, asked before anything else about every item.
+    RuleBook rules;
 };
 
 // Called on the worker thread; the controller forwards them to its own thread.
@@ -53,6 +57,9 @@ struct Outcome
     std::optional<QString> everyRequestFailed;
     int scanned = 0;
     int classified = 0; // what was left after the cap and handed to the classifier
+    // Every item the scan kept, as the person's rules see it: what a rule's editor counts
+    // when no plan is open.
+    QList<RuleSubject> subjects;
 };
 
 // What a refresh of `mode` walks: for a quick refresh after the first, only the desktop's own

@@ -20,6 +20,7 @@ enum class Provenance : quint8 {
     failed, // the batch's request failed or its answer could not be read
     noPreview, // no contact sheet could be drawn, so nothing was asked
     kindTable, // sorted by its kind and name alone, with no model at all
+    userRule, // one of the rules the person stated
 };
 
 // How one item was classified, by the model or by a rule. Never stored.

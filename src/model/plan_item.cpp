@@ -45,6 +45,10 @@ QJsonObject PlanItem::toJson() const
         object.insert("keptCopy"_L1, *keptCopy);
     if (edited)
         object.insert("edited"_L1, true);
+    if (site)
+        object.insert("site"_L1, *site);
+    if (rule)
+        object.insert("rule"_L1, *rule);
     return object;
 }
 
@@ -70,6 +74,8 @@ std::optional<PlanItem> PlanItem::fromJson(const QJsonValue& value)
     item.requestFailed = value.toObject().value("requestFailed"_L1).toBool(false);
     item.keptCopy = fields.optionalText("keptCopy"_L1);
     item.edited = value.toObject().value("edited"_L1).toBool(false);
+    item.site = fields.optionalText("site"_L1);
+    item.rule = fields.optionalText("rule"_L1);
     if (!kind || !item.src.isValid() || !item.src.isLocalFile() || !item.src.toLocalFile().startsWith(u'/'))
         fields.fail();
     if (!fields.ok())
@@ -95,5 +101,7 @@ size_t qHash(const PlanItem& item, size_t seed)
                       item.suggestedProject.value_or(QString()),
                       item.requestFailed,
                       item.keptCopy.value_or(QString()),
-                      item.edited);
+                      item.edited,
+                      item.site.value_or(QString()),
+                      item.rule.value_or(QString()));
 }

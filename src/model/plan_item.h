@@ -33,6 +33,11 @@ struct PlanItem
     // The person changed it in the review (approval, name, folder, project), in the window or
     // from the command line; a plan with such changes is not dropped without asking.
     bool edited = false;
+    // The host it was downloaded from, for the person's rules that name a site.
+    std::optional<QString> site;
+    // The id of the person's own rule that decided it; such an item follows its rule as the
+    // rules change, until the person edits it by hand.
+    std::optional<QString> rule;
 
     // The heading the review lists the item under.
     QString group() const;

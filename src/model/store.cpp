@@ -3,7 +3,10 @@
 #include "home_tree.h"
 #include "platform/file_io.h"
 
+#include <QDateTime>
 #include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -242,6 +245,79 @@ Failure saveNotes(const QMap<QString, QString>& notes)
     for (auto it = merged.cbegin(); it != merged.cend(); ++it)
         object.insert(it.key(), it.value());
     return writeJson(u"project-notes.json", QJsonDocument(object), QJsonDocument::Compact);
+}
+
+namespace {
+
+// The rules file, or nothing when what lies there is not one; `present` tells a missing file
+// (no rules, nothing to say) from a damaged one.
+std::optional<QList<UserRule>> readRules(bool* present)
+{
+    const QString path = rulesPath();
+    *present = QFileInfo(path).isSymLink() || QFileInfo::exists(path);
+    if (!*present)
+        return QList<UserRule> {};
+    // Bounded and never blocking: a pipe or a device put in its place reads as damaged.
+    const std::optional<QByteArray> bytes = FileIo::readRegular(path, kMaxRulesFileBytes);
+    if (!bytes)
+        return std::nullopt;
+    const QJsonDocument document = QJsonDocument::fromJson(*bytes);
+    if (!document.isArray() || document.array().size() > UserRule::kMaxRules)
+        return std::nullopt;
+    QList<UserRule> rules;
+    for (const QJsonValue& value : document.array()) {
+        std::optional<UserRule> rule = UserRule::fromJson(value);
+        if (!rule)
+            return std::nullopt;
+        rules.append(std::move(*rule));
+    }
+    return rules;
+}
+
+// Moves a damaged rules file out of the way under a name that says so; returns that name.
+QString keepAside()
+{
+    const QString stamp = QDateTime::currentDateTimeUtc().toString(u"yyyyMMdd-HHmmss"_s);
+    QString name = u"rules.broken-"_s + stamp + u".json"_s;
+    for (int n = 2; QFileInfo(filePath(name)).isSymLink() || QFileInfo::exists(filePath(name)); ++n)
+        name = u"rules.broken-"_s + stamp + u"-"_s + QString::number(n) + u".json"_s;
+    QFile::rename(rulesPath(), filePath(name));
+    return name;
+}
+
+// With the lock held.
+RulesRead readOrKeepAside()
+{
+    bool present = false;
+    if (std::optional<QList<UserRule>> rules = readRules(&present))
+        return {std::move(*rules), std::nullopt};
+    return {{}, keepAside()};
+}
+
+} // namespace
+
+QString rulesPath()
+{
+    return filePath(u"rules.json");
+}
+
+RulesRead loadRules()
+{
+    bool present = false;
+    if (std::optional<QList<UserRule>> rules = readRules(&present))
+        return {std::move(*rules), std::nullopt};
+    const ProcessLock held = lock();
+    return readOrKeepAside();
+}
+
+Failure updateRules(const std::function<void(QList<UserRule>&)>& change, RulesRead* now)
+{
+    const ProcessLock held = lock();
+    RulesRead read = readOrKeepAside();
+    change(read.rules);
+    if (now)
+        *now = read;
+    return writeJson(u"rules.json", recordsDocument(read.rules), QJsonDocument::Indented);
 }
 
 QMap<QString, QString> loadNotes()

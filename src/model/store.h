@@ -4,6 +4,7 @@
 #include "plan_item.h"
 #include "platform/process_lock.h"
 #include "profile.h"
+#include "user_rule.h"
 
 #include <QList>
 #include <QMap>
@@ -69,7 +70,25 @@ QList<Lesson> loadLessons();
 Failure saveNotes(const QMap<QString, QString>& notes);
 QMap<QString, QString> loadNotes();
 
+// The person's own rules, in their order.
+struct RulesRead
+{
+    QList<UserRule> rules;
+    // The file could not be read as rules (damaged, not a file, too large, too many rules): it
+    // was kept aside under this name, so the person can be told once and nothing is lost, and
+    // no rules are in use.
+    std::optional<QString> keptAside;
+};
+// Never on the UI thread: a damaged file is moved aside, under the lock.
+RulesRead loadRules();
+// `change` applied to the rules as stored now, under the lock; `now` receives what is stored.
+// A damaged file is kept aside first and the change applies to no rules.
+Failure updateRules(const std::function<void(QList<UserRule>&)>& change, RulesRead* now = nullptr);
+QString rulesPath();
+
 constexpr int kMaxLessons = 200;
+// Five hundred rules take well under this; anything larger is not a rules file.
+constexpr qint64 kMaxRulesFileBytes = 1024 * 1024;
 constexpr qint64 kMaxKeyFileBytes = 4096;
 
 } // namespace Store
