@@ -43,6 +43,7 @@ private:
     // Only the parts of the controller change what it is doing.
     friend class AppState;
     friend class Moves;
+    friend class OwnRules;
     friend class PlanReview;
     friend class RefreshRun;
 

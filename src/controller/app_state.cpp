@@ -17,6 +17,7 @@ AppState::AppState(const Clock* clock, QObject* parent)
     , m_moves(m_activity, m_preferences, m_review, m_writer, m_clock)
     , m_refresh(m_activity, m_preferences, m_review, m_moves, m_clock)
     , m_history(m_activity, m_moves)
+    , m_rules(m_activity, m_review, m_refresh)
 {
     connect(&m_refresh, &RefreshRun::windowRequested, this, &AppState::windowRequested);
     connect(&m_review, &PlanReview::windowRequested, this, &AppState::windowRequested);
@@ -75,6 +76,7 @@ void AppState::init()
     });
     m_weekly.start();
     m_review.load();
+    m_rules.load();
     m_moves.refreshUndoable();
     if (const std::optional<QString> notice = m_preferences.homeBaseNotice())
         m_activity.setMessage(notice);
@@ -120,7 +122,12 @@ History& AppState::history()
     return m_history;
 }
 
+OwnRules& AppState::rules()
+{
+    return m_rules;
+}
+
 ControllerParts AppState::parts()
 {
-    return {m_activity, m_preferences, m_refresh, m_review, m_moves};
+    return {m_activity, m_preferences, m_refresh, m_review, m_moves, m_rules};
 }

@@ -4,6 +4,7 @@
 #include "controller_parts.h"
 #include "history.h"
 #include "moves.h"
+#include "own_rules.h"
 #include "plan_review.h"
 #include "preferences.h"
 #include "refresh_run.h"
@@ -42,6 +43,7 @@ public:
     PlanReview& review();
     Moves& moves();
     History& history();
+    OwnRules& rules();
     // All of them, for the windows that show several.
     ControllerParts parts();
 
@@ -71,4 +73,5 @@ private:
     Moves m_moves;
     RefreshRun m_refresh;
     History m_history;
+    OwnRules m_rules;
 };

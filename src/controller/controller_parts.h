@@ -2,6 +2,7 @@
 
 class Activity;
 class Moves;
+class OwnRules;
 class PlanReview;
 class Preferences;
 class RefreshRun;
@@ -15,4 +16,5 @@ struct ControllerParts
     RefreshRun& refresh;
     PlanReview& review;
     Moves& moves;
+    OwnRules& rules;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/store.h"
 #include "model/user_rule.h"
 #include "planning/user_rules.h"
 
@@ -8,11 +9,11 @@
 #include <QObject>
 #include <QThreadPool>
 
+#include <functional>
 #include <optional>
 
 class Activity;
 class PlanReview;
-class Preferences;
 class RefreshRun;
 
 // The rules the person stated. They live in memory for the views and the next refresh; every
@@ -23,13 +24,16 @@ class OwnRules : public QObject
 {
     Q_OBJECT
 public:
-    OwnRules(Activity& activity, Preferences& preferences, PlanReview& review, RefreshRun& refresh);
+    OwnRules(Activity& activity, PlanReview& review, RefreshRun& refresh);
     // Waits for the changes handed to the file.
     ~OwnRules() override;
 
     // Start-up: reads the rules off the UI thread, and watches the file for other Brindlows.
     // A damaged file is kept aside and the person is told once.
     void load();
+    // The same, at once, on the calling thread: for the command line, which has no event loop
+    // to wait in.
+    void loadNow();
     // Blocks until every change handed over is on disk (the command line, quitting).
     void waitUntilWritten();
 
@@ -63,16 +67,21 @@ Q_SIGNALS:
     void rulesChanged();
 
 private:
+    using Edit = std::function<void(QList<UserRule>&)>;
     void adopt(const Store::RulesRead& read);
-    void change(const std::function<void(QList<UserRule>&)>& edit);
+    void setRules(const QList<UserRule>& rules);
+    void change(const Edit& edit);
+    void reloadIfChanged();
     void followInPlan();
 
     Activity& m_activity;
-    Preferences& m_preferences;
     PlanReview& m_review;
     RefreshRun& m_refresh;
     QList<UserRule> m_rules;
     RuleBook m_book;
-    QThreadPool m_writing; // one thread: changes land in the order they were made
+    QThreadPool m_writing; // one thread: reads and changes land in the order they were made
     QFileSystemWatcher m_watcher;
+    // One per change made here: what the file says is adopted only when it includes them all.
+    quint64 m_generation = 0;
+    bool m_loaded = false;
 };

@@ -5,6 +5,7 @@
 #include "model/store.h"
 #include "planning/naming.h"
 #include "planning/planner.h"
+#include "planning/user_rules.h"
 #include "platform/clock.h"
 #include "platform/file_identity.h"
 #include "preferences.h"
@@ -160,6 +161,37 @@ void PlanReview::replace(const QList<PlanItem>& plan)
     m_editedAt.clear();
     show(plan);
     m_writer.replace(m_plan, ++m_generation);
+}
+
+int PlanReview::followRules(const RuleBook& book, const QString& home)
+{
+    int changed = 0;
+    QList<PlanItem> next = UserRules::applyToPlan(m_plan, book, home, &changed);
+    if (changed == 0)
+        return 0;
+    if (next.size() != m_plan.size()) {
+        // Items left the plan: the file is written whole, the edits not yet handed over with it.
+        replace(next);
+        if (m_plan.isEmpty() && m_activity.phase() == Phase::review)
+            m_activity.setPhase(Phase::idle);
+        return changed;
+    }
+    QList<int> rows;
+    ++m_generation;
+    for (int row = 0; row < m_plan.size(); ++row) {
+        if (next[row] == m_plan[row])
+            continue;
+        m_plan[row] = std::move(next[row]);
+        m_editedAt.insert(m_plan[row].id, m_generation);
+        m_unsubmitted.insert(m_plan[row].id);
+        rows.append(row);
+    }
+    m_suggestions.reset();
+    if (!m_saveTimer.isActive())
+        m_saveTimer.start();
+    Q_EMIT planItemsChanged(rows);
+    Q_EMIT planChanged();
+    return changed;
 }
 
 void PlanReview::discard()

@@ -16,6 +16,7 @@
 class Activity;
 class Clock;
 class Preferences;
+class RuleBook;
 class StoreWriter;
 
 // The open plan and the person's edits to it. Memory changes and the views hear of it at once;
@@ -59,6 +60,10 @@ public:
     int addProject(const QString& name);
     // Unknown project names the plan keeps suggesting, most suggested first, at most three.
     QList<GroupCount> projectSuggestions() const;
+    // The person's rules changed: items they decide follow them, items they leave alone leave
+    // the plan, and items the person edited by hand keep their choice. Not an edit by hand, so
+    // no lesson and no mark. Returns how many items changed, came or went.
+    int followRules(const RuleBook& book, const QString& home);
     // Drops the plan; refused while busy here or in another Brindlow.
     void discard();
     // Writes every edit made so far and waits for it (quitting, a terminal command ending);

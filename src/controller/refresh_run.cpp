@@ -188,6 +188,8 @@ void RefreshRun::start(TidyMode mode)
     request.clock = &m_clock;
     m_cancellation = std::make_shared<Cancellation>();
     request.cancellation = m_cancellation;
+    request.rules = m_rules;
+    m_rulesAsked = m_rulesVersion;
     Usage::shared().reset();
 
     const RefreshPipeline::Reports reports = reportsToThisThread();
@@ -206,6 +208,17 @@ void RefreshRun::cancel()
 {
     if (m_activity.phase() == Phase::scanning && m_cancellation)
         m_cancellation->cancel();
+}
+
+void RefreshRun::useRules(const RuleBook& rules)
+{
+    m_rules = rules;
+    ++m_rulesVersion;
+}
+
+const QList<RuleSubject>& RefreshRun::lastScan() const
+{
+    return m_lastScan;
 }
 
 void RefreshRun::finish(const RefreshPipeline::Outcome& result)
@@ -227,11 +240,15 @@ void RefreshRun::finish(const RefreshPipeline::Outcome& result)
     m_everyRequestFailed = result.everyRequestFailed.has_value();
     if (result.everyRequestFailed)
         m_activity.setMessage(result.everyRequestFailed);
-    m_review.replace(result.plan);
-    if (!result.plan.isEmpty()) {
+    m_lastScan = result.subjects;
+    // Rules the person changed while the refresh ran: the new plan follows them too.
+    const QList<PlanItem> plan
+        = m_rulesAsked == m_rulesVersion ? result.plan : UserRules::applyToPlan(result.plan, m_rules, QDir::homePath());
+    m_review.replace(plan);
+    if (!plan.isEmpty()) {
         m_activity.setPhase(Phase::review);
         if (m_notifier)
-            m_notifier->planReady(int(result.plan.size()));
+            m_notifier->planReady(int(plan.size()));
     } else {
         m_moves.recordNothingToMove();
         m_preferences.recordRun();

@@ -4,6 +4,8 @@
 #include "model/plan_item.h"
 #include "model/profile.h"
 #include "model/tidy_mode.h"
+#include "model/user_rule.h"
+#include "planning/user_rules.h"
 
 #include <QDateTime>
 #include <QFuture>
@@ -62,6 +64,12 @@ public:
 
     static QString refreshStoppedText();
 
+    // The person's rules as they are now: the next refresh asks them first, and a refresh that
+    // ends after they changed follows the new ones.
+    void useRules(const RuleBook& rules);
+    // Every item the last refresh scanned, as the rules see it; empty before the first.
+    const QList<RuleSubject>& lastScan() const;
+
 Q_SIGNALS:
     void progressChanged();
     void lastRunCostChanged();
@@ -104,4 +112,8 @@ private:
     std::optional<QList<PlanItem>> m_planBeforeRefresh;
     CancellationPtr m_cancellation;
     QFuture<void> m_pipeline;
+    RuleBook m_rules;
+    quint64 m_rulesVersion = 0; // one per change of the rules
+    quint64 m_rulesAsked = 0; // the version the running refresh was given
+    QList<RuleSubject> m_lastScan;
 };

@@ -24,7 +24,11 @@ char32_t codePointAt(QStringView name, qsizetype at, qsizetype* units)
 
 // The set that begins after the "[" at `at`; `end` receives the position of its "]". A "]" or
 // "-" right after the opening (or after "!") stands for itself, as in every shell.
-bool readSet(const QString& folded, qsizetype at, qsizetype* end, bool* negated, QList<std::pair<char32_t, char32_t>>* ranges,
+bool readSet(const QString& folded,
+             qsizetype at,
+             qsizetype* end,
+             bool* negated,
+             QList<std::pair<char32_t, char32_t>>* ranges,
              QString* problem)
 {
     qsizetype i = at + 1;
@@ -43,7 +47,7 @@ bool readSet(const QString& folded, qsizetype at, qsizetype* end, bool* negated,
             if (high < low) {
                 if (problem)
                     *problem = tr(QT_TRANSLATE_NOOP("NamePattern",
-                                                      "The range \u201C%1-%2\u201D in the name pattern runs backwards."))
+                                                    "The range \u201C%1-%2\u201D in the name pattern runs backwards."))
                                    .arg(QString::fromUcs4(&low, 1), QString::fromUcs4(&high, 1));
                 return false;
             }
@@ -52,7 +56,8 @@ bool readSet(const QString& folded, qsizetype at, qsizetype* end, bool* negated,
     }
     if (i >= folded.size()) {
         if (problem)
-            *problem = tr(QT_TRANSLATE_NOOP("NamePattern", "The name pattern has a \u201C[\u201D that is never closed."));
+            *problem
+                = tr(QT_TRANSLATE_NOOP("NamePattern", "The name pattern has a \u201C[\u201D that is never closed."));
         return false;
     }
     *end = i;
@@ -65,7 +70,8 @@ std::optional<NamePattern> NamePattern::compile(const QString& pattern, QString*
 {
     if (pattern.contains(u'/')) {
         if (problem)
-            *problem = tr(QT_TRANSLATE_NOOP("NamePattern", "A name pattern matches a name, so it can't contain \u201C/\u201D."));
+            *problem = tr(
+                QT_TRANSLATE_NOOP("NamePattern", "A name pattern matches a name, so it can't contain \u201C/\u201D."));
         return std::nullopt;
     }
     if (pattern.contains(QChar(0))) {

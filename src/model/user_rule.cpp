@@ -69,8 +69,7 @@ namespace {
 QString sizeWords(const std::optional<qint64>& minSize, const std::optional<qint64>& maxSize)
 {
     if (minSize && maxSize)
-        return text(QT_TRANSLATE_NOOP("UserRule", "of %1 to %2"))
-            .arg(Numbers::size(*minSize), Numbers::size(*maxSize));
+        return text(QT_TRANSLATE_NOOP("UserRule", "of %1 to %2")).arg(Numbers::size(*minSize), Numbers::size(*maxSize));
     if (minSize)
         return text(QT_TRANSLATE_NOOP("UserRule", "of at least %1")).arg(Numbers::size(*minSize));
     return text(QT_TRANSLATE_NOOP("UserRule", "of at most %1")).arg(Numbers::size(*maxSize));
@@ -268,5 +267,6 @@ std::optional<QString> UserRule::siteOf(const std::optional<QString>& whereFrom)
 
 bool UserRule::siteMatches(const QString& host, const QString& site)
 {
-    return host == site || (host.endsWith(site) && host.size() > site.size() && host[host.size() - site.size() - 1] == u'.');
+    return host == site
+        || (host.endsWith(site) && host.size() > site.size() && host[host.size() - site.size() - 1] == u'.');
 }

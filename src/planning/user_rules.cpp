@@ -49,7 +49,7 @@ std::optional<QString> siteProblem(UserRule& rule)
     while (host.endsWith(u'.'))
         host.chop(1);
     const bool usable = !host.isEmpty() && !host.contains(u'/') && !host.contains(u' ') && !host.contains(u'@')
-                        && !host.contains(u':') && QUrl(u"https://"_s + host).host() == host;
+        && !host.contains(u':') && QUrl(u"https://"_s + host).host() == host;
     if (!usable)
         return text(QT_TRANSLATE_NOOP("UserRules", "\u201C%1\u201D is not a site. Write it like bank.example.com."))
             .arg(*rule.site);
@@ -64,8 +64,8 @@ std::optional<QString> folderProblem(UserRule& rule)
         return std::nullopt;
     const QString cleaned = QDir::cleanPath(*rule.folder);
     if (cleaned.startsWith(u'/') || cleaned == u".." || cleaned.startsWith(u"../"_s) || cleaned == u".")
-        return text(QT_TRANSLATE_NOOP("UserRules",
-                                      "Name a folder Brindlow tidies, inside your home folder, like \u201CDownloads\u201D."));
+        return text(QT_TRANSLATE_NOOP(
+            "UserRules", "Name a folder Brindlow tidies, inside your home folder, like \u201CDownloads\u201D."));
     rule.folder = cleaned;
     return std::nullopt;
 }
@@ -76,8 +76,8 @@ std::optional<QString> destinationProblem(UserRule& rule)
     if (typed.isEmpty())
         return text(QT_TRANSLATE_NOOP("UserRules", "Choose the folder these items go to."));
     if (typed.startsWith(u'/') || typed.startsWith(u'~'))
-        return text(QT_TRANSLATE_NOOP("UserRules",
-                                      "The folder has to be inside your home base. Write it like \u201CLibrary/Torrents\u201D."));
+        return text(QT_TRANSLATE_NOOP(
+            "UserRules", "The folder has to be inside your home base. Write it like \u201CLibrary/Torrents\u201D."));
     const QStringList pieces = typed.split(u'/', Qt::SkipEmptyParts);
     if (pieces.contains(u".."_s))
         return text(QT_TRANSLATE_NOOP("UserRules", "The folder can't lead out of your home base."));
@@ -92,8 +92,9 @@ std::optional<QString> junkProblem(const UserRule& rule)
 {
     const std::optional<FileKind> kind = rule.kind ? rule.kind : kindOfPattern(rule.name);
     if (kind && Kinds::hardProtected().contains(*kind))
-        return text(QT_TRANSLATE_NOOP("UserRules",
-                                      "Brindlow never sets aside %1 as junk. Send them to a folder, or leave them alone."))
+        return text(QT_TRANSLATE_NOOP(
+                        "UserRules",
+                        "Brindlow never sets aside %1 as junk. Send them to a folder, or leave them alone."))
             .arg(UserRule::kindWords(*kind));
     return std::nullopt;
 }
@@ -118,7 +119,8 @@ PlanItem waitingForThePerson(PlanItem item)
     item.destFolder = HomeTree::needsYou();
     item.category = Category::needsYou;
     item.confidence = Confidence::low;
-    item.reason = text(QT_TRANSLATE_NOOP("UserRules", "None of your rules covers it any more, so it is yours to place"));
+    item.reason
+        = text(QT_TRANSLATE_NOOP("UserRules", "None of your rules covers it any more, so it is yours to place"));
     item.approved = false;
     item.rule.reset();
     return item;
@@ -212,7 +214,8 @@ std::optional<QString> problem(UserRule& rule)
 
 QString tooManyText()
 {
-    return text(QT_TRANSLATE_NOOP("UserRules", "You have %1 rules, the most Brindlow keeps. Remove one to add another."))
+    return text(
+               QT_TRANSLATE_NOOP("UserRules", "You have %1 rules, the most Brindlow keeps. Remove one to add another."))
         .arg(UserRule::kMaxRules);
 }
 
