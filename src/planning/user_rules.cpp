@@ -107,6 +107,8 @@ PlanItem decided(PlanItem item, const UserRule& rule)
     item.confidence = made.confidence;
     item.reason = made.reason;
     item.approved = true;
+    // A folder the person chose takes the item as it is named, as a fresh plan would.
+    item.newName.reset();
     item.suggestedProject.reset();
     item.keptCopy.reset();
     item.requestFailed = false;
@@ -129,11 +131,16 @@ PlanItem waitingForThePerson(PlanItem item)
 } // namespace
 
 RuleBook::RuleBook(const QList<UserRule>& rules)
-    : m_rules(rules)
 {
-    for (const UserRule& rule : m_rules) {
-        std::optional<NamePattern> pattern = rule.name ? NamePattern::compile(*rule.name) : std::nullopt;
-        m_usable.append(!rule.name || pattern.has_value());
+    // Rules come from a file a person may have edited by hand: each is checked as if it had just
+    // been typed, and one that would be refused (a folder leading out of the home base, junk for
+    // a protected kind) matches nothing.
+    for (const UserRule& given : rules) {
+        UserRule rule = given;
+        const bool usable = !UserRules::problem(rule);
+        std::optional<NamePattern> pattern = usable && rule.name ? NamePattern::compile(*rule.name) : std::nullopt;
+        m_rules.append(usable ? rule : given);
+        m_usable.append(usable);
         m_patterns.append(std::move(pattern));
     }
 }
