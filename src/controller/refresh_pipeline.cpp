@@ -14,6 +14,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QJsonObject>
+#include <QMutex>
 #include <QSet>
 
 using namespace Qt::Literals::StringLiterals;
@@ -82,14 +83,53 @@ Profile learnProjects(const Request& request, const QList<ScannedItem>& items, c
     return current;
 }
 
-QList<ScannedItem> scan(const Request& request, const Reports& reports)
+// The scan asks the person's rules about every entry before it reads anything from it; what
+// they leave alone is never described. `leftAlone` receives what the rules saw of those.
+QList<ScannedItem> scan(const Request& request, const Reports& reports, QList<RuleSubject>* leftAlone)
 {
+    ScanOptions options = scanOptions(request.profile, request.mode, request.home);
+    QMutex found;
+    if (request.rules.leavesAlone()) {
+        options.home = request.home;
+        options.askSite = request.rules.namesSite();
+        options.leftAlone = [&book = request.rules, &found, leftAlone](const RuleSubject& subject) {
+            const UserRule* rule = book.decide(subject);
+            if (!rule || rule->action != UserRule::Action::leaveAlone)
+                return false;
+            const QMutexLocker locked(&found);
+            leftAlone->append(subject);
+            return true;
+        };
+    }
     return Scanner::run(
-        scanOptions(request.profile, request.mode, request.home),
+        options,
         [&reports](int found) {
             reports.status(text(QT_TRANSLATE_NOOP("RefreshPipeline", "Found %1 files")).arg(number(found)), true);
         },
         request.cancellation.get());
+}
+
+// What the person's rules send somewhere or set aside is decided here, and leaves `items` for
+// `decided`: nothing after this (projects, the fixed rules, the model) hears of it. What they
+// leave alone is dropped, should the scan have kept any.
+Decisions applyOwnRules(const Request& request, QList<ScannedItem>& items, QList<ScannedItem>& decided)
+{
+    Decisions decisions;
+    if (request.rules.isEmpty())
+        return decisions;
+    QList<ScannedItem> rest;
+    rest.reserve(items.size());
+    for (ScannedItem& item : items) {
+        const UserRule* rule = request.rules.decide(RuleSubject::of(item, request.home));
+        if (!rule) {
+            rest.append(std::move(item));
+        } else if (rule->action != UserRule::Action::leaveAlone) {
+            decisions.insert(item.id, UserRules::decision(*rule));
+            decided.append(std::move(item));
+        }
+    }
+    items = std::move(rest);
+    return decisions;
 }
 
 void announce(int count, const Reports& reports)
@@ -148,7 +188,8 @@ Decisions sortByKind(const QList<ScannedItem>& items, const Rules::Triage& ruled
 }
 
 // Asks the model about what the rules left open, then takes a second look at what it was unsure
-// of; false when the refresh failed or was stopped.
+// of; false when the refresh failed or was stopped. `decisions` comes in with what the person's
+// own rules decided, which counts as done.
 bool askModel(const Request& request,
               const Profile& profile,
               const QList<ScannedItem>& items,
@@ -158,7 +199,9 @@ bool askModel(const Request& request,
               Decisions& decisions)
 {
     const Classifier classifier = classifierFor(request, profile);
-    const auto progress = [&reports, total = outcome.classified](int decided) { reports.progress(decided, total); };
+    const auto progress = [&reports, total = outcome.classified, own = int(decisions.size())](int decided) {
+        reports.progress(own + decided, total);
+    };
     Classifier::Outcome<Decisions> answered = classifier.firstPass(ruled.toAsk, ruled.decisions, progress);
     if (const APIError* error = std::get_if<APIError>(&answered)) {
         outcome.cancelled = cancelled(request);
@@ -169,6 +212,52 @@ bool askModel(const Request& request,
     if (request.mode != TidyMode::junkOnly)
         decisions = classifier.secondLook(items, std::move(decisions));
     outcome.everyRequestFailed = everyRequestFailed(ruled.toAsk, decisions);
+    return true;
+}
+
+bool failedToConnect(const Request& request, Outcome& outcome)
+{
+    // Sorting by kind sends nothing anywhere, so there is no connection to prove.
+    if (request.profile.sortWith == SortWith::noModel)
+        return false;
+    std::optional<APIError> failure = checkConnection(
+        request.apiKey, request.profile.sortingModel(), request.clock, request.cancellation, serverOf(request.profile));
+    if (!failure)
+        return false;
+    outcome.cancelled = cancelled(request);
+    outcome.failure = std::move(failure);
+    outcome.connectionFailed = true;
+    return true;
+}
+
+// Decides `items`, which the person's rules left open, and adds them to `decisions`, which holds
+// what those rules decided; false when the refresh failed or was stopped.
+bool decideTheRest(const Request& request,
+                   const QList<ScannedItem>& items,
+                   Outcome& outcome,
+                   const Reports& reports,
+                   Decisions& decisions,
+                   Profile& profile)
+{
+    const bool withModel = request.profile.sortWith != SortWith::noModel;
+    // Without a model, projects come only from the person.
+    profile = withModel ? learnProjects(request, items, reports) : request.profile;
+    if (cancelled(request)) {
+        outcome.cancelled = true;
+        return false;
+    }
+    announce(outcome.classified, reports);
+
+    const Decisions own = decisions;
+    const Rules::Triage ruled = Rules::triage(items, profile, request.mode);
+    if (!withModel) {
+        decisions = sortByKind(items, ruled, request.mode);
+        reports.progress(outcome.classified, outcome.classified);
+    } else if (!askModel(request, profile, items, ruled, outcome, reports, decisions)) {
+        return false;
+    }
+    // The person's word stands over any answer that named one of these items all the same.
+    decisions.insert(own);
     return true;
 }
 
@@ -220,44 +309,26 @@ std::optional<APIError> checkConnection(const QString& apiKey,
 Outcome run(const Request& request, const Reports& reports)
 {
     Outcome outcome;
-    // Sorting by kind sends nothing anywhere, so there is no connection to prove.
-    const bool withModel = request.profile.sortWith != SortWith::noModel;
-    if (std::optional<APIError> failure = withModel ? checkConnection(request.apiKey,
-                                                                      request.profile.sortingModel(),
-                                                                      request.clock,
-                                                                      request.cancellation,
-                                                                      serverOf(request.profile))
-                                                    : std::nullopt) {
-        outcome.cancelled = cancelled(request);
-        outcome.failure = std::move(failure);
-        outcome.connectionFailed = true;
+    if (failedToConnect(request, outcome))
         return outcome;
-    }
-    QList<ScannedItem> items = scan(request, reports);
+    QList<ScannedItem> items = scan(request, reports, &outcome.subjects);
     if (cancelled(request)) {
         outcome.cancelled = true;
         return outcome;
     }
     outcome.scanned = int(items.size());
+    for (const ScannedItem& item : std::as_const(items))
+        outcome.subjects.append(RuleSubject::of(item, request.home));
     outcome.capNotice = capToNewest(items);
-    outcome.classified = int(items.size());
+    QList<ScannedItem> decidedByRules;
+    Decisions decisions = applyOwnRules(request, items, decidedByRules);
+    outcome.classified = int(items.size() + decidedByRules.size());
     reports.total(outcome.classified);
-    // Without a model, projects come only from the person.
-    const Profile profile = withModel ? learnProjects(request, items, reports) : request.profile;
-    if (cancelled(request)) {
-        outcome.cancelled = true;
-        return outcome;
-    }
-    announce(outcome.classified, reports);
 
-    const Rules::Triage ruled = Rules::triage(items, profile, request.mode);
-    Decisions decisions;
-    if (!withModel) {
-        decisions = sortByKind(items, ruled, request.mode);
-        reports.progress(outcome.classified, outcome.classified);
-    } else if (!askModel(request, profile, items, ruled, outcome, reports, decisions)) {
+    Profile profile;
+    if (!decideTheRest(request, items, outcome, reports, decisions, profile))
         return outcome;
-    }
+    items += decidedByRules;
     outcome.plan = Planner::plan(items, decisions, profile);
     outcome.cancelled = cancelled(request);
     return outcome;

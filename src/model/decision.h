@@ -33,6 +33,7 @@ struct Decision
     QString reason;
     std::optional<QString> projectHint;
     Provenance provenance = Provenance::model;
+    std::optional<QString> rule = std::nullopt; // the id of the person's own rule that made it
 
     bool operator==(const Decision&) const = default;
 };

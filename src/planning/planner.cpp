@@ -3,9 +3,11 @@
 #include "model/blanks.h"
 #include "model/graphemes.h"
 #include "model/home_tree.h"
+#include "model/user_rule.h"
 #include "naming.h"
 #include "scan/kinds.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 
@@ -48,10 +50,12 @@ bool keptWhenUnsure(const Category& category)
     return kind == Category::needsYou || kind == Category::duplicate || kind == Category::library;
 }
 
+// A folder the person chose takes the item as it is named.
 bool neverRenamed(const Category& category)
 {
     const Category::Kind kind = category.kind();
-    return kind == Category::junk || kind == Category::duplicate || kind == Category::needsYou;
+    return kind == Category::junk || kind == Category::duplicate || kind == Category::needsYou
+        || kind == Category::user;
 }
 
 Decision needsYou(const QString& reason)
@@ -155,6 +159,19 @@ Destination junkDestination(const Decision& decision)
     return {junkRoot + *folder, std::nullopt};
 }
 
+// The folder the person named, as a path under the home base; checked when the rule was kept,
+// but a rules file edited by hand could still name a way out.
+Destination chosenDestination(const Decision& decision)
+{
+    const std::optional<QString> folder = decision.sub ? cleanFolderPath(*decision.sub) : std::nullopt;
+    if (!folder)
+        return {
+            HomeTree::needsYou(),
+            QCoreApplication::translate(
+                "Planner", "The folder your rule names can't be used as a folder name, so this one is yours to place")};
+    return {*folder, std::nullopt};
+}
+
 Destination resolve(const Decision& decision, const ScannedItem& item, const Profile& profile)
 {
     switch (decision.category.kind()) {
@@ -174,8 +191,9 @@ Destination resolve(const Decision& decision, const ScannedItem& item, const Pro
             return junkDestination(decision);
         case Category::duplicate:
             return {HomeTree::duplicates(), std::nullopt};
-        case Category::needsYou:
         case Category::user:
+            return chosenDestination(decision);
+        case Category::needsYou:
         case Category::unknown:
             break;
     }
@@ -204,6 +222,8 @@ PlanItem planned(const ScannedItem& item,
     result.requestFailed = decision.provenance == Provenance::failed;
     if (decision.category == Category::duplicate)
         result.keptCopy = item.keptCopy;
+    result.site = UserRule::siteOf(item.whereFrom);
+    result.rule = decision.rule;
     return result;
 }
 

@@ -240,7 +240,8 @@ Decision decision(const UserRule& rule)
             std::nullopt,
             rule.reason(),
             std::nullopt,
-            Provenance::userRule};
+            Provenance::userRule,
+            rule.id};
 }
 
 QList<PlanItem> applyToPlan(const QList<PlanItem>& plan, const RuleBook& book, const QString& home, int* changed)

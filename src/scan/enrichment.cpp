@@ -225,11 +225,12 @@ std::optional<QString> whereFrom(const QString& path)
     return DownloadOrigin::read(path);
 }
 
-FileEvidence fileEvidence(const QString& path, const QString& ext, qint64 size)
+FileEvidence
+fileEvidence(const QString& path, const QString& ext, qint64 size, const std::optional<DownloadOrigin::Lookup>& origin)
 {
-    const DownloadOrigin::Lookup origin = DownloadOrigin::lookUp(path);
+    const DownloadOrigin::Lookup found = origin ? *origin : DownloadOrigin::lookUp(path);
     const Snippet text = readSnippet(path, ext, size);
-    return {text.text, origin.origin, origin.failed || text.failed};
+    return {text.text, found.origin, found.failed || text.failed};
 }
 
 bool isTinyImage(const QString& path)

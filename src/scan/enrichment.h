@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/scanned_item.h"
+#include "platform/download_origin.h"
 
 #include <QString>
 #include <QStringList>
@@ -28,14 +29,18 @@ std::optional<QString> whereFrom(const QString& path);
 
 // A file's snippet and origin, as snippet() and whereFrom() give them, and whether reading
 // either failed (the file vanished or was replaced, a read gave an error): then neither says
-// anything about the file, and nothing of it may be remembered.
+// anything about the file, and nothing of it may be remembered. `origin`: the file's origin
+// when it was already looked up in this scan, so that it is not asked twice.
 struct FileEvidence
 {
     std::optional<QString> text;
     std::optional<QString> whereFrom;
     bool failed = false;
 };
-FileEvidence fileEvidence(const QString& path, const QString& ext, qint64 size);
+FileEvidence fileEvidence(const QString& path,
+                          const QString& ext,
+                          qint64 size,
+                          const std::optional<DownloadOrigin::Lookup>& origin = std::nullopt);
 
 // The junk hints of an item, in their fixed order (never an exact duplicate: that takes the
 // other items). An application, or an AppImage, counts as an installer only inside

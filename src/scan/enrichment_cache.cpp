@@ -205,6 +205,12 @@ bool EnrichmentCache::confirm(const QString& path, const CachedFacts& facts)
     return true;
 }
 
+void EnrichmentCache::forget(const QString& path)
+{
+    if (m_entries.remove(path))
+        m_changed = true;
+}
+
 void EnrichmentCache::pruneMissing()
 {
     const qsizetype removed = m_entries.removeIf(

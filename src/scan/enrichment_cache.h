@@ -51,6 +51,8 @@ public:
     // facts, and says whether it did. Safe to call from several threads at once for different
     // paths, as long as nothing is put meanwhile.
     bool confirm(const QString& path, const CachedFacts& facts);
+    // Drops the entry of a file the scan must not remember, whatever an earlier scan knew of it.
+    void forget(const QString& path);
     // Drops entries of files that no longer exist, keeping the cache from growing forever. Only
     // entries this scan did not put are checked: the others were just seen on disk.
     void pruneMissing();

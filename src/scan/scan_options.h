@@ -1,9 +1,12 @@
 #pragma once
 
+#include "model/user_rule.h"
+
 #include <QDateTime>
 #include <QList>
 #include <QUrl>
 
+#include <functional>
 #include <optional>
 
 // The input of one walk over the scan folders.
@@ -17,4 +20,13 @@ struct ScanOptions
     // an application in Downloads is an installer.
     std::optional<QString> desktop;
     std::optional<QString> downloads;
+
+    // Whether the person wants an entry left alone, asked once its kind is known and before
+    // anything is read from it: such an entry is neither described, hashed nor remembered, and
+    // is no item. Called from the walk's worker threads with what a listing tells of the entry.
+    std::function<bool(const RuleSubject&)> leftAlone;
+    // `leftAlone` looks at the site an entry came from, so its download origin is looked up.
+    bool askSite = false;
+    // What RuleSubject::folder is relative to.
+    QString home;
 };

@@ -5,8 +5,10 @@
 #include "enrichment_cache.h"
 #include "kinds.h"
 #include "model/home_tree.h"
+#include "model/name_pattern.h"
 #include "model/store.h"
 #include "platform/directory_listing.h"
+#include "platform/download_origin.h"
 #include "scan_hooks.h"
 
 #include <QDir>
@@ -74,6 +76,8 @@ struct Found
     QByteArray raw;
     CachedFacts facts;
     bool known = false;
+    // Looked up for the person's rules before the file was described.
+    std::optional<DownloadOrigin::Lookup> origin;
 };
 
 // The bare item for one entry of a root, or nothing when the walk leaves it out. Folders get
@@ -133,10 +137,31 @@ void settleFolder(Found& found, const CachedFacts* cached)
     item.kind = whole ? Kinds::kind(found.path, true) : FileKind::folder;
 }
 
+// What the person's rules see of an entry: its listing, and the site it came from (only when a
+// rule asks, and only from the cache or the download-origin attribute, never from its contents).
+RuleSubject subjectOf(Found& found, const CachedFacts* cached, const QString& folder, bool askSite)
+{
+    const ScannedItem& item = found.item;
+    RuleSubject subject {item.name, NamePattern::fold(item.name), item.kind, item.size, folder, std::nullopt};
+    if (askSite && !item.isDir) {
+        if (cached) {
+            subject.site = UserRule::siteOf(cached->whereFrom);
+        } else {
+            found.origin = DownloadOrigin::lookUp(found.path);
+            subject.site = UserRule::siteOf(found.origin->origin);
+        }
+    }
+    return subject;
+}
+
 // Fills in the snippet or summary, origin and hints, from the cache when the file is unchanged.
 // False when a read failed: what it gave is no fact about the file.
-bool describe(
-    ScannedItem& item, const QString& path, CachedFacts& facts, bool cached, const std::optional<QString>& downloads)
+bool describe(ScannedItem& item,
+              const QString& path,
+              CachedFacts& facts,
+              bool cached,
+              const std::optional<DownloadOrigin::Lookup>& origin,
+              const std::optional<QString>& downloads)
 {
     bool read = true;
     if (!cached) {
@@ -146,7 +171,7 @@ bool describe(
             facts.text = peek(path);
             read = facts.text.has_value();
         } else if (!item.isDir) {
-            const FileEvidence evidence = fileEvidence(path, item.ext, item.size);
+            const FileEvidence evidence = fileEvidence(path, item.ext, item.size, origin);
             facts.whereFrom = evidence.whereFrom;
             facts.text = evidence.text;
             read = !evidence.failed;
@@ -182,6 +207,8 @@ struct Examined
     std::vector<DirectoryListing> listings;
     QList<std::optional<Found>> found;
     EnrichmentCache cache;
+    // Beside `found`: the paths of the entries the person's rules left alone.
+    QStringList leftAlone;
 };
 
 // What the walk keeps, in item order, with what the cache needs beside each item.
@@ -192,6 +219,7 @@ struct Kept
     QList<char> known;
     QList<char> failed; // a read failed: nothing of the item is remembered
     QStringList paths;
+    QList<std::optional<DownloadOrigin::Lookup>> origins;
 };
 
 QStringList excludedFolders(const ScanOptions& options)
@@ -239,6 +267,7 @@ Examined examineRoots(QThreadPool& pool, const ScanOptions& options, const QStri
             entries.append({&listing, name});
     }
     examined.found.resize(entries.size());
+    examined.leftAlone.resize(entries.size());
     listed.release(helpers);
     examineRest();
     for (QFuture<void>& helper : examining)
@@ -247,9 +276,22 @@ Examined examineRoots(QThreadPool& pool, const ScanOptions& options, const QStri
     return examined;
 }
 
-// Folders get their kind, and every entry the facts the cache holds for its version.
-void lookUpCached(QThreadPool& pool, Examined& examined, const QList<qsizetype>& indices)
+// The scan folder of each listing as the person's rules name it, relative to the home folder.
+QStringList ruleFolders(const Examined& examined, const ScanOptions& options)
 {
+    QStringList folders;
+    if (!options.leftAlone)
+        return folders;
+    for (const DirectoryListing& listing : examined.listings)
+        folders.append(RuleSubject::folderOf(listing.path() + u"/-"_s, options.home));
+    return folders;
+}
+
+// Folders get their kind, and every entry the facts the cache holds for its version. Then the
+// person's rules may take an entry out of the walk, before anything is read from it.
+void lookUpCached(QThreadPool& pool, Examined& examined, const QList<qsizetype>& indices, const ScanOptions& options)
+{
+    const QStringList folders = ruleFolders(examined, options);
     QtConcurrent::blockingMap(&pool, indices, [&](qsizetype i) {
         std::optional<Found>& found = examined.found[i];
         if (!found)
@@ -257,6 +299,14 @@ void lookUpCached(QThreadPool& pool, Examined& examined, const QList<qsizetype>&
         const CachedFacts* cached = examined.cache.find(found->path, found->stamp);
         if (found->item.isDir)
             settleFolder(*found, cached);
+        if (options.leftAlone) {
+            const QString& folder = folders[found->listing - examined.listings.data()];
+            if (options.leftAlone(subjectOf(*found, cached, folder, options.askSite))) {
+                examined.leftAlone[i] = std::move(found->path);
+                found.reset();
+                return;
+            }
+        }
         found->known = cached != nullptr;
         found->facts = cached ? *cached : CachedFacts {found->stamp, {}, {}, {}, {}, {}, {}};
         found->facts.projectMarker = found->projectMarker;
@@ -275,7 +325,8 @@ Kept keepFound(QThreadPool& pool, QList<std::optional<Found>>& examined, const Q
                QList<CachedFacts>(count),
                QList<char>(count),
                QList<char>(count),
-               QStringList(count)};
+               QStringList(count),
+               QList<std::optional<DownloadOrigin::Lookup>>(count)};
     QtConcurrent::blockingMap(&pool, indices, [&](qsizetype i) {
         std::optional<Found>& found = examined[i];
         if (!found)
@@ -286,6 +337,7 @@ Kept keepFound(QThreadPool& pool, QList<std::optional<Found>>& examined, const Q
         kept.facts[at] = std::move(found->facts);
         kept.items[at] = std::move(found->item);
         kept.paths[at] = std::move(found->path);
+        kept.origins[at] = std::move(found->origin);
         found.reset();
     });
     return kept;
@@ -307,7 +359,8 @@ void describeAll(QThreadPool& pool,
     QFuture<void> describing = QtConcurrent::map(&pool, steps, [&](qsizetype begin) {
         const qsizetype end = std::min(begin + kProgressStep, count);
         for (qsizetype i = begin; i < end && !stopped(cancellation); ++i)
-            kept.failed[i] = !describe(kept.items[i], kept.paths[i], kept.facts[i], kept.known[i], options.downloads);
+            kept.failed[i] = !describe(
+                kept.items[i], kept.paths[i], kept.facts[i], kept.known[i], kept.origins[i], options.downloads);
         stepsDone.release();
     });
     for (qsizetype step = 0; step < steps.size() && !stopped(cancellation); ++step) {
@@ -320,9 +373,14 @@ void describeAll(QThreadPool& pool,
 }
 
 // Most files are unchanged: their entries are confirmed on every core, and only the rest are
-// written into the cache one by one; a file whose reads failed is left for the next scan.
-void remember(QThreadPool& pool, EnrichmentCache& cache, const Kept& kept)
+// written into the cache one by one; a file whose reads failed is left for the next scan. What
+// the person's rules leave alone is forgotten, whatever an earlier scan learned of it.
+void remember(QThreadPool& pool, EnrichmentCache& cache, const Kept& kept, const QStringList& leftAlone)
 {
+    for (const QString& path : leftAlone) {
+        if (!path.isEmpty())
+            cache.forget(path);
+    }
     QList<char> confirmed(kept.items.size());
     const QList<qsizetype> indices = positions(kept.items.size());
     QtConcurrent::blockingMap(&pool, indices, [&](qsizetype i) {
@@ -446,7 +504,7 @@ QList<ScannedItem> run(const ScanOptions& options, const Progress& progress, con
     const QString cachePath = cacheFile();
     Examined examined = examineRoots(pool, options, cachePath);
     const QList<qsizetype> indices = positions(examined.found.size());
-    lookUpCached(pool, examined, indices);
+    lookUpCached(pool, examined, indices, options);
     if (stopped(cancellation))
         return {};
     Kept kept = keepFound(pool, examined.found, indices);
@@ -464,7 +522,7 @@ QList<ScannedItem> run(const ScanOptions& options, const Progress& progress, con
             landing.append(*folder);
     }
     markDuplicates(kept.items, kept.facts, landing);
-    remember(pool, examined.cache, kept);
+    remember(pool, examined.cache, kept, examined.leftAlone);
     examined.cache.save(cachePath);
     return std::move(kept.items);
 }
