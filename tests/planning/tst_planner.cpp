@@ -1,4 +1,5 @@
 #include "planning/planner.h"
+#include "planning/user_rules.h"
 
 #include <QTest>
 
@@ -146,6 +147,13 @@ private Q_SLOTS:
         QTest::newRow("project of dots") << u"project:.."_s << QString() << u"Clients/.."_s << needsYou << true;
         QTest::newRow("project with line break") << u"project:.launch"_s << QString() << u"Acme\nBrand/.launch"_s
                                                  << u"Projects/Acme Brand/launch/Other"_s << false;
+        // A folder the person chose, from a rules file that may have been edited by hand.
+        QTest::newRow("chosen folder") << u"user"_s << u"Library//Torrents/"_s << QString() << u"Library/Torrents"_s
+                                       << false;
+        QTest::newRow("chosen folder climbs out")
+            << u"user"_s << u"Library/../../../etc"_s << QString() << needsYou << true;
+        QTest::newRow("chosen folder of dots") << u"user"_s << u"../.."_s << QString() << needsYou << true;
+        QTest::newRow("no chosen folder") << u"user"_s << QString() << QString() << needsYou << true;
     }
 
     void hostileFolderNames()
@@ -241,6 +249,52 @@ private Q_SLOTS:
         noRenames.renameFiles = false;
         for (const PlanItem& planned : Planner::plan(items, decisions, noRenames))
             QCOMPARE(planned.newName, std::nullopt);
+    }
+
+    // What the person's own rules decided: their folder as it stands, approved, the file's own
+    // name kept, and the rule named on the item, which also carries the site it came from.
+    void ownRules()
+    {
+        UserRule torrents {.id = u"r1"_s, .name = u"*.torrent"_s, .to = u"Library/Torrents"_s};
+        UserRule junk {.id = u"r2"_s, .name = u"*.zip"_s, .action = UserRule::Action::junk};
+        UserRule inPlace {.id = u"r3"_s, .name = u"*.md"_s, .to = u"Notes"_s};
+        QList<ScannedItem> items {
+            item(0, u"/home/ann/Downloads/IMG_2041.torrent"_s, FileKind::other),
+            item(1, u"/home/ann/Downloads/old.zip"_s, FileKind::archive),
+            item(2, kBase + u"/Notes/todo.md"_s, FileKind::doc),
+            item(3, u"/home/ann/Downloads/letter.txt"_s, FileKind::doc),
+        };
+        items[0].whereFrom = u"https://Tracker.Example.org/get?id=7"_s;
+        items[3].whereFrom = u"https://mail.example.com/attachment"_s;
+        Decisions decisions {{0, UserRules::decision(torrents)},
+                             {1, UserRules::decision(junk)},
+                             {2, UserRules::decision(inPlace)},
+                             {3, decided(u"personal"_s, u"Letters"_s)}};
+        decisions[0].newName = u"Should not be used"_s;
+
+        QHash<qint64, PlanItem> byId;
+        for (const PlanItem& planned : Planner::plan(items, decisions, profile()))
+            byId.insert(planned.id, planned);
+        QCOMPARE(byId.keys().size(), 3);
+        QVERIFY(!byId.contains(2)); // already in the rule's folder
+
+        QCOMPARE(byId[0].destFolder, u"Library/Torrents"_s);
+        QCOMPARE(byId[0].category, Category(Category::user));
+        QVERIFY(byId[0].approved);
+        QCOMPARE(byId[0].newName, std::nullopt);
+        QCOMPARE(byId[0].reason, u"Your rule: *.torrent \u2192 Library/Torrents"_s);
+        QCOMPARE(byId[0].rule, u"r1"_s);
+        QCOMPARE(byId[0].site, u"tracker.example.org"_s);
+
+        QCOMPARE(byId[1].destFolder, u"Brindlow Review/To Delete - Review First/Your rules"_s);
+        QCOMPARE(byId[1].destFolder, UserRules::junkFolder());
+        QCOMPARE(byId[1].category, Category(Category::junk));
+        QVERIFY(byId[1].approved);
+        QCOMPARE(byId[1].rule, u"r2"_s);
+        QCOMPARE(byId[1].site, std::nullopt);
+
+        QCOMPARE(byId[3].rule, std::nullopt);
+        QCOMPARE(byId[3].site, u"mail.example.com"_s);
     }
 };
 
