@@ -1,6 +1,7 @@
 #include "model/home_tree.h"
 #include "model/store.h"
 #include "planning/rules.h"
+#include "planning/user_rules.h"
 #include "scan/enrichment.h"
 #include "scan/enrichment_cache.h"
 #include "scan/scan_hooks.h"
@@ -10,6 +11,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QMutex>
 #include <QScopeGuard>
 #include <QTest>
 
@@ -70,6 +72,26 @@ ScanOptions optionsFor(const QStringList& roots)
     for (const QString& root : roots)
         options.roots.append(QUrl::fromLocalFile(root));
     return options;
+}
+
+// What the rules were asked about, from the scan's worker threads.
+struct Asked
+{
+    QMutex mutex;
+    QHash<QString, RuleSubject> subjects;
+};
+
+// The scan asking `book` the way a refresh does.
+void askRules(ScanOptions& options, const RuleBook& book, const QString& home, Asked& asked)
+{
+    options.home = home;
+    options.askSite = book.namesSite();
+    options.leftAlone = [&book, &asked](const RuleSubject& subject) {
+        const QMutexLocker locked(&asked.mutex);
+        asked.subjects.insert(subject.folder + u'/' + subject.name, subject);
+        const UserRule* rule = book.decide(subject);
+        return rule && rule->action == UserRule::Action::leaveAlone;
+    };
 }
 
 } // namespace
@@ -285,6 +307,101 @@ private Q_SLOTS:
         cache = EnrichmentCache::load(cacheFile);
         QCOMPARE(cache.size(), 4);
         QVERIFY(cache.find(root + u"/notes.txt"_s, FileStamp {}) == nullptr); // a stamp that matches nothing
+    }
+
+    // What the person's rules leave alone is passed over before anything is read from it: no
+    // snippet, no hashing, no item, and nothing of it in the cache, even what an earlier scan
+    // without the rule stored there.
+    void leftAloneIsNeverRead_data()
+    {
+        QTest::addColumn<bool>("cachedBefore");
+        QTest::newRow("first scan") << false;
+        QTest::newRow("after a scan without the rules") << true;
+    }
+
+    void leftAloneIsNeverRead()
+    {
+        QFETCH(bool, cachedBefore);
+        TempHome home;
+        const QString down = home.path() + u"/Downloads"_s;
+        const QString desk = home.path() + u"/Desktop"_s;
+        const QByteArray secret = "vault bytes " + QByteArray(5000, 's');
+        FileFactory::write(down + u"/Passwords.KDBX"_s, secret);
+        FileFactory::write(down + u"/vault-backup.bin"_s, secret);
+        FileFactory::write(down + u"/keep/contract.txt"_s, "signed");
+        FileFactory::write(desk + u"/keep/draft.txt"_s, "not signed yet");
+        FileFactory::write(down + u"/statement.pdf"_s, "%PDF statement");
+        FileFactory::setOriginAttribute(down + u"/statement.pdf"_s, "https://eu.bank.example.com/statements/3");
+        FileFactory::write(down + u"/paper.pdf"_s, "%PDF paper");
+        FileFactory::setOriginAttribute(down + u"/paper.pdf"_s, "https://journal.example.org/paper");
+        FileFactory::write(down + u"/notes.txt"_s, "same notes");
+        FileFactory::write(down + u"/notes copy.txt"_s, "same notes");
+        const QStringList alone {down + u"/Passwords.KDBX"_s, down + u"/keep"_s, down + u"/statement.pdf"_s};
+        const RuleBook book(
+            {UserRule {.id = u"1"_s, .name = u"*.kdbx"_s, .action = UserRule::Action::leaveAlone},
+             UserRule {
+                 .id = u"2"_s, .name = u"keep"_s, .folder = u"Downloads"_s, .action = UserRule::Action::leaveAlone},
+             UserRule {.id = u"3"_s, .site = u"bank.example.com"_s, .action = UserRule::Action::leaveAlone},
+             UserRule {.id = u"4"_s, .name = u"*.txt"_s, .to = u"Notes"_s}});
+        if (cachedBefore)
+            QCOMPARE(Scanner::run(optionsFor({down, desk})).size(), 8);
+
+        QStringList read;
+        QMutex reading;
+        ScanHooks::setBeforeReading([&](const QString& path) {
+            const QMutexLocker locked(&reading);
+            read.append(path);
+        });
+        const auto unhook = qScopeGuard([] { ScanHooks::setBeforeReading({}); });
+        ScanOptions options = optionsFor({down, desk});
+        Asked asked;
+        askRules(options, book, home.path(), asked);
+        const QList<ScannedItem> items = Scanner::run(options);
+
+        QStringList names = namesOf(items);
+        names.sort();
+        QCOMPARE(names,
+                 (QStringList {u"keep"_s, u"notes copy.txt"_s, u"notes.txt"_s, u"paper.pdf"_s, u"vault-backup.bin"_s}));
+        QCOMPARE(find(items, u"keep"_s)->url.toLocalFile(), desk + u"/keep"_s);
+        for (const QString& path : alone)
+            QVERIFY2(!read.contains(path), qPrintable(path));
+        QCOMPARE(read.isEmpty(), cachedBefore);
+        // Its identical twin is no duplicate: the file left alone was never hashed.
+        QVERIFY(find(items, u"vault-backup.bin"_s)->junkHints.isEmpty());
+        QVERIFY(find(items, u"notes copy.txt"_s)->junkHints.contains(JunkHint::exactDuplicate));
+
+        // The rules saw the listing and the site; the site came from the cache when it knew it.
+        QCOMPARE(asked.subjects.size(), 8);
+        const RuleSubject& statement = asked.subjects.value(u"Downloads/statement.pdf"_s);
+        QCOMPARE(statement.site, u"eu.bank.example.com"_s);
+        QCOMPARE(statement.folder, u"Downloads"_s);
+        QCOMPARE(statement.kind, FileKind::pdf);
+        QCOMPARE(statement.size, 14);
+        QCOMPARE(asked.subjects.value(u"Downloads/Passwords.KDBX"_s).folded, u"passwords.kdbx"_s);
+        QCOMPARE(asked.subjects.value(u"Downloads/keep"_s).kind, FileKind::folder);
+        QCOMPARE(asked.subjects.value(u"Downloads/paper.pdf"_s).site, u"journal.example.org"_s);
+        QCOMPARE(find(items, u"paper.pdf"_s)->whereFrom, u"https://journal.example.org/paper"_s);
+
+        const EnrichmentCache cache = EnrichmentCache::load(Store::dir() + u"/scan-cache.bin"_s);
+        for (const QString& path : alone)
+            QVERIFY2(!cache.find(path, stampOf(path)), qPrintable(path));
+        QVERIFY(cache.find(down + u"/paper.pdf"_s, stampOf(down + u"/paper.pdf"_s)));
+        QCOMPARE(cache.size(), 5);
+    }
+
+    // Without a rule on the site, the scan never looks up where an entry came from to ask.
+    void siteLookedUpOnlyWhenAsked()
+    {
+        TempHome home;
+        const QString down = home.path() + u"/Downloads"_s;
+        FileFactory::write(down + u"/statement.pdf"_s, "%PDF statement");
+        FileFactory::setOriginAttribute(down + u"/statement.pdf"_s, "https://bank.example.com/3");
+        const RuleBook book({UserRule {.id = u"1"_s, .name = u"*.kdbx"_s, .action = UserRule::Action::leaveAlone}});
+        ScanOptions options = optionsFor({down});
+        Asked asked;
+        askRules(options, book, home.path(), asked);
+        QCOMPARE(Scanner::run(options).size(), 1);
+        QCOMPARE(asked.subjects.value(u"Downloads/statement.pdf"_s).site, std::nullopt);
     }
 
     // Files that vanish, or give way to a folder, between the listing and the reading: nothing
