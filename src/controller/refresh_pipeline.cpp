@@ -83,24 +83,15 @@ Profile learnProjects(const Request& request, const QList<ScannedItem>& items, c
     return current;
 }
 
-// The scan asks the person's rules about every entry before it reads anything from it; what
-// they leave alone is never described. `leftAlone` receives what the rules saw of those.
+// `leftAlone` receives what the rules saw of the entries they left alone.
 QList<ScannedItem> scan(const Request& request, const Reports& reports, QList<RuleSubject>* leftAlone)
 {
     ScanOptions options = scanOptions(request.profile, request.mode, request.home);
     QMutex found;
-    if (request.rules.leavesAlone()) {
-        options.home = request.home;
-        options.askSite = request.rules.namesSite();
-        options.leftAlone = [&book = request.rules, &found, leftAlone](const RuleSubject& subject) {
-            const UserRule* rule = book.decide(subject);
-            if (!rule || rule->action != UserRule::Action::leaveAlone)
-                return false;
-            const QMutexLocker locked(&found);
-            leftAlone->append(subject);
-            return true;
-        };
-    }
+    askRules(options, request.rules, request.home, [&found, leftAlone](const RuleSubject& subject) {
+        const QMutexLocker locked(&found);
+        leftAlone->append(subject);
+    });
     return Scanner::run(
         options,
         [&reports](int found) {
@@ -279,6 +270,27 @@ ScanOptions scanOptions(const Profile& profile, TidyMode mode, const QString& ho
     for (const QString& name : HomeTree::excludedFromScan())
         options.exclude.append(QUrl::fromLocalFile(profile.homeBase + u'/' + name));
     return options;
+}
+
+void askRules(ScanOptions& options,
+              const RuleBook& rules,
+              const QString& home,
+              const std::function<void(const RuleSubject&)>& leftAlone)
+{
+    // Only a rule that leaves items alone changes what the scan does; the others wait for the
+    // items it describes.
+    if (!rules.leavesAlone())
+        return;
+    options.home = home;
+    options.askSite = rules.namesSite();
+    options.leftAlone = [&rules, leftAlone](const RuleSubject& subject) {
+        const UserRule* rule = rules.decide(subject);
+        if (!rule || rule->action != UserRule::Action::leaveAlone)
+            return false;
+        if (leftAlone)
+            leftAlone(subject);
+        return true;
+    };
 }
 
 std::optional<ModelServer> serverOf(const Profile& profile)

@@ -67,6 +67,14 @@ struct Outcome
 // Reads the desktop's folder settings: off the UI thread.
 ScanOptions scanOptions(const Profile& profile, TidyMode mode, const QString& home);
 
+// Has the scan ask `rules` about every entry before it reads anything from it: what they leave
+// alone is never described, and `leftAlone` (from the scan's threads) hears what they saw of
+// it. `rules` must outlive the scan.
+void askRules(ScanOptions& options,
+              const RuleBook& rules,
+              const QString& home,
+              const std::function<void(const RuleSubject&)>& leftAlone = {});
+
 Outcome run(const Request& request, const Reports& reports);
 
 // One tiny request that proves the key and the connection; nothing when they work.
