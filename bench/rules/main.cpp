@@ -110,7 +110,7 @@ QList<UserRule> fiftyRules()
         leave(u"*.gpg"_s),
         leave(u"id_[re][sd]*"_s),
         {.name = u"keep"_s, .folder = u"Downloads"_s, .action = UserRule::Action::leaveAlone},
-        leave(u"Folder_1?.d"_s),
+        leave(u"IMG_1?.jpg"_s),
     };
     for (UserRule& made : rules) {
         if (const std::optional<QString> problem = UserRules::problem(made))

@@ -389,21 +389,6 @@ private Q_SLOTS:
         QCOMPARE(cache.size(), 5);
     }
 
-    // Without a rule on the site, the scan never looks up where an entry came from to ask.
-    void siteLookedUpOnlyWhenAsked()
-    {
-        TempHome home;
-        const QString down = home.path() + u"/Downloads"_s;
-        FileFactory::write(down + u"/statement.pdf"_s, "%PDF statement");
-        FileFactory::setOriginAttribute(down + u"/statement.pdf"_s, "https://bank.example.com/3");
-        const RuleBook book({UserRule {.id = u"1"_s, .name = u"*.kdbx"_s, .action = UserRule::Action::leaveAlone}});
-        ScanOptions options = optionsFor({down});
-        Asked asked;
-        askRules(options, book, home.path(), asked);
-        QCOMPARE(Scanner::run(options).size(), 1);
-        QCOMPARE(asked.subjects.value(u"Downloads/statement.pdf"_s).site, std::nullopt);
-    }
-
     // Files that vanish, or give way to a folder, between the listing and the reading: nothing
     // read of them is a fact, so none of it is remembered, and they pair with nothing.
     void failedReadsAreNotRemembered_data()
