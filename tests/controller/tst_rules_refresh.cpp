@@ -191,6 +191,32 @@ private Q_SLOTS:
         QCOMPARE(refreshed.outcome.plan[0].rule, rule);
         QVERIFY(!refreshed.heard.contains(u"debian-12"_s));
     }
+
+    // The rules the person keeps reach the refresh the controller starts, and what it scanned
+    // is there for the rule editor to count.
+    void throughTheController()
+    {
+        ControllerFixture fixture;
+        fixture.home.writeFile(u"Downloads/family-passwords.kdbx"_s, "vault");
+        const QString invoice = fixture.home.writeFile(u"Downloads/inv_88213.pdf"_s, "%PDF invoice");
+        FileFactory::setOriginAttribute(invoice, "https://billing.example.net/inv/88213");
+        fixture.home.writeFile(u"Downloads/holiday-plans.txt"_s, "Lisbon in May");
+        std::unique_ptr<AppState> state = fixture.start();
+        QCOMPARE(state->rules().add({.name = u"*.kdbx"_s, .action = UserRule::Action::leaveAlone}), std::nullopt);
+        QCOMPARE(state->rules().add({.site = u"billing.example.net"_s, .to = u"Work Admin/Invoices"_s}), std::nullopt);
+
+        QVERIFY(ControllerFixture::refresh(*state));
+        QCOMPARE(fixture.sentPaths(), QStringList {u"~/Downloads/holiday-plans.txt"_s});
+        const QString heard = fixture.sentSince(0);
+        QVERIFY(!heard.contains(u"family-passwords"_s) && !heard.contains(u"inv_88213"_s));
+        QStringList planned;
+        for (const PlanItem& item : state->review().plan())
+            planned.append(item.src.fileName() + u" → "_s + item.destFolder);
+        planned.sort();
+        QCOMPARE(planned,
+                 (QStringList {u"holiday-plans.txt → Personal/Documents"_s, u"inv_88213.pdf → Work Admin/Invoices"_s}));
+        QCOMPARE(state->refresh().lastScan().size(), 3);
+    }
 };
 
 QTEST_MAIN(TestRulesRefresh)
