@@ -81,7 +81,8 @@ class TestRulesRefresh : public QObject
 
 private Q_SLOTS:
     // What a rule sends somewhere, sets aside or leaves alone is never described to a model, in
-    // any kind of refresh, and is planned as the rule says whatever a reply claims about it.
+    // any kind of refresh, and is planned as the first rule that matches says, whatever a reply
+    // claims about it.
     void ownRulesKeepItemsFromTheModel_data()
     {
         QTest::addColumn<TidyMode>("mode");
@@ -118,6 +119,8 @@ private Q_SLOTS:
             {.id = u"torrents"_s, .name = u"*.torrent"_s, .to = u"Library/Torrents"_s},
             {.id = u"bank"_s, .site = u"bank.example.com"_s, .to = u"Work Admin/Bank"_s},
             {.id = u"zips"_s, .name = u"*.zip"_s, .folder = u"Desktop"_s, .action = UserRule::Action::junk},
+            // Matches everything in Downloads, and so decides none of what the rules above take.
+            {.id = u"web"_s, .folder = u"Downloads"_s, .to = u"Library/From the web"_s},
         };
 
         const Refreshed refreshed = refresh(fixture, rules, mode, sortWith);
@@ -162,34 +165,6 @@ private Q_SLOTS:
         QVERIFY(listed.contains(u"Downloads/keep"_s));
         QVERIFY(listed.contains(u"Desktop/letter-to-ann.txt"_s));
         QCOMPARE(refreshed.outcome.scanned, 29);
-    }
-
-    // Of two rules that both match, the one higher in the list decides.
-    void ruleOrderDecides_data()
-    {
-        QTest::addColumn<bool>("torrentsFirst");
-        QTest::addColumn<QString>("folder");
-        QTest::addColumn<QString>("rule");
-        QTest::newRow("torrents first") << true << u"Library/Torrents"_s << u"torrents"_s;
-        QTest::newRow("downloads first") << false << u"Library/From the web"_s << u"web"_s;
-    }
-
-    void ruleOrderDecides()
-    {
-        QFETCH(bool, torrentsFirst);
-        QFETCH(QString, folder);
-        QFETCH(QString, rule);
-        ControllerFixture fixture;
-        fixture.home.writeFile(u"Downloads/debian-12.iso.torrent"_s, "d8:announce");
-        const UserRule torrents {.id = u"torrents"_s, .name = u"*.torrent"_s, .to = u"Library/Torrents"_s};
-        const UserRule web {.id = u"web"_s, .folder = u"Downloads"_s, .to = u"Library/From the web"_s};
-        const QList<UserRule> rules = torrentsFirst ? QList {torrents, web} : QList {web, torrents};
-
-        const Refreshed refreshed = refresh(fixture, rules, TidyMode::quick, SortWith::claude);
-        QCOMPARE(refreshed.outcome.plan.size(), 1);
-        QCOMPARE(refreshed.outcome.plan[0].destFolder, folder);
-        QCOMPARE(refreshed.outcome.plan[0].rule, rule);
-        QVERIFY(!refreshed.heard.contains(u"debian-12"_s));
     }
 
     // The rules the person keeps reach the refresh the controller starts, and what it scanned
