@@ -113,6 +113,10 @@ Decisions applyOwnRules(const Request& request, QList<ScannedItem>& items, QList
     for (ScannedItem& item : items) {
         const UserRule* rule = request.rules.decide(RuleSubject::of(item, request.home));
         if (!rule) {
+            // A folder's summary names what lies inside it, and the person's rules may keep
+            // some of those names from any model.
+            if (item.isDir && item.text)
+                item.text = request.rules.withoutLeftAloneNames(*item.text);
             rest.append(std::move(item));
         } else if (rule->action != UserRule::Action::leaveAlone) {
             decisions.insert(item.id, UserRules::decision(*rule));

@@ -150,6 +150,29 @@ const QList<UserRule>& RuleBook::rules() const
     return m_rules;
 }
 
+QString RuleBook::withoutLeftAloneNames(const QString& summary) const
+{
+    static const QString marker = u". Contents: "_s;
+    const qsizetype at = summary.indexOf(marker);
+    if (at < 0 || !leavesAlone())
+        return summary;
+    QStringList kept;
+    for (const QString& name : summary.mid(at + marker.size()).split(u" | "_s)) {
+        const QString folded = NamePattern::fold(name);
+        const FileKind kind = Kinds::map().value(Kinds::extension(name), FileKind::other);
+        bool hidden = false;
+        for (qsizetype i = 0; i < m_rules.size() && !hidden; ++i) {
+            const UserRule& rule = m_rules[i];
+            if (!m_usable[i] || rule.action != UserRule::Action::leaveAlone || (!rule.name && !rule.kind))
+                continue;
+            hidden = (!m_patterns[i] || m_patterns[i]->matches(folded)) && (!rule.kind || *rule.kind == kind);
+        }
+        if (!hidden)
+            kept.append(name);
+    }
+    return summary.left(at + marker.size()) + kept.join(u" | "_s);
+}
+
 bool RuleBook::isEmpty() const
 {
     return m_rules.isEmpty();

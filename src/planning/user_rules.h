@@ -26,6 +26,10 @@ public:
     bool namesSite() const;
     // Whether any rule leaves items alone, so the scan must ask before it reads an item.
     bool leavesAlone() const;
+    // A folder's summary (Enrichment's "… Contents: a | b") without the names inside it that a
+    // rule leaving items alone would keep from a model. What lies inside a folder is in no scan
+    // folder, so only such a rule's name and kind are asked: a name is rather hidden than sent.
+    QString withoutLeftAloneNames(const QString& summary) const;
 
 private:
     QList<UserRule> m_rules;

@@ -110,6 +110,9 @@ private Q_SLOTS:
         FileFactory::setOriginAttribute(statement, "https://online.bank.example.com/statements/7731");
         home.writeFile(u"Desktop/old-installer-bundle.zip"_s, "PK old");
         home.writeFile(u"Desktop/letter-to-ann.txt"_s, "Dear Ann");
+        // A folder's summary names what is inside it: a left-alone name must not be among them.
+        home.writeFile(u"Desktop/Old stuff/Passwords-backup.kdbx"_s, "vault");
+        home.writeFile(u"Desktop/Old stuff/recipes.txt"_s, "soup");
         FileFactory::png(home.path() + u"/Desktop/Screenshot 2026-03-01.png"_s, 40, 30);
         for (int i = 0; i < 24; ++i)
             home.writeFile(u"Documents/notes-%1.txt"_s.arg(i), "notes about the garden, part " + QByteArray::number(i));
@@ -130,12 +133,15 @@ private Q_SLOTS:
                                     u"tax-return-draft"_s,
                                     u"ubuntu-24.04-desktop"_s,
                                     u"acct-7731"_s,
-                                    u"old-installer-bundle"_s})
+                                    u"old-installer-bundle"_s,
+                                    u"Passwords-backup"_s})
             QVERIFY2(!refreshed.heard.contains(name), qPrintable(name));
         if (asked.isEmpty())
             QCOMPARE(refreshed.requests, 0);
         else
             QVERIFY2(refreshed.heard.contains(asked), "the check above would prove nothing");
+        if (mode == TidyMode::quick && sortWith == SortWith::claude)
+            QVERIFY2(refreshed.heard.contains(u"recipes.txt"_s), "the folder's summary was sent without its names");
 
         QVERIFY(!planned(plan, u"Vault-2026.kdbx"_s));
         QVERIFY(!planned(plan, u"keep"_s));
@@ -160,11 +166,11 @@ private Q_SLOTS:
         QStringList listed;
         for (const RuleSubject& subject : refreshed.outcome.subjects)
             listed.append(subject.folder + u'/' + subject.name);
-        QCOMPARE(listed.size(), 31);
+        QCOMPARE(listed.size(), 32);
         QVERIFY(listed.contains(u"Downloads/Vault-2026.kdbx"_s));
         QVERIFY(listed.contains(u"Downloads/keep"_s));
         QVERIFY(listed.contains(u"Desktop/letter-to-ann.txt"_s));
-        QCOMPARE(refreshed.outcome.scanned, 29);
+        QCOMPARE(refreshed.outcome.scanned, 30);
     }
 
     // The rules the person keeps reach the refresh the controller starts, and what it scanned
