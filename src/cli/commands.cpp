@@ -747,6 +747,7 @@ int run(const QStringList& arguments, QTextStream& out, QTextStream& err)
     if (command.needs == Needs::nothing)
         return command.handler({args, out, err, nullptr});
 
+    RulesCommands::sayIfKeptAside(err);
     AppState state;
     useTerminalNotices(state, err);
     state.init();

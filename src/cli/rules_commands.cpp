@@ -3,8 +3,11 @@
 #include "commands.h"
 #include "controller/app_state.h"
 #include "controller/own_rules.h"
+#include "model/store.h"
 #include "visible_text.h"
 
+#include <QCoreApplication>
+#include <QDir>
 #include <QRegularExpression>
 
 #include <variant>
@@ -72,15 +75,23 @@ int itemsChanged(const QList<PlanItem>& before, const QList<PlanItem>& after)
     return changed;
 }
 
-// Waits until the rules and the plan they changed are on disk, then says what the change did
-// to the open plan.
-int written(AppState& state, const QList<PlanItem>& planBefore, QTextStream& out, QTextStream& err)
+// Waits until the rules and the plan they changed are on disk, then says what was `done` and
+// what it did to the open plan; nothing is said done that was not saved.
+int written(AppState& state, const QList<PlanItem>& planBefore, const QString& done, QTextStream& out, QTextStream& err)
 {
+    // The write reports back through the event queue; a change the file does not hold was not
+    // saved, whatever the reason.
     state.rules().waitUntilWritten();
+    QCoreApplication::sendPostedEvents();
+    if (Store::loadRules().rules != state.rules().rules()) {
+        err << VisibleText::of(state.activity().message().value_or(u"Your rules could not be saved."_s)) << '\n';
+        return CliCommands::kFailed;
+    }
     if (!state.review().flushEdits()) {
         err << VisibleText::of(state.review().saveProblem().value_or(PlanReview::planNotSavedText())) << '\n';
         return CliCommands::kFailed;
     }
+    out << done;
     if (planBefore.isEmpty())
         return CliCommands::kOk;
     const int changed = itemsChanged(planBefore, state.review().plan());
@@ -171,8 +182,9 @@ int add(AppState& state, const QStringList& args, QTextStream& out, QTextStream&
     const QList<PlanItem> planBefore = state.review().plan();
     if (const std::optional<QString> refusal = rules.add(std::get<UserRule>(parsed)))
         return refused(err, *refusal);
-    out << "Added rule " << rules.rules().size() << ": " << ruleLine(rules.rules().last()) << '\n';
-    return written(state, planBefore, out, err);
+    const QString done
+        = u"Added rule "_s + QString::number(rules.rules().size()) + u": "_s + ruleLine(rules.rules().last()) + u'\n';
+    return written(state, planBefore, done, out, err);
 }
 
 int remove(AppState& state, const QStringList& args, QTextStream& out, QTextStream& err)
@@ -186,8 +198,11 @@ int remove(AppState& state, const QStringList& args, QTextStream& out, QTextStre
     const UserRule gone = rules.rules().at(*index);
     const QList<PlanItem> planBefore = state.review().plan();
     rules.remove(gone.id);
-    out << "Removed rule " << *index + 1 << ": " << ruleLine(gone) << '\n';
-    return written(state, planBefore, out, err);
+    return written(state,
+                   planBefore,
+                   u"Removed rule "_s + QString::number(*index + 1) + u": "_s + ruleLine(gone) + u'\n',
+                   out,
+                   err);
 }
 
 int move(AppState& state, const QStringList& args, QTextStream& out, QTextStream& err)
@@ -201,14 +216,26 @@ int move(AppState& state, const QStringList& args, QTextStream& out, QTextStream
         return usageError(err, noSuchRule(rules, from ? args[1] : args[0]));
     const QList<PlanItem> planBefore = state.review().plan();
     rules.move(*from, *to);
-    list(rules, out);
-    return written(state, planBefore, out, err);
+    QString listed;
+    QTextStream listing(&listed);
+    list(rules, listing);
+    listing.flush();
+    return written(state, planBefore, listed, out, err);
 }
 
 } // namespace
 
+void sayIfKeptAside(QTextStream& err)
+{
+    if (const std::optional<QString> keptAside = Store::loadRules().keptAside)
+        err << "Your rules couldn't be read, so none are in use. Brindlow kept the file as "
+            << VisibleText::of(QDir(Store::dir()).filePath(*keptAside)) << ".\n";
+}
+
 int run(AppState& state, const QStringList& args, QTextStream& out, QTextStream& err)
 {
+    // The controller reads them in the background; a command has nothing to wait in.
+    state.rules().loadNow();
     const QString verb = args.value(0);
     if (verb.isEmpty())
         return list(state.rules(), out);

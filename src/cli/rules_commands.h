@@ -16,6 +16,10 @@ namespace RulesCommands {
 // `rules`, `rules add OPTIONS`, `rules remove N`, `rules move N M`.
 int run(AppState& state, const QStringList& args, QTextStream& out, QTextStream& err);
 
+// A rules file that cannot be read is kept aside as the controller starts; this does it first,
+// so that whichever command meets it can say so, once.
+void sayIfKeptAside(QTextStream& err);
+
 // The bytes in a size as people type one: "2048", "500KB", "1.5 GB", "10mb". The units are
 // decimal, as every size the program shows (KiB and the like are taken at their binary worth).
 // Nothing when it is not a size or too large to count.

@@ -3,12 +3,15 @@
 #include "planning/user_rules.h"
 #include "support/controller_fixture.h"
 #include "support/file_factory.h"
+#include "support/tmpfs_mount.h"
 
 #include <QCryptographicHash>
 #include <QDirIterator>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QTest>
+
+#include <sys/stat.h>
 
 using namespace Qt::Literals::StringLiterals;
 using CliRun::cli;
@@ -357,6 +360,54 @@ private Q_SLOTS:
         QVERIFY2(run.code == 0, qPrintable(run.err));
         QCOMPARE(Store::loadRules().rules.size(), 1);
         QCOMPARE(Store::loadRules().rules.first().minSize, std::optional<qint64>(bytes));
+    }
+
+    // A rules file that cannot be read is kept aside with what it held, and said once, whichever
+    // command meets it; a pipe in its place does not stop the program.
+    void aDamagedRulesFileIsSaidOnce()
+    {
+        ControllerFixture f;
+        const QString said = u"Your rules couldn't be read, so none are in use. Brindlow kept the file as "_s
+            + f.home.supportDir() + u"/rules.broken-"_s;
+        f.home.writeFile(u".local/share/Brindlow/rules.json"_s, R"([{"id": "a", "action": "sendTo", "to": )");
+        Run run = cli(f.home, {u"status"_s});
+        QCOMPARE(run.code, 0);
+        QVERIFY2(run.err.startsWith(said), qPrintable(run.err));
+        const QString kept = run.err.section(u' ', -1).trimmed().chopped(1);
+        QCOMPARE(FileFactory::contents(kept), QByteArray(R"([{"id": "a", "action": "sendTo", "to": )"));
+        run = cli(f.home, {u"rules"_s});
+        QCOMPARE(run.err, QString());
+        QCOMPARE(run.out, u"You have no rules. Add one with 'brindlow-cli rules add'.\n"_s);
+        QCOMPARE(cli(f.home, rulesAdd({u"--name"_s, u"*.iso"_s, u"--leave"_s})).code, 0);
+        QCOMPARE(Store::loadRules().rules.size(), 1);
+        QVERIFY(QFile::exists(kept));
+
+        QVERIFY(QFile::remove(Store::rulesPath()));
+        QCOMPARE(::mkfifo(QFile::encodeName(Store::rulesPath()).constData(), 0600), 0);
+        run = cli(f.home, {u"rules"_s}, {}, 20000);
+        QCOMPARE(run.code, 0);
+        QVERIFY2(run.err.startsWith(said), qPrintable(run.err));
+        QVERIFY(!QFileInfo::exists(Store::rulesPath()));
+    }
+
+    void aRuleThatCannotBeSavedSaysSo()
+    {
+        if (!TmpfsMount::allowed())
+            QSKIP("a full disk is a small file system mounted by the test, which needs root");
+        TempHome home;
+        QDir().mkpath(home.supportDir());
+        const TmpfsMount disk(home.supportDir(), false, "size=256k");
+        QVERIFY(disk.isMounted());
+        home.saveProfile(true);
+        QCOMPARE(cli(home, rulesAdd({u"--name"_s, u"*.iso"_s, u"--leave"_s})).code, 0);
+        const QByteArray stored = FileFactory::contents(Store::rulesPath());
+        disk.fill();
+
+        const Run run = cli(home, rulesAdd({u"--name"_s, u"*.torrent"_s, u"--to"_s, u"Library/Torrents"_s}));
+        QCOMPARE(run.code, 1);
+        QCOMPARE(run.err, u"Couldn't save your change: the disk is full.\n"_s);
+        QCOMPARE(run.out, QString());
+        QCOMPARE(FileFactory::contents(Store::rulesPath()), stored);
     }
 };
 
