@@ -1,6 +1,7 @@
 #include "rules_commands.h"
 
 #include "commands.h"
+#include "common/numbers.h"
 #include "controller/app_state.h"
 #include "controller/own_rules.h"
 #include "model/store.h"
@@ -98,7 +99,8 @@ int written(AppState& state, const QList<PlanItem>& planBefore, const QString& d
     if (changed == 0)
         out << "It changed nothing in the open plan.\n";
     else
-        out << "It changed " << changed << (changed == 1 ? " item" : " items") << " of the open plan.\n";
+        out << "It changed " << Numbers::count(changed) << (changed == 1 ? " item" : " items")
+            << " of the open plan.\n";
     return CliCommands::kOk;
 }
 
