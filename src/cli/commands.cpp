@@ -751,6 +751,9 @@ int run(const QStringList& arguments, QTextStream& out, QTextStream& err)
     AppState state;
     useTerminalNotices(state, err);
     state.init();
+    // The controller reads the rules in the background. A refresh started before they arrive
+    // would describe to the model what they leave alone, and a command has nothing to wait in.
+    state.rules().loadNow();
     if (name.isEmpty()) {
         // A first-time user at a terminal is walked through the set-up.
         if (!state.preferences().profile().onboarded && Terminal::isInteractive(STDIN_FILENO))

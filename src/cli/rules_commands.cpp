@@ -236,8 +236,6 @@ void sayIfKeptAside(QTextStream& err)
 
 int run(AppState& state, const QStringList& args, QTextStream& out, QTextStream& err)
 {
-    // The controller reads them in the background; a command has nothing to wait in.
-    state.rules().loadNow();
     const QString verb = args.value(0);
     if (verb.isEmpty())
         return list(state.rules(), out);

@@ -13,7 +13,8 @@ class AppState;
 // once, and is on disk before the command ends.
 namespace RulesCommands {
 
-// `rules`, `rules add OPTIONS`, `rules remove N`, `rules move N M`.
+// `rules`, `rules add OPTIONS`, `rules remove N`, `rules move N M`; the controller has read the
+// rules already.
 int run(AppState& state, const QStringList& args, QTextStream& out, QTextStream& err);
 
 // A rules file that cannot be read is kept aside as the controller starts; this does it first,
