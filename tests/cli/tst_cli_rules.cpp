@@ -64,11 +64,12 @@ QByteArray everythingSent(const FakeClaudeServer& server)
     return sent;
 }
 
-// A home as people have them: a password vault, torrents, bank statements downloaded from the
+// A home as people have them: a password vault, a scanned passport, torrents, bank statements downloaded from the
 // bank's site, photos and an icon, and a folder in Downloads that is not to be touched.
 void furnish(const QString& h)
 {
     FileFactory::write(h + u"/Documents/passwords.kdbx"_s, "KDBX vault zq-vault-contents");
+    FileFactory::pdf(h + u"/Documents/passport scan.pdf"_s, {u"Passport number zq-passport-number"_s});
     FileFactory::write(h + u"/Downloads/ubuntu-24.04-desktop.torrent"_s, "d8:announce35:udp://tracker.example:80e");
     FileFactory::write(h + u"/Downloads/linux-mint.torrent"_s, "d8:announce35:udp://tracker.example:81e");
     FileFactory::write(h + u"/Desktop/album.torrent"_s, "d8:announce35:udp://tracker.example:82e");
@@ -110,16 +111,18 @@ private Q_SLOTS:
         run = cli(f.home, rulesAdd({u"--name"_s, u"*.kdbx"_s, u"--leave"_s}));
         QVERIFY2(run.code == 0, qPrintable(run.err));
         QCOMPARE(run.out, u"Added rule 1: *.kdbx \u2192 leave alone\n"_s);
+        QCOMPARE(cli(f.home, rulesAdd({u"--name"_s, u"*passport*"_s, u"--leave"_s})).code, 0);
         QCOMPARE(cli(f.home, rulesAdd({u"--name"_s, u"keep"_s, u"--folder"_s, u"Downloads"_s, u"--leave"_s})).code, 0);
         QCOMPARE(cli(f.home, rulesAdd({u"--site"_s, u"bank.example.com"_s, u"--to"_s, u"Work Admin/Bank"_s})).code, 0);
-        QCOMPARE(cli(f.home, {u"rules"_s}).out,
-                 u"1. *.kdbx \u2192 leave alone\n2. keep in Downloads \u2192 leave alone\n"
-                 u"3. Anything from bank.example.com \u2192 Work Admin/Bank\n"_s);
+        QCOMPARE(
+            cli(f.home, {u"rules"_s}).out,
+            u"1. *.kdbx \u2192 leave alone\n2. *passport* \u2192 leave alone\n3. keep in Downloads \u2192 leave alone\n"
+            u"4. Anything from bank.example.com \u2192 Work Admin/Bank\n"_s);
 
         run = cli(f.home, {u"refresh"_s});
         QVERIFY2(run.code == 0, qPrintable(run.err));
         QJsonArray items = plan(f.home);
-        for (const QString& name : {u"passwords.kdbx"_s, u"keep"_s, u"tax-return-zq.pdf"_s})
+        for (const QString& name : {u"passwords.kdbx"_s, u"passport scan.pdf"_s, u"keep"_s, u"tax-return-zq.pdf"_s})
             QVERIFY2(planned(items, name).isEmpty(), qPrintable(name));
         for (const QString& name : {u"statement-2026-01.pdf"_s, u"statement-2026-02.pdf"_s, u"loan offer.pdf"_s}) {
             const QJsonObject item = planned(items, name);
@@ -135,6 +138,7 @@ private Q_SLOTS:
         for (const char* secret : {"passwords",
                                    "kdbx",
                                    "zq-vault",
+                                   "passport",
                                    "tax-return-zq",
                                    "notes-zq",
                                    "Downloads/keep",
@@ -143,13 +147,16 @@ private Q_SLOTS:
                                    "loan%20offer",
                                    "bank.example.com"})
             QVERIFY2(!sent.contains(secret), secret);
+        // Nor was what it holds read into the scan's memory, where the text of other files is.
+        const QByteArray remembered = FileFactory::contents(f.home.supportDir() + u"/scan-cache.bin"_s);
+        QVERIFY(remembered.contains("Page one of paper.pdf") && !remembered.contains("zq-passport"));
 
         // A hand edit is the person's own choice: a rule added afterwards passes it by.
         const qint64 mint = planned(items, u"linux-mint.torrent"_s)["id"_L1].toInteger();
         QCOMPARE(cli(f.home, {u"move"_s, QString::number(mint), u"Personal/Elsewhere"_s}).code, 0);
         run = cli(f.home, rulesAdd({u"--name"_s, u"*.torrent"_s, u"--to"_s, u"Library/Torrents"_s}));
         QVERIFY2(run.code == 0, qPrintable(run.err));
-        QCOMPARE(run.out, u"Added rule 4: *.torrent \u2192 Library/Torrents\nIt changed 2 items of the open plan.\n"_s);
+        QCOMPARE(run.out, u"Added rule 5: *.torrent \u2192 Library/Torrents\nIt changed 2 items of the open plan.\n"_s);
         items = plan(f.home);
         for (const QString& name : {u"ubuntu-24.04-desktop.torrent"_s, u"album.torrent"_s}) {
             QCOMPARE(planned(items, name)["destFolder"_L1].toString(), u"Library/Torrents"_s);
@@ -162,13 +169,13 @@ private Q_SLOTS:
             f.home,
             rulesAdd({u"--name"_s, u"ubuntu-*"_s, u"--folder"_s, u"Downloads"_s, u"--to"_s, u"Software/Systems"_s}));
         QCOMPARE(run.out,
-                 u"Added rule 5: ubuntu-* in Downloads \u2192 Software/Systems\n"
+                 u"Added rule 6: ubuntu-* in Downloads \u2192 Software/Systems\n"
                  u"It changed nothing in the open plan.\n"_s);
-        run = cli(f.home, {u"rules"_s, u"move"_s, u"5"_s, u"1"_s});
+        run = cli(f.home, {u"rules"_s, u"move"_s, u"6"_s, u"1"_s});
         QVERIFY2(run.code == 0, qPrintable(run.err));
         QVERIFY2(run.out.startsWith(u"1. ubuntu-* in Downloads \u2192 Software/Systems\n2. *.kdbx"_s),
                  qPrintable(run.out));
-        QVERIFY(run.out.endsWith(u"5. *.torrent \u2192 Library/Torrents\nIt changed 1 item of the open plan.\n"_s));
+        QVERIFY(run.out.endsWith(u"6. *.torrent \u2192 Library/Torrents\nIt changed 1 item of the open plan.\n"_s));
         QCOMPARE(planned(plan(f.home), u"ubuntu-24.04-desktop.torrent"_s)["destFolder"_L1].toString(),
                  u"Software/Systems"_s);
 
@@ -183,9 +190,9 @@ private Q_SLOTS:
         QVERIFY(planned(items, u"paper.pdf"_s).isEmpty());
 
         // A rule removed lets go of its items: they wait for the person.
-        run = cli(f.home, {u"rules"_s, u"remove"_s, u"5"_s});
+        run = cli(f.home, {u"rules"_s, u"remove"_s, u"6"_s});
         QCOMPARE(run.out,
-                 u"Removed rule 5: *.torrent \u2192 Library/Torrents\nIt changed 1 item of the open plan.\n"_s);
+                 u"Removed rule 6: *.torrent \u2192 Library/Torrents\nIt changed 1 item of the open plan.\n"_s);
         QCOMPARE(planned(plan(f.home), u"album.torrent"_s)["category"_L1].toString(), u"needs-you"_s);
 
         run = cli(f.home, {u"apply"_s});
@@ -198,6 +205,7 @@ private Q_SLOTS:
                                      u"Brindlow Review/To Delete - Review First/Your rules/icon.png"_s})
             QVERIFY2(QFile::exists(base + filed), qPrintable(filed));
         for (const QString& untouched : {u"Documents/passwords.kdbx"_s,
+                                         u"Documents/passport scan.pdf"_s,
                                          u"Downloads/keep/tax-return-zq.pdf"_s,
                                          u"Downloads/paper.pdf"_s,
                                          u"Desktop/album.torrent"_s})
