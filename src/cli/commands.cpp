@@ -12,6 +12,7 @@
 #include "platform/desktop_notifications.h"
 #include "platform/file_io.h"
 #include "refresh_progress.h"
+#include "rules_commands.h"
 #include "schedule/notifier.h"
 #include "terminal.h"
 #include "understanding/server_check.h"
@@ -686,6 +687,18 @@ const QMap<QString, Command>& commands()
           u"Puts files of apply N back where they came from, each named by where it was filed or where it was."_s,
           Needs::controller,
           [](const Call& call) { return HistoryCommands::putBack(*call.state, call.args, call.out, call.err); }}},
+        {u"rules"_s,
+         {u"[add [--name PATTERN] [--kind KIND] [--folder FOLDER] [--site HOST] [--min-size SIZE] [--max-size SIZE] "
+          u"(--to FOLDER | --junk | --leave) | remove N | move N M]"_s,
+          u"Lists your own rules, numbered in the order they are asked; the first that matches an item decides it, "
+          u"before Brindlow's own sorting. 'rules add' states one: every condition given must hold (a name "
+          u"pattern such as *.torrent, a kind such as pdf, a folder Brindlow tidies, the site a download came "
+          u"from, sizes such as 500KB or 1.5GB), and it sends the items to a folder under your home base, sets "
+          u"them aside as junk, or leaves them alone: never planned, never read, never sent to a model. "
+          u"'rules remove N' drops rule N; 'rules move N M' puts rule N at place M. A change applies to the plan "
+          u"waiting for review at once, except to items you changed yourself."_s,
+          Needs::controller,
+          [](const Call& call) { return RulesCommands::run(*call.state, call.args, call.out, call.err); }}},
         {u"discard"_s, {QString(), u"Drops the plan waiting for review."_s, Needs::controller, discardPlan}},
         {u"status"_s,
          {QString(),
@@ -734,9 +747,13 @@ int run(const QStringList& arguments, QTextStream& out, QTextStream& err)
     if (command.needs == Needs::nothing)
         return command.handler({args, out, err, nullptr});
 
+    RulesCommands::sayIfKeptAside(err);
     AppState state;
     useTerminalNotices(state, err);
     state.init();
+    // The controller reads the rules in the background. A refresh started before they arrive
+    // would describe to the model what they leave alone, and a command has nothing to wait in.
+    state.rules().loadNow();
     if (name.isEmpty()) {
         // A first-time user at a terminal is walked through the set-up.
         if (!state.preferences().profile().onboarded && Terminal::isInteractive(STDIN_FILENO))

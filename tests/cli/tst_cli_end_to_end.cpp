@@ -1,3 +1,4 @@
+#include "cli_run.h"
 #include "model/store.h"
 #include "support/controller_fixture.h"
 #include "support/file_factory.h"
@@ -30,39 +31,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-struct Run
-{
-    int code;
-    QString out;
-    QString err;
-};
-
-// The home's folders are already this process's own while the TempHome lives.
-QProcessEnvironment environmentFor(const TempHome&)
-{
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
-    environment.remove(u"DBUS_SESSION_BUS_ADDRESS"_s);
-    return environment;
-}
-
-// Runs the real program as a person would, in the temporary home, against the fake service.
-Run cli(const TempHome& home, const QStringList& arguments, const QByteArray& input = {}, int timeoutMs = 120000)
-{
-    QProcess process;
-    process.setProcessEnvironment(environmentFor(home));
-    process.start(QStringLiteral(BRINDLOW_CLI), arguments);
-    process.write(input);
-    process.closeWriteChannel();
-    if (!process.waitForFinished(timeoutMs)) {
-        process.kill();
-        process.waitForFinished();
-        return {-1, {}, u"timed out"_s};
-    }
-    return {process.exitCode(),
-            QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
-}
+using CliRun::cli;
+using CliRun::environmentFor;
+using CliRun::Run;
 
 QJsonObject decide(const QString& text, qint64 id)
 {

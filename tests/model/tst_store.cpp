@@ -1,6 +1,7 @@
 #include "model/store.h"
 #include "support/file_factory.h"
 #include "support/temp_home.h"
+#include "support/tmpfs_mount.h"
 
 #include <QDir>
 #include <QFile>
@@ -10,7 +11,9 @@
 #include <QTest>
 
 #include <atomic>
+#include <chrono>
 #include <csignal>
+#include <future>
 #include <poll.h>
 #include <sys/inotify.h>
 #include <sys/resource.h>
@@ -61,6 +64,51 @@ private:
     rlimit m_saved {};
     void (*m_handler)(int) = nullptr;
 };
+
+UserRule rule(const QString& name, const QString& to)
+{
+    UserRule made;
+    made.id = UserRule::newId();
+    made.name = name;
+    made.to = to;
+    return made;
+}
+
+QJsonArray rulesJson(int count)
+{
+    QJsonArray rules;
+    for (int i = 0; i < count; ++i)
+        rules.append(rule(u"*.ext%1"_s.arg(i), u"Library/Kind %1"_s.arg(i)).toJson());
+    return rules;
+}
+
+// Loads the rules on a thread of its own, so that a read that blocks fails the test instead of
+// hanging it.
+std::optional<Store::RulesRead> loadRulesWithin(std::chrono::seconds limit)
+{
+    auto done = std::make_shared<std::promise<Store::RulesRead>>();
+    std::future<Store::RulesRead> read = done->get_future();
+    std::thread([done] { done->set_value(Store::loadRules()); }).detach();
+    if (read.wait_for(limit) != std::future_status::ready)
+        return std::nullopt;
+    return read.get();
+}
+
+// Every file in the support folder but the lock, with what it holds or where it links to.
+QMap<QString, QByteArray> supportFiles(const QString& folder)
+{
+    QMap<QString, QByteArray> files;
+    for (const QFileInfo& info :
+         QDir(folder).entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot)) {
+        if (info.fileName() == u"plan.lock")
+            continue;
+        files.insert(info.fileName(),
+                     info.isSymLink()    ? "-> " + QFile::encodeName(info.symLinkTarget())
+                         : info.isFile() ? contents(info.filePath())
+                                         : QByteArray("<not a file>"));
+    }
+    return files;
+}
 
 } // namespace
 
@@ -365,6 +413,179 @@ private Q_SLOTS:
         QCOMPARE(Store::loadNotes(), (QMap<QString, QString> {{u"Quorrel"_s, u"card art"_s}}));
         // No half-written temporary files are left behind.
         QCOMPARE(QDir(home.supportDir()).entryList(QDir::Files | QDir::Hidden), before);
+    }
+
+    void rulesRoundTripInTheirOrder()
+    {
+        TempHome home;
+        QCOMPARE(Store::loadRules().rules, QList<UserRule>());
+        QVERIFY(!Store::loadRules().keptAside);
+        QVERIFY(!QFileInfo::exists(Store::rulesPath()));
+
+        UserRule leave;
+        leave.id = u"keep"_s;
+        leave.name = u"keep"_s;
+        leave.folder = u"Downloads"_s;
+        leave.action = UserRule::Action::leaveAlone;
+        UserRule junk;
+        junk.id = u"big"_s;
+        junk.kind = FileKind::installer;
+        junk.site = u"example.com"_s;
+        junk.minSize = 0;
+        junk.maxSize = 5'000'000'000;
+        junk.action = UserRule::Action::junk;
+        const QList<UserRule> stated {rule(u"*.torrent"_s, u"Library/Torrents"_s), leave, junk};
+
+        Store::RulesRead now;
+        QCOMPARE(Store::updateRules([&](QList<UserRule>& rules) { rules = stated; }, &now), std::nullopt);
+        QCOMPARE(now.rules, stated);
+        QCOMPARE(Store::loadRules().rules, stated);
+        QCOMPARE(mode(Store::rulesPath()), 0600);
+
+        // A change applies to what the file holds now, not to what the caller last saw.
+        Store::updateRules([](QList<UserRule>& rules) { rules.move(2, 0); });
+        Store::updateRules([](QList<UserRule>& rules) { rules.removeAt(1); });
+        QCOMPARE(Store::loadRules().rules, (QList<UserRule> {junk, leave}));
+        QCOMPARE(supportFiles(home.supportDir()).keys(), QStringList {u"rules.json"_s});
+    }
+
+    // Each stands for a rules file that is not one: it is moved aside once, under a name that
+    // says so and with what it held, and reads as no rules.
+    void damagedRulesFilesAreKeptAsideOnce_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QString>("special"); // what lies there instead of a file, if anything
+
+        QJsonObject badSize = rule(u"*.pdf"_s, u"Work Admin"_s).toJson();
+        badSize.insert("minSize"_L1, -5);
+        QJsonObject badAction = rule(u"*.pdf"_s, u"Work Admin"_s).toJson();
+        badAction.insert("action"_L1, u"shred"_s);
+        QJsonObject badKind = rule(u"*.pdf"_s, u"Work Admin"_s).toJson();
+        badKind.insert("kind"_L1, u"spaceship"_s);
+        QJsonObject noId = rule(u"*.pdf"_s, u"Work Admin"_s).toJson();
+        noId.remove("id"_L1);
+        const auto listOf = [](const QJsonObject& bad) {
+            QJsonArray rules = rulesJson(3);
+            rules.insert(1, bad);
+            return QJsonDocument(rules).toJson();
+        };
+        QJsonArray huge {rule(u"*.pdf"_s, u"Work Admin"_s).toJson()};
+        huge.append(rule(QString(Store::kMaxRulesFileBytes, u'a'), u"Work Admin"_s).toJson());
+
+        QTest::newRow("corrupt JSON") << QByteArray(R"([{"id": "a", "action": )") << QString();
+        QTest::newRow("empty") << QByteArray() << QString();
+        QTest::newRow("an object") << QJsonDocument(rule(u"*.pdf"_s, u"X"_s).toJson()).toJson() << QString();
+        QTest::newRow("a negative size") << listOf(badSize) << QString();
+        QTest::newRow("an unknown action") << listOf(badAction) << QString();
+        QTest::newRow("an unknown kind") << listOf(badKind) << QString();
+        QTest::newRow("no id") << listOf(noId) << QString();
+        QTest::newRow("2,000 rules") << QJsonDocument(rulesJson(2000)).toJson() << QString();
+        QTest::newRow("501 rules") << QJsonDocument(rulesJson(UserRule::kMaxRules + 1)).toJson() << QString();
+        QTest::newRow("over 1 MiB") << QJsonDocument(huge).toJson(QJsonDocument::Compact) << QString();
+        QTest::newRow("a FIFO") << QByteArray() << u"fifo"_s;
+        QTest::newRow("a link to /dev/zero") << QByteArray() << u"/dev/zero"_s;
+        QTest::newRow("a dangling link") << QByteArray() << u"/nonexistent/rules.json"_s;
+        QTest::newRow("a folder") << QByteArray() << u"folder"_s;
+    }
+
+    void damagedRulesFilesAreKeptAsideOnce()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QString, special);
+        TempHome home;
+        const QString path = Store::rulesPath();
+        if (special.isEmpty())
+            home.writeFile(u".local/share/Brindlow/rules.json"_s, content);
+        else if (special == u"fifo")
+            QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+        else if (special == u"folder")
+            QVERIFY(QDir().mkpath(path));
+        else
+            QVERIFY(QFile::link(special, path));
+        const QByteArray held = supportFiles(home.supportDir()).value(u"rules.json"_s);
+
+        const std::optional<Store::RulesRead> first = loadRulesWithin(std::chrono::seconds(10));
+        QVERIFY2(first, "reading the rules file blocked");
+        QCOMPARE(first->rules, QList<UserRule>());
+        QVERIFY(first->keptAside);
+        QVERIFY2(first->keptAside->startsWith(u"rules.broken-"_s) && first->keptAside->endsWith(u".json"_s),
+                 qPrintable(*first->keptAside));
+        // Nothing the person had is lost: it lies under the new name as it was.
+        QCOMPARE(supportFiles(home.supportDir()), (QMap<QString, QByteArray> {{*first->keptAside, held}}));
+
+        const std::optional<Store::RulesRead> second = loadRulesWithin(std::chrono::seconds(10));
+        QVERIFY(second);
+        QCOMPARE(second->rules, QList<UserRule>());
+        QCOMPARE(second->keptAside, std::nullopt);
+        QCOMPARE(supportFiles(home.supportDir()).size(), 1);
+    }
+
+    void rulesAtTheLimitsAreRead()
+    {
+        TempHome home;
+        const QJsonArray full = rulesJson(UserRule::kMaxRules);
+        home.writeFile(u".local/share/Brindlow/rules.json"_s, QJsonDocument(full).toJson());
+        const Store::RulesRead read = Store::loadRules();
+        QCOMPARE(read.rules.size(), UserRule::kMaxRules);
+        QCOMPARE(read.rules.last().to, u"Library/Kind 499"_s);
+        QVERIFY(!read.keptAside);
+
+        // Members a newer version adds are no reason to throw the person's rules away.
+        QJsonObject newer = rule(u"*.pdf"_s, u"Work Admin"_s).toJson();
+        newer.insert("colour"_L1, u"teal"_s);
+        home.writeFile(u".local/share/Brindlow/rules.json"_s, QJsonDocument(QJsonArray {newer}).toJson());
+        QCOMPARE(Store::loadRules().rules.size(), 1);
+    }
+
+    // A change made over a damaged file keeps the damaged file aside, and two damaged files in
+    // the same second never share a name.
+    void changesOverADamagedFileKeepItAside()
+    {
+        TempHome home;
+        home.writeFile(u".local/share/Brindlow/rules.json"_s, "not rules 1");
+        Store::RulesRead now;
+        const UserRule added = rule(u"*.torrent"_s, u"Library/Torrents"_s);
+        QCOMPARE(Store::updateRules([&](QList<UserRule>& rules) { rules.append(added); }, &now), std::nullopt);
+        QCOMPARE(now.rules, QList<UserRule> {added});
+        QVERIFY(now.keptAside);
+        QCOMPARE(contents(home.supportDir() + u'/' + *now.keptAside), QByteArray("not rules 1"));
+
+        home.writeFile(u".local/share/Brindlow/rules.json"_s, "not rules 2");
+        const std::optional<QString> second = Store::loadRules().keptAside;
+        home.writeFile(u".local/share/Brindlow/rules.json"_s, "not rules 3");
+        const std::optional<QString> third = Store::loadRules().keptAside;
+        QVERIFY(second && third);
+        const QMap<QString, QByteArray> files = supportFiles(home.supportDir());
+        QCOMPARE(files.size(), 3);
+        QCOMPARE(files.value(*now.keptAside), QByteArray("not rules 1"));
+        QCOMPARE(files.value(*second), QByteArray("not rules 2"));
+        QCOMPARE(files.value(*third), QByteArray("not rules 3"));
+    }
+
+    void rulesOnAFullDiskKeepThePreviousFile()
+    {
+        if (!TmpfsMount::allowed())
+            QSKIP("filling a disk needs a file system of the test's own");
+        TempHome home;
+        QVERIFY(QDir().mkpath(home.supportDir()));
+        const TmpfsMount disk(home.supportDir(), false, "size=256k");
+        QVERIFY(disk.isMounted());
+        const QList<UserRule> stored {rule(u"*.torrent"_s, u"Library/Torrents"_s)};
+        QCOMPARE(Store::updateRules([&](QList<UserRule>& rules) { rules = stored; }), std::nullopt);
+        const QByteArray before = contents(Store::rulesPath());
+        disk.fill();
+
+        const Store::Failure failed = Store::updateRules([](QList<UserRule>& rules) {
+            for (int i = 0; i < 200; ++i)
+                rules.append(rule(u"*.ext%1"_s.arg(i), u"Library/Kind %1"_s.arg(i)));
+        });
+        QCOMPARE(failed, std::optional<int>(ENOSPC));
+        QCOMPARE(contents(Store::rulesPath()), before);
+        QCOMPARE(Store::loadRules().rules, stored);
+        // No half-written temporary file is left to fill the disk further.
+        QStringList left = supportFiles(home.supportDir()).keys();
+        left.removeAll(u"filler"_s);
+        QCOMPARE(left, QStringList {u"rules.json"_s});
     }
 };
 
