@@ -7,6 +7,7 @@
 #include "controller/thumb_cache.h"
 #include "name_editor.h"
 #include "platform/file_opener.h"
+#include "ui/rules/rule_editor.h"
 #include "ui/theme/secondary_button.h"
 #include "ui/theme/theme.h"
 
@@ -69,6 +70,7 @@ DetailsPane::DetailsPane(PlanReview& review, Preferences& preferences, ThumbCach
     , m_duplicate(valueLabel(m_body, tr("Kept copy")))
     , m_keepInstead(new SecondaryButton(tr("Keep this one instead"), m_body, 30))
     , m_moveTo(new SecondaryButton(tr("Move to\u2026"), m_body, 30))
+    , m_always(new SecondaryButton(RuleEditor::offerText(), m_body, 30))
 {
     setObjectName(u"detailsPane"_s);
     setAccessibleName(tr("Details"));
@@ -85,6 +87,7 @@ DetailsPane::DetailsPane(PlanReview& review, Preferences& preferences, ThumbCach
     m_name->setFont(bold);
     m_keepInstead->setAccessibleName(m_keepInstead->text());
     m_moveTo->setAccessibleName(tr("Move to"));
+    m_always->setAccessibleName(tr("Always do this for files like this"));
     buildLayout();
     connectParts();
     refresh();
@@ -147,6 +150,7 @@ void DetailsPane::buildLayout()
     body->addWidget(m_duplicate);
     body->addWidget(m_keepInstead, 0, Qt::AlignLeft);
     body->addWidget(m_moveTo, 0, Qt::AlignLeft);
+    body->addWidget(m_always, 0, Qt::AlignLeft);
     body->addWidget(buildActions());
     body->addStretch(1);
 
@@ -170,6 +174,7 @@ void DetailsPane::connectParts()
     connect(m_moveTo, &QPushButton::clicked, this, [this] {
         Q_EMIT moveRequested({m_id}, m_moveTo->mapToGlobal(m_moveTo->rect().bottomLeft()));
     });
+    connect(m_always, &QPushButton::clicked, this, [this] { Q_EMIT ruleRequested(m_id); });
     connect(&m_review, &PlanReview::planReset, this, &DetailsPane::refresh);
     connect(&m_review, &PlanReview::planItemsChanged, this, [this](const QList<int>& rows) {
         if (rows.contains(m_review.rowOf(m_id)))

@@ -199,15 +199,15 @@ QWidget* RuleEditor::buildAction()
     auto* layout = new QVBoxLayout(box);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(4);
-    layout->addWidget(sendTo);
+    layout->addWidget(sendTo, 0, Qt::AlignLeft);
     auto* to = new QHBoxLayout;
     to->setContentsMargins(24, 0, 0, 6);
     to->addWidget(m_to);
     layout->addLayout(to);
-    layout->addWidget(junk);
+    layout->addWidget(junk, 0, Qt::AlignLeft);
     layout->addWidget(
         detailLine(tr("They go to %1 for you to look over. Nothing is deleted.").arg(UserRules::junkFolder()), box));
-    layout->addWidget(leave);
+    layout->addWidget(leave, 0, Qt::AlignLeft);
     layout->addWidget(
         detailLine(tr("Never moved, never sent to a model, and what is inside them is never read."), box));
 
@@ -312,9 +312,12 @@ void RuleEditor::showProblem(const std::optional<QString>& problem)
 
 void RuleEditor::countMatches()
 {
+    // Which items it takes does not hang on what it does with them: the count is there as soon
+    // as the conditions are, before a folder is chosen.
     UserRule rule = typed();
-    const std::optional<OwnRules::Matches> matches
-        = problem() || UserRules::problem(rule) ? std::nullopt : m_rules.matches(rule);
+    rule.action = UserRule::Action::leaveAlone;
+    const bool usable = m_smallest->value().ok && m_largest->value().ok && !UserRules::problem(rule);
+    const std::optional<OwnRules::Matches> matches = usable ? m_rules.matches(rule) : std::nullopt;
     QString text;
     if (matches && matches->ofPlan)
         text = matches->count == 1 ? tr("Matches 1 item in the open plan.")
@@ -351,4 +354,9 @@ void RuleEditor::save()
 QString RuleEditor::savedId() const
 {
     return result() == QDialog::Accepted ? m_id : QString();
+}
+
+QString RuleEditor::offerText()
+{
+    return tr("Always do this for files like this\u2026");
 }

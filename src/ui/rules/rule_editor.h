@@ -45,6 +45,9 @@ public:
     // What keeps the rule from being saved now; nothing when it can be.
     std::optional<QString> problem() const;
 
+    // How the review offers a rule made from an item: "Always do this for files like this…".
+    static QString offerText();
+
 Q_SIGNALS:
     void saved(const QString& id);
 

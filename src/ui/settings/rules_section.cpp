@@ -191,7 +191,8 @@ void RulesSection::openEditor(const QString& id)
         m_chosen = saved;
         choose(saved);
     });
-    connect(m_editor, &QObject::destroyed, this, [this] { m_editor = nullptr; });
+    // Gone for the person as soon as it closes, though it is deleted a moment later.
+    connect(m_editor, &QDialog::finished, this, [this] { m_editor = nullptr; });
     m_editor->open();
 }
 

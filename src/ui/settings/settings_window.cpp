@@ -12,6 +12,7 @@
 #include "model/store.h"
 #include "preference_rows.h"
 #include "projects_editor.h"
+#include "rules_section.h"
 #include "sorting_source.h"
 #include "start_at_login_row.h"
 #include "texts.h"
@@ -106,11 +107,16 @@ QWidget* SettingsWindow::buildLeft(const Autostart& autostart)
     preferences->content()->addWidget(reminder);
     preferences->content()->addWidget(new StartAtLoginRow(autostart, preferences));
 
+    auto* rules = new Card(column);
+    rules->content()->addWidget(Texts::label(tr("YOUR RULES"), Texts::Style::caption, rules));
+    rules->content()->addWidget(new RulesSection(m_parts.rules, m_parts.preferences, rules));
+
     auto* layout = new QVBoxLayout(column);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(12);
     layout->addWidget(key);
     layout->addWidget(preferences);
+    layout->addWidget(rules);
     return column;
 }
 
