@@ -12,6 +12,7 @@
 #include "ui/theme/secondary_button.h"
 #include "ui/theme/spoken.h"
 #include "ui/theme/theme.h"
+#include "ui/theme/window_fit.h"
 
 #include <QButtonGroup>
 #include <QComboBox>
@@ -25,7 +26,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int kWidth = 500;
+constexpr int kWidth = 560;
 // Counting runs over the whole plan; a burst of typing counts once.
 constexpr int kCountDelayMs = 150;
 
@@ -126,6 +127,10 @@ RuleEditor::RuleEditor(OwnRules& rules,
     connect(&m_rules, &OwnRules::rulesChanged, &m_counting, qOverload<>(&QTimer::start));
     check();
     countMatches();
+    // Shown at the size its content asks for, not squeezed to a share of the screen, and refitted
+    // as a refusal comes and goes.
+    WindowFit::fit(this, sizeHint(), WindowFit::availableArea(this));
+    WindowFit::followContent(this, this);
 }
 
 QWidget* RuleEditor::buildConditions()
@@ -162,8 +167,13 @@ QWidget* RuleEditor::buildConditions()
     form->addRow(tr("Kind"), m_kind);
     form->addRow(tr("In folder"), m_folder);
     form->addRow(tr("Downloaded from"), m_site);
-    form->addRow(tr("At least"), m_smallest);
-    form->addRow(tr("At most"), m_largest);
+    auto* sizes = new QHBoxLayout;
+    sizes->setSpacing(8);
+    sizes->addWidget(m_smallest);
+    sizes->addWidget(Texts::label(tr("to"), Texts::Style::body, box));
+    sizes->addWidget(m_largest);
+    sizes->addStretch(1);
+    form->addRow(tr("Size"), sizes);
     form->addRow(
         QString(),
         Texts::label(tr("Every condition you fill in must hold. Names ignore case."), Texts::Style::detail, box));

@@ -3,6 +3,7 @@
 #include "controller/own_rules.h"
 
 #include <QMimeData>
+#include <QSize>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -49,6 +50,10 @@ QVariant RulesListModel::data(const QModelIndex& index, int role) const
             return rowText(rule.conditionsText(), rule.actionText());
         case IdRole:
             return rule.id;
+        case Qt::SizeHintRole:
+            // As wide as nothing: a row is as wide as the list, and a long rule is elided, not
+            // scrolled to.
+            return QSize(1, kRowHeight);
         default:
             return {};
     }

@@ -12,6 +12,8 @@ class RulesListModel : public QAbstractListModel
     Q_OBJECT
 
 public:
+    static constexpr int kRowHeight = 30;
+
     enum Roles {
         IdRole = Qt::UserRole + 1,
     };

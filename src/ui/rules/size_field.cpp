@@ -24,10 +24,11 @@ SizeField::SizeField(const QString& name, QWidget* parent)
     , m_number(new QLineEdit(this))
     , m_unit(new QComboBox(this))
 {
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     m_number->setAccessibleName(name);
     m_number->setPlaceholderText(tr("Any"));
     Texts::styleField(m_number);
-    m_number->setMaximumWidth(110);
+    m_number->setFixedWidth(84);
     m_unit->addItems({tr("KB"), tr("MB"), tr("GB")});
     m_unit->setCurrentIndex(1);
     m_unit->setAccessibleName(tr("%1 unit").arg(name));
@@ -35,9 +36,8 @@ SizeField::SizeField(const QString& name, QWidget* parent)
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(6);
-    layout->addWidget(m_number, 1);
+    layout->addWidget(m_number);
     layout->addWidget(m_unit);
-    layout->addStretch(1);
     connect(m_number, &QLineEdit::textChanged, this, &SizeField::changed);
     connect(m_unit, &QComboBox::currentIndexChanged, this, &SizeField::changed);
 }

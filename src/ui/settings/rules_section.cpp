@@ -19,7 +19,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int kRowHeight = 30;
 // Rows shown before the list scrolls: the settings window keeps its height on a small screen.
 constexpr int kShownRows = 6;
 
@@ -43,18 +42,16 @@ RulesSection::RulesSection(OwnRules& rules, Preferences& preferences, QWidget* p
     m_list->setSelectionMode(QAbstractItemView::SingleSelection);
     m_list->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_list->setUniformItemSizes(true);
-    m_list->setTextElideMode(Qt::ElideMiddle);
+    m_list->setTextElideMode(Qt::ElideRight);
+    m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_list->setDragDropMode(QAbstractItemView::InternalMove);
     m_list->setDefaultDropAction(Qt::MoveAction);
     m_list->setDropIndicatorShown(true);
-    m_list->setStyleSheet(u"QListView { background: %1; border: 1px solid %2; border-radius: 8px; padding: 2px; }"
-                          u" QListView::item { min-height: %3px; padding: 0 6px; }"
-                          u" QListView::item:selected { background: %4; color: %5; border-radius: 6px; }"_s.arg(
-                              Theme::surface.name(),
-                              Theme::hairline.name(),
-                              QString::number(kRowHeight - 2),
-                              Theme::sand.name(),
-                              Theme::charcoal.name()));
+    m_list->setStyleSheet(
+        u"QListView { background: %1; border: 1px solid %2; border-radius: 8px; padding: 2px; }"
+        u" QListView::item { padding: 0 6px; }"
+        u" QListView::item:selected { background: %3; color: %4; border-radius: 6px; }"_s.arg(
+            Theme::surface.name(), Theme::hairline.name(), Theme::sand.name(), Theme::charcoal.name()));
     m_list->installEventFilter(this);
 
     auto* layout = new QVBoxLayout(this);
@@ -147,7 +144,8 @@ void RulesSection::follow()
         choose(m_chosen);
     m_none->setVisible(rows == 0);
     m_list->setVisible(rows > 0);
-    m_list->setFixedHeight(std::clamp(rows, 1, kShownRows) * kRowHeight + 6);
+    // Room for the rows and the frame's border and padding around them.
+    m_list->setFixedHeight(std::clamp(rows, 1, kShownRows) * RulesListModel::kRowHeight + 8);
     const int row = m_list->currentIndex().isValid() ? m_list->currentIndex().row() : -1;
     m_edit->setEnabled(row >= 0);
     m_remove->setEnabled(row >= 0);

@@ -107,16 +107,11 @@ QWidget* SettingsWindow::buildLeft(const Autostart& autostart)
     preferences->content()->addWidget(reminder);
     preferences->content()->addWidget(new StartAtLoginRow(autostart, preferences));
 
-    auto* rules = new Card(column);
-    rules->content()->addWidget(Texts::label(tr("YOUR RULES"), Texts::Style::caption, rules));
-    rules->content()->addWidget(new RulesSection(m_parts.rules, m_parts.preferences, rules));
-
     auto* layout = new QVBoxLayout(column);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(12);
     layout->addWidget(key);
     layout->addWidget(preferences);
-    layout->addWidget(rules);
     return column;
 }
 
@@ -134,6 +129,10 @@ QWidget* SettingsWindow::buildRight(const Clock* clock)
     projects->content()->addWidget(Texts::label(tr("PROJECTS BRINDLOW KNOWS"), Texts::Style::caption, projects));
     projects->content()->addWidget(new ProjectsEditor(m_parts.preferences, projects));
 
+    auto* rules = new Card(column);
+    rules->content()->addWidget(Texts::label(tr("YOUR RULES"), Texts::Style::caption, rules));
+    rules->content()->addWidget(new RulesSection(m_parts.rules, m_parts.preferences, rules));
+
     auto* usage = new Card(column);
     auto* summary = new UsageSummary(clock, usage);
     // A refresh that just ended has added to the history.
@@ -145,6 +144,7 @@ QWidget* SettingsWindow::buildRight(const Clock* clock)
     layout->setSpacing(12);
     layout->addWidget(sorting);
     layout->addWidget(projects);
+    layout->addWidget(rules);
     layout->addWidget(usage);
     return column;
 }

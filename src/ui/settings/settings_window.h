@@ -9,8 +9,8 @@
 class Clock;
 struct RecapData;
 
-// "Brindlow Settings": the key, the preferences, the person's own rules, the folders and model,
-// the known projects, what Claude has cost, and the way to the move history and the previews.
+// "Brindlow Settings": the key, the preferences, the folders and model, the known projects, the
+// person's own rules, what Claude has cost, and the way to the move history and the previews.
 // Every control writes through at once; there is no Save for the profile.
 class SettingsWindow : public QWidget
 {
