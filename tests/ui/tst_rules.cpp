@@ -416,6 +416,27 @@ private Q_SLOTS:
         pick(control<QComboBox>(*editor, u"In folder"_s), u"Desktop"_s);
         QTRY_COMPARE(matchesOf(*editor), u"Matches 0 items in the open plan."_s);
     }
+
+    // With no plan open, what the last refresh found is counted; before any refresh, nothing is.
+    void editorCountsTheLastScan()
+    {
+        Fixture f;
+        for (const QString& name : {u"ubuntu.torrent"_s, u"Debian.TORRENT"_s, u"arch.torrent"_s, u"bill.pdf"_s})
+            f.home.writeFile(u"Downloads/"_s + name, "x");
+        f.open();
+        RuleEditor* editor = f.openEditor(u"Add rule"_s);
+        type(control<QLineEdit>(*editor, u"Name"_s), u"*.torrent"_s);
+        QTest::qWait(300);
+        QCOMPARE(matchesOf(*editor), u"(none)"_s);
+        click(control(*editor, u"Cancel"_s));
+
+        QVERIFY(ControllerFixture::refresh(*f.state));
+        f.state->review().discard();
+        QVERIFY(f.state->review().plan().isEmpty());
+        editor = f.openEditor(u"Add rule"_s);
+        type(control<QLineEdit>(*editor, u"Name"_s), u"*.TORRENT"_s);
+        QTRY_COMPARE(matchesOf(*editor), u"Matches 3 items from the last scan."_s);
+    }
 };
 
 QTEST_MAIN(TestRules)

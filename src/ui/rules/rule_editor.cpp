@@ -346,7 +346,6 @@ void RuleEditor::save()
         showProblem(why);
         return;
     }
-    UserRules::problem(rule); // cleans it and gives a new rule its id
     const bool kept = std::any_of(
         m_rules.rules().cbegin(), m_rules.rules().cend(), [this](const UserRule& other) { return other.id == m_id; });
     // A rule removed in another Brindlow while it was being edited comes back as the person saves it.
@@ -356,7 +355,8 @@ void RuleEditor::save()
         showProblem(refused);
         return;
     }
-    m_id = rule.id;
+    // A rule added goes last and gets its id on the way in.
+    m_id = m_mode == Mode::edit && kept ? m_id : m_rules.rules().last().id;
     Q_EMIT saved(m_id);
     accept();
 }
