@@ -20,6 +20,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QRadioButton>
+#include <QScrollArea>
 #include <QVBoxLayout>
 
 using namespace Qt::Literals::StringLiterals;
@@ -104,33 +105,41 @@ RuleEditor::RuleEditor(OwnRules& rules,
     m_matches = Texts::label(QString(), Texts::Style::detail, this);
     m_matches->setObjectName(u"ruleMatches"_s);
 
+    // On a short screen the rule scrolls; Save and Cancel stay in view below it.
+    auto* body = new QWidget(this);
+    auto* content = new QVBoxLayout(body);
+    content->setContentsMargins(24, 20, 24, 8);
+    content->setSpacing(10);
+    content->addWidget(Texts::label(windowTitle(), Texts::Style::heading, body));
+    content->addWidget(Texts::label(tr("WHEN AN ITEM"), Texts::Style::caption, body));
+    content->addWidget(buildConditions());
+    content->addSpacing(4);
+    content->addWidget(Texts::label(tr("DO THIS"), Texts::Style::caption, body));
+    content->addWidget(buildAction());
+    content->addWidget(m_problem);
+    content->addWidget(m_matches);
+    content->addStretch(1);
     auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(24, 20, 24, 20);
-    layout->setSpacing(10);
-    layout->addWidget(Texts::label(windowTitle(), Texts::Style::heading, this));
-    layout->addWidget(Texts::label(tr("WHEN AN ITEM"), Texts::Style::caption, this));
-    layout->addWidget(buildConditions());
-    layout->addSpacing(4);
-    layout->addWidget(Texts::label(tr("DO THIS"), Texts::Style::caption, this));
-    layout->addWidget(buildAction());
-    layout->addWidget(m_problem);
-    layout->addWidget(m_matches);
-    layout->addStretch(1);
-    layout->addWidget(buildButtons());
+    layout->setContentsMargins(0, 0, 0, 16);
+    layout->setSpacing(0);
+    layout->addWidget(WindowFit::scrolling(body, this), 1);
+    QWidget* buttons = buildButtons();
+    buttons->setContentsMargins(24, 0, 24, 0);
+    layout->addWidget(buttons);
 
     fill(start);
     m_counting.setSingleShot(true);
     m_counting.setInterval(kCountDelayMs);
     connect(&m_counting, &QTimer::timeout, this, &RuleEditor::countMatches);
     connect(&m_choices, &DestinationChoices::changed, this, &RuleEditor::fillDestinations);
-    // Another Brindlow may change the rules or the plan while this is open.
+    // Rules changed elsewhere while this is open may have changed the plan it counts.
     connect(&m_rules, &OwnRules::rulesChanged, &m_counting, qOverload<>(&QTimer::start));
     check();
     countMatches();
     // Shown at the size its content asks for, not squeezed to a share of the screen, and refitted
     // as a refusal comes and goes.
     WindowFit::fit(this, sizeHint(), WindowFit::availableArea(this));
-    WindowFit::followContent(this, this);
+    WindowFit::followContent(this, body);
 }
 
 QWidget* RuleEditor::buildConditions()
