@@ -25,6 +25,7 @@
 #include <QComboBox>
 #include <QContextMenuEvent>
 #include <QDeadlineTimer>
+#include <QFile>
 #include <QLineEdit>
 #include <QListView>
 #include <QMenu>
@@ -204,7 +205,14 @@ int main(int argc, char* argv[])
     Profile profile = Profile::defaults(home.path());
     profile.onboarded = true;
     Store::saveProfile(profile);
-    Store::savePlan(samplePlan(home.path()));
+    const QList<PlanItem> plan = samplePlan(home.path());
+    // A fixed day on every file, so the pictures do not change with the day they are drawn.
+    for (const PlanItem& item : plan) {
+        QFile file(item.src.toLocalFile());
+        if (file.open(QIODevice::ReadWrite))
+            file.setFileTime(QDateTime(QDate(2026, 3, 4), QTime(17, 7)), QFileDevice::FileModificationTime);
+    }
+    Store::savePlan(plan);
     bool ok = true;
     AppState state;
     state.init();
