@@ -1,4 +1,5 @@
 #include "controller/own_rules.h"
+#include "model/store.h"
 #include "support/controller_fixture.h"
 #include "support/widget_driver.h"
 #include "ui/rules/rule_editor.h"
@@ -148,7 +149,7 @@ private Q_SLOTS:
     }
 
     // The list says what a rule is for while there is none, then shows the rules in order, also
-    // when they change behind it.
+    // when they change behind it, in this Brindlow or in the file.
     void listsTheRulesInOrder()
     {
         Fixture f;
@@ -164,6 +165,12 @@ private Q_SLOTS:
                  (QStringList {u"*.torrent \u2192 Library/Torrents"_s, u"keep in Downloads \u2192 leave alone"_s}));
         QVERIFY(f.section->list()->isVisible());
         QVERIFY(!shownTexts(*f.section).join(u' ').contains(u"every *.torrent"_s));
+
+        // Another Brindlow, or the command line, changes the file itself.
+        f.state->rules().waitUntilWritten();
+        QVERIFY(!Store::updateRules([](QList<UserRule>& rules) { rules.move(1, 0); }));
+        QTRY_COMPARE(f.rows(),
+                     (QStringList {u"keep in Downloads \u2192 leave alone"_s, u"*.torrent \u2192 Library/Torrents"_s}));
     }
 
     // Buttons and Alt+arrows move the rule in hand, which stays in hand; the ends refuse.

@@ -35,7 +35,7 @@ int RulesListModel::rowCount(const QModelIndex& parent) const
 
 QString RulesListModel::rowText(const QString& conditions, const QString& action)
 {
-    return conditions + u" \u2192 "_s + action;
+    return tr("%1 \u2192 %2").arg(conditions, action);
 }
 
 QVariant RulesListModel::data(const QModelIndex& index, int role) const
