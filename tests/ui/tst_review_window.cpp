@@ -550,6 +550,8 @@ private Q_SLOTS:
         QCOMPARE(f.item(2).category, Category::user);
         QVERIFY(f.item(2).approved);
         QCOMPARE(f.item(3).destFolder, u"Personal"_s);
+        // The torrent sent by hand keeps the person's own choice, not the rule's.
+        QVERIFY(!f.item(1).rule);
         clickItem(grid, f.window->organizePage()->model()->rowOfId(2));
         QCOMPARE(label(*f.window->details(), u"Why"_s), u"Your rule: *.torrent in Downloads \u2192 Library/Torrents"_s);
 
