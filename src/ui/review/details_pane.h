@@ -14,8 +14,8 @@ struct PlanItem;
 
 // Everything about the item in hand: its picture, full name, where it is and where it goes,
 // the name it gets (editable for files), why, how sure Brindlow is, its size and date, and for a
-// duplicate which copy stays. Open, show in its folder, send it elsewhere, make a rule of it. Refreshing is labels
-// only; the picture and the date come from the background.
+// duplicate which copy stays. Open, show in its folder, send it elsewhere, make a rule of it.
+// Refreshing is labels only; the picture and the date come from the background.
 class DetailsPane : public QWidget
 {
     Q_OBJECT
