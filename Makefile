@@ -31,8 +31,8 @@ run: build
 
 # Pictures of each window, drawn offscreen with sample files.
 screenshots: configure
-	@cmake --build $(BUILD_DIR) -j $(JOBS) --target panel_screenshots review_screenshots onboarding_screenshots recap_screenshots history_screenshots
-	@for n in panel review onboarding recap history; do \
+	@cmake --build $(BUILD_DIR) -j $(JOBS) --target panel_screenshots review_screenshots onboarding_screenshots recap_screenshots history_screenshots rules_screenshots
+	@for n in panel review onboarding recap history rules; do \
 		QT_QPA_PLATFORM=offscreen:configfile=$(CURDIR)/tools/screenshots/laptop-screen.json \
 			$(BUILD_DIR)/tools/$${n}_screenshots docs/screenshots || exit 1; \
 	done

@@ -21,9 +21,11 @@
 #include "ui/review/review_window.h"
 #include "ui/review/row_delegate.h"
 #include "ui/review/tile_delegate.h"
+#include "ui/rules/rule_editor.h"
 #include "ui/theme/theme.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QDialog>
 #include <QDir>
 #include <QFile>
@@ -31,6 +33,7 @@
 #include <QMenu>
 #include <QMutex>
 #include <QPlainTextEdit>
+#include <QRadioButton>
 #include <QSemaphore>
 #include <QSignalSpy>
 #include <QTabBar>
@@ -512,6 +515,70 @@ private Q_SLOTS:
         };
         QVERIFY(labels(choices->choices()).contains(u"Old things"_s));
         QVERIFY(!labels(choices->choices(moved)).contains(u"Old things"_s));
+    }
+
+    // "Always do this for files like this…": from an item's menu the editor comes prefilled with
+    // what the item says and where the person just sent it; saved, the rule files the item's
+    // likes in the open plan at once and the window follows. From Needs You a "leave alone" rule
+    // takes the item out of the plan; from the details pane a rule can be made or given up.
+    void ruleMadeFromAnItem()
+    {
+        Fixture f;
+        for (const QString& name : {u"ubuntu.torrent"_s, u"debian.torrent"_s, u"notes.txt"_s})
+            f.add(name, Category::personal, u"Personal"_s);
+        f.add(u"passwords.kdbx"_s, Category::needsYou, u"Brindlow Review/Needs You"_s);
+        f.open();
+        QTRY_VERIFY(!f.window->choices()->isListing());
+        f.state->review().setDestination(1, u"Library/Torrents"_s);
+
+        PlanListView* grid = f.window->organizePage()->grid();
+        const QModelIndex ubuntu = grid->model()->index(f.window->organizePage()->model()->rowOfId(1), 0);
+        QStringList offered;
+        answerMenu(RuleEditor::offerText(), &offered);
+        const QPoint at = grid->visualRect(ubuntu).center();
+        QContextMenuEvent menuEvent(QContextMenuEvent::Mouse, at, grid->viewport()->mapToGlobal(at));
+        QApplication::sendEvent(grid->viewport(), &menuEvent);
+        QTRY_VERIFY(f.window->ruleEditor() && f.window->ruleEditor()->isVisible());
+        RuleEditor* editor = f.window->ruleEditor();
+        QCOMPARE(control<QLineEdit>(*editor, u"Name"_s)->text(), u"*.torrent"_s);
+        QCOMPARE(control<QComboBox>(*editor, u"In folder"_s)->currentText(), u"Downloads"_s);
+        QVERIFY(control<QRadioButton>(*editor, u"Send to a folder"_s)->isChecked());
+        QCOMPARE(control<QComboBox>(*editor, u"Folder to send to"_s)->currentText(), u"Library/Torrents"_s);
+        QTRY_COMPARE(editor->findChild<QLabel*>(u"ruleMatches"_s)->text(), u"Matches 2 items in the open plan."_s);
+        click(control(*editor, u"Save"_s));
+        QCOMPARE(f.item(2).destFolder, u"Library/Torrents"_s);
+        QCOMPARE(f.item(2).category, Category::user);
+        QVERIFY(f.item(2).approved);
+        QCOMPARE(f.item(3).destFolder, u"Personal"_s);
+        // The torrent sent by hand keeps the person's own choice, not the rule's.
+        QVERIFY(!f.item(1).rule);
+        clickItem(grid, f.window->organizePage()->model()->rowOfId(2));
+        QCOMPARE(label(*f.window->details(), u"Why"_s), u"Your rule: *.torrent in Downloads \u2192 Library/Torrents"_s);
+
+        // A file better left alone, from its menu among those Brindlow was unsure about.
+        clickTab(f.window->tabs(), u"Needs You"_s);
+        PlanListView* needs = f.window->needsPage()->list();
+        answerMenu(RuleEditor::offerText());
+        const QPoint row = needs->visualRect(needs->model()->index(0, 0)).center();
+        QContextMenuEvent needsEvent(QContextMenuEvent::Mouse, row, needs->viewport()->mapToGlobal(row));
+        QApplication::sendEvent(needs->viewport(), &needsEvent);
+        QTRY_VERIFY(f.window->ruleEditor() && f.window->ruleEditor()->isVisible());
+        editor = f.window->ruleEditor();
+        QCOMPARE(control<QLineEdit>(*editor, u"Name"_s)->text(), u"*.kdbx"_s);
+        control<QRadioButton>(*editor, u"Leave alone"_s)->click();
+        click(control(*editor, u"Save"_s));
+        QCOMPARE(f.state->review().rowOf(4), -1);
+        QTRY_COMPARE(f.window->tabs()->tabText(3), u"Needs You 0"_s);
+
+        // The details pane offers the same; giving up changes nothing.
+        clickTab(f.window->tabs(), u"Organize"_s);
+        clickItem(grid, f.window->organizePage()->model()->rowOfId(3));
+        click(control(*f.window->details(), u"Always do this for files like this"_s));
+        QTRY_VERIFY(f.window->ruleEditor() && f.window->ruleEditor()->isVisible());
+        QCOMPARE(control<QLineEdit>(*f.window->ruleEditor(), u"Name"_s)->text(), u"*.txt"_s);
+        click(control(*f.window->ruleEditor(), u"Cancel"_s));
+        QCOMPARE(f.state->rules().rules().size(), 2);
+        QCOMPARE(f.item(3).destFolder, u"Personal"_s);
     }
 
     // Needs You rows stay where they are after a choice, with "→ Archive" and Undo, one by one or

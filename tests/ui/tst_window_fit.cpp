@@ -10,7 +10,9 @@
 #include "ui/panel/menu_view.h"
 #include "ui/panel/panel_window.h"
 #include "ui/review/review_window.h"
+#include "ui/rules/rule_editor.h"
 #include "ui/settings/folder_choices.h"
+#include "ui/settings/rules_section.h"
 #include "ui/settings/settings_window.h"
 #include "ui/theme/spoken.h"
 #include "ui/theme/theme.h"
@@ -181,6 +183,30 @@ private Q_SLOTS:
         WindowFit::fit(&window, window.sizeHint(), area);
         QVERIFY(inside(window, area));
         QCOMPARE(outOfReach(window), QStringList());
+    }
+
+    void ruleEditorOnSmallScreens_data()
+    {
+        onboardingOnSmallScreens_data();
+    }
+
+    // The rule editor with a refusal showing: Save and Cancel in reach on every screen.
+    void ruleEditorOnSmallScreens()
+    {
+        QFETCH(QRect, area);
+        ControllerFixture f;
+        std::unique_ptr<AppState> state = f.start();
+        SettingsWindow window(state->parts());
+        window.show();
+        auto* section = window.findChild<RulesSection*>();
+        section->add();
+        RuleEditor* editor = section->editor();
+        QVERIFY(editor && editor->isVisible());
+        type(control<QLineEdit>(*editor, u"Name"_s), u"[torrent"_s);
+        QVERIFY(editor->problem());
+        WindowFit::fit(editor, editor->sizeHint(), area);
+        QVERIFY(inside(*editor, area));
+        QCOMPARE(outOfReach(*editor), QStringList());
     }
 
     // Its default size is an upper size: it goes down to the smallest screen we support.

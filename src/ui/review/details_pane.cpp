@@ -7,6 +7,7 @@
 #include "controller/thumb_cache.h"
 #include "name_editor.h"
 #include "platform/file_opener.h"
+#include "ui/rules/rule_editor.h"
 #include "ui/theme/secondary_button.h"
 #include "ui/theme/theme.h"
 
@@ -69,6 +70,7 @@ DetailsPane::DetailsPane(PlanReview& review, Preferences& preferences, ThumbCach
     , m_duplicate(valueLabel(m_body, tr("Kept copy")))
     , m_keepInstead(new SecondaryButton(tr("Keep this one instead"), m_body, 30))
     , m_moveTo(new SecondaryButton(tr("Move to\u2026"), m_body, 30))
+    , m_always(new SecondaryButton(tr("Always do this\u2026"), m_body, 30))
 {
     setObjectName(u"detailsPane"_s);
     setAccessibleName(tr("Details"));
@@ -85,6 +87,9 @@ DetailsPane::DetailsPane(PlanReview& review, Preferences& preferences, ThumbCach
     m_name->setFont(bold);
     m_keepInstead->setAccessibleName(m_keepInstead->text());
     m_moveTo->setAccessibleName(tr("Move to"));
+    // Beside "Move to…" the short words say it; the whole phrase is its name and its tip.
+    m_always->setAccessibleName(tr("Always do this for files like this"));
+    m_always->setToolTip(RuleEditor::offerText());
     buildLayout();
     connectParts();
     refresh();
@@ -146,7 +151,12 @@ void DetailsPane::buildLayout()
     body->addLayout(form);
     body->addWidget(m_duplicate);
     body->addWidget(m_keepInstead, 0, Qt::AlignLeft);
-    body->addWidget(m_moveTo, 0, Qt::AlignLeft);
+    auto* sending = new QHBoxLayout;
+    sending->setSpacing(6);
+    sending->addWidget(m_moveTo);
+    sending->addWidget(m_always);
+    sending->addStretch(1);
+    body->addLayout(sending);
     body->addWidget(buildActions());
     body->addStretch(1);
 
@@ -170,6 +180,7 @@ void DetailsPane::connectParts()
     connect(m_moveTo, &QPushButton::clicked, this, [this] {
         Q_EMIT moveRequested({m_id}, m_moveTo->mapToGlobal(m_moveTo->rect().bottomLeft()));
     });
+    connect(m_always, &QPushButton::clicked, this, [this] { Q_EMIT ruleRequested(m_id); });
     connect(&m_review, &PlanReview::planReset, this, &DetailsPane::refresh);
     connect(&m_review, &PlanReview::planItemsChanged, this, [this](const QList<int>& rows) {
         if (rows.contains(m_review.rowOf(m_id)))

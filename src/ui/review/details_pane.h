@@ -14,8 +14,8 @@ struct PlanItem;
 
 // Everything about the item in hand: its picture, full name, where it is and where it goes,
 // the name it gets (editable for files), why, how sure Brindlow is, its size and date, and for a
-// duplicate which copy stays. Open, show in its folder, send it elsewhere. Refreshing is labels
-// only; the picture and the date come from the background.
+// duplicate which copy stays. Open, show in its folder, send it elsewhere, make a rule of it.
+// Refreshing is labels only; the picture and the date come from the background.
 class DetailsPane : public QWidget
 {
     Q_OBJECT
@@ -32,6 +32,8 @@ public:
 
 Q_SIGNALS:
     void moveRequested(const QList<qint64>& ids, const QPoint& globalPos);
+    // "Always do this for files like this…" for the item shown.
+    void ruleRequested(qint64 id);
 
 private:
     void buildLayout();
@@ -65,5 +67,6 @@ private:
     QLabel* m_duplicate;
     QPushButton* m_keepInstead;
     QPushButton* m_moveTo;
+    QPushButton* m_always;
     QFutureWatcher<std::pair<qint64, QDateTime>> m_dating;
 };

@@ -11,6 +11,7 @@
 #include "review_filter_model.h"
 #include "review_header.h"
 #include "row_delegate.h"
+#include "ui/rules/rule_editor.h"
 #include "ui/theme/secondary_button.h"
 #include "ui/theme/theme.h"
 
@@ -101,10 +102,7 @@ NeedsPage::NeedsPage(
         ids.removeIf([this](qint64 id) { return !isUndoable(id); });
         undo(ids.isEmpty() ? m_before.keys() : ids);
     });
-    connect(m_list,
-            &PlanListView::contextMenuAt,
-            this,
-            [this](const QModelIndex&, const QList<qint64>& ids, const QPoint& at) { moveItems(ids, at); });
+    connect(m_list, &PlanListView::contextMenuAt, this, &NeedsPage::showContextMenu);
     connect(m_list, &PlanListView::openRequested, this, &NeedsPage::chooseDestination);
 
     auto* layout = new QVBoxLayout(this);
@@ -244,6 +242,24 @@ void NeedsPage::moveItems(const QList<qint64>& ids, const QPoint& globalPos)
     if (ids.isEmpty())
         return;
     const MoveToMenu::Pick pick = MoveToMenu::ask(*m_choices, m_choices->movedByPlan(m_review.plan()), this, globalPos);
+    if (pick.made)
+        send(ids, pick.folder);
+}
+
+void NeedsPage::showContextMenu(const QModelIndex& index, const QList<qint64>& ids, const QPoint& globalPos)
+{
+    if (ids.isEmpty())
+        return;
+    MoveToMenu menu(*m_choices, m_choices->movedByPlan(m_review.plan()), this);
+    menu.addSeparator();
+    bool wantsRule = false;
+    connect(menu.addAction(RuleEditor::offerText()), &QAction::triggered, this, [&wantsRule] { wantsRule = true; });
+    menu.exec(globalPos);
+    if (wantsRule) {
+        Q_EMIT ruleRequested(index.data(PlanModel::IdRole).toLongLong());
+        return;
+    }
+    const MoveToMenu::Pick pick = menu.resolve();
     if (pick.made)
         send(ids, pick.folder);
 }

@@ -42,10 +42,16 @@ public:
     // Offers the destinations for the chosen items, under the current one.
     void chooseDestination();
     void moveItems(const QList<qint64>& ids, const QPoint& globalPos);
+    // The item's menu: where the chosen items go, or a rule made from the item.
+    void showContextMenu(const QModelIndex& index, const QList<qint64>& ids, const QPoint& globalPos);
     // Sends items somewhere (none: leave them), keeping their rows and what they were.
     void send(const QList<qint64>& ids, const std::optional<QString>& folder);
     void undo(const QList<qint64>& ids);
     bool isUndoable(qint64 id) const;
+
+Q_SIGNALS:
+    // "Always do this for files like this…" for that item.
+    void ruleRequested(qint64 id);
 
 protected:
     void showEvent(QShowEvent* event) override;

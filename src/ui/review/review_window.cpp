@@ -2,6 +2,7 @@
 
 #include "common/numbers.h"
 #include "controller/moves.h"
+#include "controller/own_rules.h"
 #include "controller/plan_model.h"
 #include "controller/plan_review.h"
 #include "controller/preferences.h"
@@ -19,6 +20,7 @@
 #include "review_filter_model.h"
 #include "review_footer.h"
 #include "review_sidebar.h"
+#include "ui/rules/rule_editor.h"
 #include "ui/theme/secondary_button.h"
 #include "ui/theme/theme.h"
 
@@ -229,6 +231,7 @@ void ReviewWindow::connectPages(ReviewFooter* footer)
     }
     connect(m_junk, &JunkPage::moveRequested, this, &ReviewWindow::moveItems);
     connect(m_junk, &JunkPage::contextMenuAt, this, &ReviewWindow::showContextMenu);
+    connect(m_needs, &NeedsPage::ruleRequested, this, &ReviewWindow::openRuleEditor);
     connectDetails();
 }
 
@@ -253,6 +256,7 @@ void ReviewWindow::connectDetails()
     }
     connect(m_junk, &JunkPage::currentItemChanged, this, [follow](qint64 id) { follow(2, id); });
     connect(m_details, &DetailsPane::moveRequested, this, &ReviewWindow::moveItems);
+    connect(m_details, &DetailsPane::ruleRequested, this, &ReviewWindow::openRuleEditor);
     connect(m_detailsToggle, &QPushButton::toggled, this, &ReviewWindow::setDetailsShown);
 }
 
@@ -389,6 +393,9 @@ void ReviewWindow::showContextMenu(const QModelIndex& index, const QList<qint64>
     menu.setAccessibleName(tr("Item actions"));
     auto* move = new MoveToMenu(*m_choices, m_choices->movedByPlan(m_parts.review.plan()), &menu);
     menu.addMenu(move);
+    const qint64 id = index.data(PlanModel::IdRole).toLongLong();
+    bool wantsRule = false;
+    connect(menu.addAction(RuleEditor::offerText()), &QAction::triggered, this, [&wantsRule] { wantsRule = true; });
     menu.addSeparator();
     const QPersistentModelIndex kept(index);
     connect(menu.addAction(tr("Preview")), &QAction::triggered, this, [this, kept] {
@@ -399,9 +406,36 @@ void ReviewWindow::showContextMenu(const QModelIndex& index, const QList<qint64>
     connect(
         menu.addAction(tr("Show in folder")), &QAction::triggered, this, [path] { FileOpener::showInFolder(path); });
     menu.exec(globalPos);
+    // The editor opens once the menu is gone, so the menu never sits under it.
+    if (wantsRule) {
+        openRuleEditor(id);
+        return;
+    }
     const MoveToMenu::Pick pick = move->resolve();
     if (pick.made)
         m_parts.review.setDestination(ids, pick.folder);
+}
+
+void ReviewWindow::openRuleEditor(qint64 id)
+{
+    if (m_ruleEditor) {
+        m_ruleEditor->raise();
+        m_ruleEditor->activateWindow();
+        return;
+    }
+    const std::optional<UserRule> like = m_parts.rules.ruleLike(id);
+    if (!like)
+        return;
+    // Saving is all it takes: the rule applies to the open plan, and the lists follow the plan.
+    m_ruleEditor = new RuleEditor(m_parts.rules, m_parts.preferences, *m_choices, *like, RuleEditor::Mode::add, this);
+    m_ruleEditor->setAttribute(Qt::WA_DeleteOnClose);
+    connect(m_ruleEditor, &QDialog::finished, this, [this] { m_ruleEditor = nullptr; });
+    m_ruleEditor->open();
+}
+
+RuleEditor* ReviewWindow::ruleEditor() const
+{
+    return m_ruleEditor;
 }
 
 void ReviewWindow::showEvent(QShowEvent* event)

@@ -3,6 +3,7 @@
 #include "controller/controller_parts.h"
 
 #include <QHash>
+#include <QPointer>
 #include <QWidget>
 
 #include <memory>
@@ -19,6 +20,7 @@ class QPushButton;
 class QStackedWidget;
 class QTabBar;
 class RenamePage;
+class RuleEditor;
 class ReviewFooter;
 class ReviewSidebar;
 class ThumbCache;
@@ -53,6 +55,9 @@ public:
     void setDetailsShown(bool shown);
     // Offers "Move to…" for these items at that point and makes the choice.
     void moveItems(const QList<qint64>& ids, const QPoint& globalPos);
+    // "Always do this for files like this…": the rule editor, prefilled from the item.
+    void openRuleEditor(qint64 id);
+    RuleEditor* ruleEditor() const;
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -93,4 +98,5 @@ private:
     DetailsPane* m_details;
     QPushButton* m_detailsToggle;
     QHash<int, qint64> m_currentOf; // tab -> the item last in hand there
+    QPointer<RuleEditor> m_ruleEditor;
 };

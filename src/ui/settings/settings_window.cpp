@@ -12,6 +12,7 @@
 #include "model/store.h"
 #include "preference_rows.h"
 #include "projects_editor.h"
+#include "rules_section.h"
 #include "sorting_source.h"
 #include "start_at_login_row.h"
 #include "texts.h"
@@ -128,6 +129,10 @@ QWidget* SettingsWindow::buildRight(const Clock* clock)
     projects->content()->addWidget(Texts::label(tr("PROJECTS BRINDLOW KNOWS"), Texts::Style::caption, projects));
     projects->content()->addWidget(new ProjectsEditor(m_parts.preferences, projects));
 
+    auto* rules = new Card(column);
+    rules->content()->addWidget(Texts::label(tr("YOUR RULES"), Texts::Style::caption, rules));
+    rules->content()->addWidget(new RulesSection(m_parts.rules, m_parts.preferences, rules));
+
     auto* usage = new Card(column);
     auto* summary = new UsageSummary(clock, usage);
     // A refresh that just ended has added to the history.
@@ -139,6 +144,7 @@ QWidget* SettingsWindow::buildRight(const Clock* clock)
     layout->setSpacing(12);
     layout->addWidget(sorting);
     layout->addWidget(projects);
+    layout->addWidget(rules);
     layout->addWidget(usage);
     return column;
 }

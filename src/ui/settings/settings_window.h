@@ -9,9 +9,9 @@
 class Clock;
 struct RecapData;
 
-// "Brindlow Settings": the key, the preferences, the folders and model, the known projects, what
-// Claude has cost, and the way to the move history and the previews. Every control writes
-// through at once; there is no Save for the profile.
+// "Brindlow Settings": the key, the preferences, the folders and model, the known projects, the
+// person's own rules, what Claude has cost, and the way to the move history and the previews.
+// Every control writes through at once; there is no Save for the profile.
 class SettingsWindow : public QWidget
 {
     Q_OBJECT
