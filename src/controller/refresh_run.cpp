@@ -188,10 +188,19 @@ void RefreshRun::start(TidyMode mode)
     request.clock = &m_clock;
     m_cancellation = std::make_shared<Cancellation>();
     request.cancellation = m_cancellation;
+    Usage::shared().reset();
+    // The person's rules are read in the background at start-up; a refresh asked for before
+    // they arrive waits for them, or it would describe what they keep from any model.
+    if (m_rulesReady)
+        launch(std::move(request));
+    else
+        m_waitingForRules = std::move(request);
+}
+
+void RefreshRun::launch(RefreshPipeline::Request request)
+{
     request.rules = m_rules;
     m_rulesAsked = m_rulesVersion;
-    Usage::shared().reset();
-
     const RefreshPipeline::Reports reports = reportsToThisThread();
     auto* watcher = new QFutureWatcher<RefreshPipeline::Outcome>(this);
     connect(watcher, &QFutureWatcher<RefreshPipeline::Outcome>::finished, this, [this, watcher] {
@@ -214,6 +223,9 @@ void RefreshRun::useRules(const RuleBook& rules)
 {
     m_rules = rules;
     ++m_rulesVersion;
+    m_rulesReady = true;
+    if (std::optional<RefreshPipeline::Request> waiting = std::exchange(m_waitingForRules, std::nullopt))
+        launch(std::move(*waiting));
 }
 
 const QList<RuleSubject>& RefreshRun::lastScan() const

@@ -1,11 +1,10 @@
 #pragma once
 
 #include "common/cancellation.h"
+#include "controller/refresh_pipeline.h"
 #include "model/plan_item.h"
 #include "model/profile.h"
 #include "model/tidy_mode.h"
-#include "model/user_rule.h"
-#include "planning/user_rules.h"
 
 #include <QDateTime>
 #include <QFuture>
@@ -19,10 +18,6 @@ class Moves;
 class Notifier;
 class PlanReview;
 class Preferences;
-namespace RefreshPipeline {
-struct Outcome;
-struct Reports;
-} // namespace RefreshPipeline
 
 // A refresh as the person follows it: starting, stopping and finishing it, its progress and
 // the time it has left, the weekly automatic one, and how many new files wait for the next.
@@ -65,7 +60,8 @@ public:
     static QString refreshStoppedText();
 
     // The person's rules as they are now: the next refresh asks them first, and a refresh that
-    // ends after they changed follows the new ones.
+    // ends after they changed follows the new ones. Until they have been given once, a refresh
+    // asked for waits for them.
     void useRules(const RuleBook& rules);
     // Every item the last refresh scanned, as the rules see it; empty before the first.
     const QList<RuleSubject>& lastScan() const;
@@ -87,6 +83,8 @@ private:
     void resetProgress();
     // The pipeline's reports, carried over to this thread; dropped once this part is gone.
     RefreshPipeline::Reports reportsToThisThread();
+    // Runs the pipeline in the background with the rules as they are now.
+    void launch(RefreshPipeline::Request request);
     void finish(const RefreshPipeline::Outcome& result);
     void finishStopped(const std::optional<QList<PlanItem>>& before);
     void finishFailed(const RefreshPipeline::Outcome& result, bool planWaited);
@@ -116,4 +114,6 @@ private:
     quint64 m_rulesVersion = 0; // one per change of the rules
     quint64 m_rulesAsked = 0; // the version the running refresh was given
     QList<RuleSubject> m_lastScan;
+    bool m_rulesReady = false; // the rules have been read once
+    std::optional<RefreshPipeline::Request> m_waitingForRules; // a refresh asked for before that
 };

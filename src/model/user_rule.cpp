@@ -1,6 +1,5 @@
 #include "user_rule.h"
 
-#include "common/numbers.h"
 #include "json_fields.h"
 #include "name_pattern.h"
 #include "plan_item.h"
@@ -9,6 +8,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QLocale>
 #include <QUrl>
 #include <QUuid>
 
@@ -66,13 +66,22 @@ QString UserRule::kindWords(FileKind kind)
 
 namespace {
 
+// A size as the person typed it: "500 MB", not "500.0 MB"; "1.5 GB" keeps its decimal.
+QString typedSize(qint64 bytes)
+{
+    qint64 unit = 1;
+    while (unit <= bytes / 1000)
+        unit *= 1000;
+    return QLocale().formattedDataSize(bytes, bytes % unit == 0 ? 0 : 1, QLocale::DataSizeSIFormat);
+}
+
 QString sizeWords(const std::optional<qint64>& minSize, const std::optional<qint64>& maxSize)
 {
     if (minSize && maxSize)
-        return text(QT_TRANSLATE_NOOP("UserRule", "of %1 to %2")).arg(Numbers::size(*minSize), Numbers::size(*maxSize));
+        return text(QT_TRANSLATE_NOOP("UserRule", "of %1 to %2")).arg(typedSize(*minSize), typedSize(*maxSize));
     if (minSize)
-        return text(QT_TRANSLATE_NOOP("UserRule", "of at least %1")).arg(Numbers::size(*minSize));
-    return text(QT_TRANSLATE_NOOP("UserRule", "of at most %1")).arg(Numbers::size(*maxSize));
+        return text(QT_TRANSLATE_NOOP("UserRule", "of at least %1")).arg(typedSize(*minSize));
+    return text(QT_TRANSLATE_NOOP("UserRule", "of at most %1")).arg(typedSize(*maxSize));
 }
 
 std::optional<qint64> optionalSize(const QJsonObject& object, QLatin1StringView key, bool* ok)

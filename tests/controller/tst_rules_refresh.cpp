@@ -198,6 +198,21 @@ private Q_SLOTS:
                  (QStringList {u"holiday-plans.txt → Personal/Documents"_s, u"inv_88213.pdf → Work Admin/Invoices"_s}));
         QCOMPARE(state->refresh().lastScan().size(), 3);
     }
+
+    // The rules are read in the background as the program starts; a refresh asked for at once
+    // waits for them rather than describe what they keep from any model.
+    void refreshRightAtStartWaitsForTheRules()
+    {
+        ControllerFixture fixture;
+        fixture.home.writeFile(u"Downloads/family-passwords.kdbx"_s, "vault");
+        fixture.home.writeFile(u"Downloads/holiday-plans.txt"_s, "Lisbon in May");
+        QVERIFY(!Store::updateRules([](QList<UserRule>& rules) {
+            rules.append({.id = u"vault"_s, .name = u"*.kdbx"_s, .action = UserRule::Action::leaveAlone});
+        }));
+        std::unique_ptr<AppState> state = fixture.start();
+        QVERIFY(ControllerFixture::refresh(*state));
+        QCOMPARE(fixture.sentPaths(), QStringList {u"~/Downloads/holiday-plans.txt"_s});
+    }
 };
 
 QTEST_MAIN(TestRulesRefresh)
