@@ -227,36 +227,20 @@ private Q_SLOTS:
         const QString toX = u"--to"_s;
         QTest::newRow("bad glob") << rulesAdd({u"--name"_s, u"[abc"_s, toX, u"X"_s}) << 1
                                   << u"The name pattern has a \u201C[\u201D that is never closed."_s;
-        QTest::newRow("a slash in the name")
-            << rulesAdd({u"--name"_s, u"Downloads/*.pdf"_s, toX, u"X"_s}) << 1 << u"can't contain \u201C/\u201D"_s;
         QTest::newRow("absolute folder") << rulesAdd({u"--name"_s, u"*.iso"_s, toX, u"/etc"_s}) << 1
                                          << u"The folder has to be inside your home base."_s;
-        QTest::newRow("home folder") << rulesAdd({u"--name"_s, u"*.iso"_s, toX, u"~/Software"_s}) << 1
-                                     << u"The folder has to be inside your home base."_s;
         QTest::newRow("climbs out") << rulesAdd({u"--name"_s, u"*.iso"_s, toX, u"../x"_s}) << 1
                                     << u"The folder can't lead out of your home base."_s;
-        QTest::newRow("climbs out later") << rulesAdd({u"--name"_s, u"*.iso"_s, toX, u"Software/../../x"_s}) << 1
-                                          << u"The folder can't lead out of your home base."_s;
         QTest::newRow("no condition") << rulesAdd({toX, u"Library"_s}) << 1
                                       << u"A rule needs at least one thing to look for"_s;
-        QTest::newRow("only blanks") << rulesAdd({u"--name"_s, u"  "_s, u"--leave"_s}) << 1
-                                     << u"A rule needs at least one thing to look for"_s;
         QTest::newRow("junk and leave") << rulesAdd({u"--name"_s, u"*.iso"_s, u"--junk"_s, u"--leave"_s}) << 2
                                         << u"a rule does one thing: choose one of --junk, --leave"_s;
         QTest::newRow("no action") << rulesAdd({u"--name"_s, u"*.iso"_s}) << 2
                                    << u"say what the rule does: --to FOLDER, --junk or --leave"_s;
         QTest::newRow("PDFs as junk") << rulesAdd({u"--kind"_s, u"pdf"_s, u"--junk"_s}) << 1
                                       << u"Brindlow never sets aside PDFs as junk."_s;
-        QTest::newRow("*.pdf as junk") << rulesAdd({u"--name"_s, u"*.PDF"_s, u"--junk"_s}) << 1
-                                       << u"Brindlow never sets aside PDFs as junk."_s;
         QTest::newRow("unknown kind") << rulesAdd({u"--kind"_s, u"spaceship"_s, u"--leave"_s}) << 2
                                       << u"'spaceship' is not a kind; use one of pdf, image,"_s;
-        QTest::newRow("not a site") << rulesAdd({u"--site"_s, u"my bank"_s, u"--leave"_s}) << 1
-                                    << u"\u201Cmy bank\u201D is not a site."_s;
-        QTest::newRow("folder outside") << rulesAdd({u"--folder"_s, u"/etc"_s, u"--leave"_s}) << 1
-                                        << u"Name a folder Brindlow tidies"_s;
-        QTest::newRow("sizes crossed") << rulesAdd({u"--min-size"_s, u"2MB"_s, u"--max-size"_s, u"1MB"_s, u"--leave"_s})
-                                       << 1 << u"The smallest size is larger than the largest."_s;
         QTest::newRow("not a size") << rulesAdd({u"--min-size"_s, u"ten parsecs"_s, u"--leave"_s}) << 2
                                     << u"'ten parsecs' is not a size for --min-size"_s;
         QTest::newRow("option twice") << rulesAdd({u"--name"_s, u"a"_s, u"--name"_s, u"b"_s, u"--leave"_s}) << 2

@@ -95,68 +95,6 @@ private Q_SLOTS:
             plan.cbegin(), plan.cend(), [](const PlanItem& item) { return item.src.fileName() == u"vault.kdbx"; }));
     }
 
-    // The first matching rule decides, and moving a rule changes which one that is.
-    void orderDecides()
-    {
-        Fixture f;
-        auto state = f.start();
-        OwnRules& rules = state->rules();
-        QVERIFY(!rules.add(sendTo(u"ubuntu*"_s, u"Linux"_s)));
-        QVERIFY(!rules.add(sendTo(u"*.torrent"_s, u"Library/Torrents"_s)));
-        QCOMPARE(find(*state, u"ubuntu.torrent"_s)->destFolder, u"Linux"_s);
-        rules.move(1, 0);
-        QCOMPARE(rules.rules().first().name, u"*.torrent"_s);
-        QCOMPARE(find(*state, u"ubuntu.torrent"_s)->destFolder, u"Library/Torrents"_s);
-        rules.waitUntilWritten();
-        QCOMPARE(Store::loadRules().rules.first().name, u"*.torrent"_s);
-    }
-
-    // What cannot be a rule is refused with its reason, and nothing changes anywhere.
-    void refusalsChangeNothing_data()
-    {
-        QTest::addColumn<UserRule>("rule");
-        QTest::addColumn<QString>("reasonHas");
-        QTest::newRow("bad pattern") << sendTo(u"[abc"_s, u"Library"_s) << u"never closed"_s;
-        QTest::newRow("absolute") << sendTo(u"*.torrent"_s, u"/etc"_s) << u"inside your home base"_s;
-        QTest::newRow("climbs out") << sendTo(u"*.torrent"_s, u"Library/../../x"_s) << u"out of your home base"_s;
-        QTest::newRow("no condition") << sendTo(u"  "_s, u"Library"_s) << u"at least one"_s;
-        UserRule pdfJunk;
-        pdfJunk.kind = FileKind::pdf;
-        pdfJunk.action = UserRule::Action::junk;
-        QTest::newRow("junk of a protected kind") << pdfJunk << u"never sets aside PDFs"_s;
-    }
-    void refusalsChangeNothing()
-    {
-        QFETCH(UserRule, rule);
-        QFETCH(QString, reasonHas);
-        Fixture f;
-        auto state = f.start();
-        const QList<PlanItem> before = state->review().plan();
-        const std::optional<QString> refused = state->rules().add(rule);
-        QVERIFY2(refused && refused->contains(reasonHas), qPrintable(refused.value_or(u"accepted"_s)));
-        QVERIFY(state->rules().rules().isEmpty());
-        QCOMPARE(state->review().plan(), before);
-        state->rules().waitUntilWritten();
-        QVERIFY(!QFile::exists(Store::rulesPath()));
-    }
-
-    void fiveHundredIsTheMost()
-    {
-        ControllerFixture f;
-        QList<UserRule> many;
-        for (int i = 0; i < UserRule::kMaxRules; ++i) {
-            UserRule rule = sendTo(u"file-%1-*"_s.arg(i), u"Library"_s);
-            rule.id = UserRule::newId();
-            many.append(rule);
-        }
-        QVERIFY(!Store::updateRules([&many](QList<UserRule>& rules) { rules = many; }));
-        auto state = f.start();
-        QTRY_COMPARE(state->rules().rules().size(), UserRule::kMaxRules);
-        const std::optional<QString> refused = state->rules().add(sendTo(u"*.torrent"_s, u"Library"_s));
-        QCOMPARE(refused, UserRules::tooManyText());
-        QCOMPARE(state->rules().rules().size(), UserRule::kMaxRules);
-    }
-
     // A damaged file is kept aside and the person told once; the next start says nothing.
     void damagedFileIsToldOnce()
     {
@@ -175,19 +113,6 @@ private Q_SLOTS:
         auto again = f.start();
         QTest::qWait(200);
         QCOMPARE(again->activity().message(), std::nullopt);
-    }
-
-    // The command line changes the file; the tray program's list follows.
-    void anotherBrindlowsChangeArrives()
-    {
-        Fixture f;
-        auto state = f.start();
-        QSignalSpy changed(&state->rules(), &OwnRules::rulesChanged);
-        UserRule rule = leaveAlone(u"*.kdbx"_s);
-        rule.id = UserRule::newId();
-        QVERIFY(!Store::updateRules([&rule](QList<UserRule>& rules) { rules.append(rule); }));
-        QTRY_COMPARE(state->rules().rules().size(), 1);
-        QVERIFY(changed.count() >= 1);
     }
 
     // The editor's count, and the rule the review prefills from an item.
