@@ -6,6 +6,7 @@
 #include "home_generator.h"
 
 #include "common/figures.h"
+#include "common/page_cache.h"
 #include "controller/refresh_pipeline.h"
 #include "model/store.h"
 #include "scan/scanner.h"
@@ -119,21 +120,6 @@ QList<UserRule> fiftyRules()
     return rules;
 }
 
-void readAll(const QString& path)
-{
-    QFile file(path);
-    if (file.open(QIODevice::ReadOnly)) {
-        while (!file.read(1 << 20).isEmpty()) { }
-    }
-}
-
-void warm(const QString& home)
-{
-    QDirIterator it(home, QDir::Files | QDir::Hidden | QDir::NoSymLinks, QDirIterator::Subdirectories);
-    while (it.hasNext())
-        readAll(it.next());
-}
-
 double median(QList<double> values)
 {
     std::sort(values.begin(), values.end());
@@ -204,7 +190,7 @@ int main(int argc, char* argv[])
     const int rounds = std::max(1, parser.value(u"rounds"_s).toInt());
     const QString home = generatedHome(parser.value(u"home"_s), parser.value(u"items"_s).toInt());
     const RuleBook book(fiftyRules());
-    warm(home);
+    PageCache::warm(home);
 
     QList<double> without;
     QList<double> with;

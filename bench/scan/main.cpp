@@ -3,6 +3,7 @@
 // beside them `find`, `openssl dgst -sha256` and `jdupes` on the same tree.
 //
 //   build/bench/bench_scan [--items N] [--home DIR]
+#include "common/page_cache.h"
 #include "home_generator.h"
 
 #include "scan/duplicates.h"
@@ -51,21 +52,6 @@ double peakResidentMb()
     return -1;
 }
 
-void readAll(const QString& path)
-{
-    QFile file(path);
-    if (file.open(QIODevice::ReadOnly)) {
-        while (!file.read(1 << 20).isEmpty()) { }
-    }
-}
-
-void warm(const QString& home)
-{
-    QDirIterator it(home, QDir::Files | QDir::Hidden | QDir::NoSymLinks, QDirIterator::Subdirectories);
-    while (it.hasNext())
-        readAll(it.next());
-}
-
 // Runs in a process of its own so that peak memory is the scan's alone.
 int measure(const QString& home, const QString& reportDir)
 {
@@ -73,7 +59,7 @@ int measure(const QString& home, const QString& reportDir)
     QFile::remove(QDir(qEnvironmentVariable("XDG_DATA_HOME")).filePath(u"Brindlow/scan-cache.bin"_s));
 
     // The host may have dropped part of the page cache since the home was made or last read.
-    warm(home);
+    PageCache::warm(home);
     QElapsedTimer timer;
     timer.start();
     QList<ScannedItem> items = Scanner::run(options);
@@ -112,7 +98,7 @@ int measure(const QString& home, const QString& reportDir)
     candidates.close();
     // Both hashers read from a warm page cache: whoever went first would otherwise pay for the disk.
     for (qsizetype i : std::as_const(hashed))
-        readAll(items[i].url.toLocalFile());
+        PageCache::warmFile(items[i].url.toLocalFile());
     timer.restart();
     QHash<QString, QStringList> byKey;
     for (qsizetype i : std::as_const(hashed))

@@ -202,17 +202,7 @@ int main(int argc, char* argv[])
     QApplication app(argc, argv);
     const QString folder = Screenshots::prepare(app, argc, argv);
     TempHome home;
-    Profile profile = Profile::defaults(home.path());
-    profile.onboarded = true;
-    Store::saveProfile(profile);
-    const QList<PlanItem> plan = samplePlan(home.path());
-    // A fixed day on every file, so the pictures do not change with the day they are drawn.
-    for (const PlanItem& item : plan) {
-        QFile file(item.src.toLocalFile());
-        if (file.open(QIODevice::ReadWrite))
-            file.setFileTime(QDateTime(QDate(2026, 3, 4), QTime(17, 7)), QFileDevice::FileModificationTime);
-    }
-    Store::savePlan(plan);
+    Screenshots::personWithPlan(home.path(), samplePlan(home.path()));
     bool ok = true;
     AppState state;
     state.init();

@@ -1,9 +1,12 @@
 #include "screenshots.h"
 
+#include "model/store.h"
 #include "ui/theme/theme.h"
 
 #include <QApplication>
+#include <QDateTime>
 #include <QDir>
+#include <QFile>
 #include <QLocale>
 #include <QWidget>
 
@@ -27,6 +30,19 @@ bool save(QWidget& view, const QString& folder, const QString& name)
     view.resize(view.size().expandedTo(view.sizeHint()));
     QCoreApplication::processEvents();
     return view.grab().save(folder + u'/' + name + u".png"_s);
+}
+
+void personWithPlan(const QString& home, const QList<PlanItem>& plan)
+{
+    Profile profile = Profile::defaults(home);
+    profile.onboarded = true;
+    Store::saveProfile(profile);
+    for (const PlanItem& item : plan) {
+        QFile file(item.src.toLocalFile());
+        if (file.open(QIODevice::ReadWrite))
+            file.setFileTime(QDateTime(QDate(2026, 3, 4), QTime(17, 7)), QFileDevice::FileModificationTime);
+    }
+    Store::savePlan(plan);
 }
 
 } // namespace Screenshots

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "model/plan_item.h"
+
+#include <QList>
 #include <QString>
 
 class QApplication;
@@ -14,5 +17,8 @@ namespace Screenshots {
 QString prepare(QApplication& app, int argc, char* argv[]);
 // Lays the widget out at its natural size and saves it as `name`.png in `folder`.
 bool save(QWidget& view, const QString& folder, const QString& name);
+// A person who finished set-up in `home`, with `plan` waiting. Every planned file carries one
+// fixed day, so the pictures do not change with the day they are drawn.
+void personWithPlan(const QString& home, const QList<PlanItem>& plan);
 
 } // namespace Screenshots
